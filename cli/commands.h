@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+namespace torvel::cli {
+
+// Exit statuses: 0 done, 1 the command ran but could not do its work, 2 the command line was wrong.
+inline constexpr int exitOk = 0;
+inline constexpr int exitFailed = 1;
+inline constexpr int exitUsage = 2;
+
+// Runs one torvelctl command line (without the program name), writing to the given streams.
+int run(const std::vector<std::string>& args, std::FILE* out, std::FILE* err);
+
+// The sub-commands, each in a file of its own.
+int statusCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err);
+
+}  // namespace torvel::cli

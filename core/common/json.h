@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <string_view>
+
+// Lenient field readers shared by every decoder of the service's files: a missing key or a value of the
+// wrong type is absent, never an error, and numbers that do not fit are dropped rather than clamped.
+namespace torvel::json {
+
+using Value = nlohmann::json;
+// Keeps the order in which keys were added, for output meant to be read by people.
+using Ordered = nlohmann::ordered_json;
+
+// The parsed document when it is a JSON object; absent for anything else, malformed input included.
+std::optional<Value> parseObject(std::string_view text);
+
+std::optional<bool> boolean(const Value& object, std::string_view key);
+// Only a JSON integer (no fraction in the source), within the signed 64-bit range.
+std::optional<std::int64_t> integer(const Value& object, std::string_view key);
+// A JSON integer, or a finite number with its fraction truncated toward zero, within the signed 64-bit range.
+std::optional<std::int64_t> truncatedInteger(const Value& object, std::string_view key);
+// Any finite JSON number.
+std::optional<double> number(const Value& object, std::string_view key);
+std::optional<std::string> text(const Value& object, std::string_view key);
+// The member when it is an object, else null.
+const Value* object(const Value& object, std::string_view key);
+
+// The member, or null when absent; lets callers apply the typed readers to array elements too.
+const Value* member(const Value& object, std::string_view key);
+
+// The same readers applied to a value rather than a member.
+std::optional<std::int64_t> asInteger(const Value& value);
+std::optional<double> asNumber(const Value& value);
+
+// Narrows to int, dropping values outside its range.
+std::optional<int> toInt(std::optional<std::int64_t> value);
+
+// An optional as JSON: the value, or null.
+template <typename T>
+Ordered orNull(const std::optional<T>& value) {
+    return value ? Ordered(*value) : Ordered(nullptr);
+}
+
+}  // namespace torvel::json

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace torvel {
+
+// Every file the programs touch, computed in one place so that tests, the demo and a copied data directory
+// can move them all with TORVEL_ROOT / TORVEL_SYSFS.
+struct Paths {
+    std::filesystem::path config;
+    std::filesystem::path status;
+    std::filesystem::path history;
+    std::filesystem::path log;
+    std::filesystem::path powerSupply;
+
+    using Environment = std::function<std::optional<std::string>(const char*)>;
+
+    static Paths fromEnvironment(const Environment& env);
+    static Paths fromProcessEnvironment();
+    // The root of the service's own state (config, status, journal).
+    std::filesystem::path dataDirectory() const { return config.parent_path(); }
+};
+
+// getenv as an optional, an empty value counting as unset.
+std::optional<std::string> processEnvironment(const char* name);
+
+}  // namespace torvel
