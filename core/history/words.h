@@ -1,0 +1,32 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "common/dates.h"
+#include "history/analysis.h"
+#include "history/model.h"
+
+namespace torvel {
+
+// The sentences the history pages speak instead of tables. Each is a pure function of a report, in the
+// display locale of `Fmt`.
+struct DayWords {
+    // "5h 12 min" up to 47 hours, then "3d 4h".
+    static std::string protectedTotal(double seconds);
+    // The day's title, its full-charge and held-limit sentences, and how long the service has protected the
+    // battery in all (`protectedSeconds` as the service reports it; absent when it reported nothing).
+    static std::string narrative(const HistoryAnalysis::DayReport& report, Instant date,
+                                 std::optional<double> protectedSeconds);
+};
+
+struct RangeWords {
+    // The month wording for a month; a day and a week both use the week wording.
+    static std::string headline(const HistoryAnalysis::DayReport& report, HistoryModel::Range range);
+};
+
+struct JournalCaption {
+    static std::string text(const HistoryAnalysis::DayReport& report);
+};
+
+}  // namespace torvel
