@@ -17,14 +17,14 @@ struct OptionSpec {
 // A sub-command's options, parsed strictly: an unknown option, a missing value or a stray word is an error
 // whose text names it.
 class Options {
-public:
+  public:
     static std::variant<Options, std::string> parse(const std::vector<std::string>& args,
                                                     const std::vector<OptionSpec>& specs);
 
     bool has(std::string_view name) const { return values_.contains(std::string(name)); }
     std::optional<std::string> value(std::string_view name) const;
 
-private:
+  private:
     std::map<std::string, std::string> values_;
 };
 

@@ -1,7 +1,206 @@
+#include <string>
+
+#include "battery/system_lock.h"
 #include "commands.h"
+#include "common/fmt.h"
+#include "common/json.h"
+#include "data_directory.h"
+#include "options.h"
+#include "status/panel_state.h"
+#include "status/service_words.h"
 
 namespace torvel::cli {
+namespace {
 
-int statusCommand(const std::vector<std::string>&, std::FILE*, std::FILE*) { return exitOk; }
+struct StatusRequest {
+    bool json = false;
+    double now = 0;
+    std::optional<long long> charge;
+    std::optional<bool> plugged;
+    bool serviceInstalled = false;
+};
+
+std::variant<StatusRequest, std::string> parseRequest(const std::vector<std::string>& args) {
+    auto parsed = Options::parse(args, {{"--json"},
+                                        {"--now", true},
+                                        {"--charge", true},
+                                        {"--plugged"},
+                                        {"--unplugged"},
+                                        {"--service-installed", true}});
+    if (auto* error = std::get_if<std::string>(&parsed)) return *error;
+    const Options& options = std::get<Options>(parsed);
+
+    StatusRequest request;
+    request.json = options.has("--json");
+    request.now = wallClock();
+    if (auto now = options.value("--now")) {
+        const auto seconds = parseNumber(*now);
+        if (!seconds) return badValue("--now", *now, "seconds since 1970");
+        request.now = *seconds;
+    }
+    if (auto charge = options.value("--charge")) {
+        request.charge = parseInteger(*charge);
+        if (!request.charge || *request.charge < 0 || *request.charge > 100) {
+            return badValue("--charge", *charge, "a percentage from 0 to 100");
+        }
+    }
+    if (options.has("--plugged") && options.has("--unplugged"))
+        return "--plugged and --unplugged exclude each other";
+    if (options.has("--plugged")) request.plugged = true;
+    if (options.has("--unplugged")) request.plugged = false;
+    if (auto error = parseServiceInstalled(options.value("--service-installed"), request.serviceInstalled)) {
+        return *error;
+    }
+    return request;
+}
+
+json::Ordered settingsJson(const Settings& s) {
+    json::Ordered out;
+    out["enabled"] = s.enabled;
+    out["limit"] = s.limit;
+    out["discharge"] = s.discharge;
+    out["led"] = s.led;
+    out["blinkSeconds"] = s.blinkSeconds;
+    out["thermal"] = s.thermal;
+    out["thermalLimit"] = s.thermalLimit;
+    out["topUp"] = s.topUp;
+    out["topUpHours"] = s.topUpHours;
+    out["hysteresis"] = s.hysteresis;
+    out["history"] = s.history;
+    out["historyDays"] = s.historyDays;
+    out["calibrate"] = s.calibrate;
+    return out;
+}
+
+json::Ordered calJson(const CalibrationStatus& cal) {
+    json::Ordered out;
+    out["phase"] = cal.phase.wireWord();
+    out["startedAt"] = json::orNull(cal.startedAt);
+    out["soakBanked"] = cal.soakBanked;
+    out["soakSeconds"] = cal.soakSeconds;
+    out["drainTarget"] = cal.drainTarget;
+    json::Ordered runs = json::Ordered::array();
+    for (const auto& run : cal.runs) {
+        json::Ordered item;
+        item["at"] = run.at;
+        item["beforeRaw"] = json::orNull(run.beforeRaw);
+        item["afterRaw"] = json::orNull(run.afterRaw);
+        item["afterNominal"] = json::orNull(run.afterNominal);
+        item["design"] = json::orNull(run.design);
+        item["cyclesAfter"] = json::orNull(run.cyclesAfter);
+        runs.push_back(std::move(item));
+    }
+    out["runs"] = std::move(runs);
+    if (cal.lastFailure) {
+        json::Ordered failure;
+        failure["reason"] = cal.lastFailure->reason;
+        failure["phase"] = cal.lastFailure->phase.wireWord();
+        failure["legacyText"] = json::orNull(cal.lastFailure->legacyText);
+        out["lastFailure"] = std::move(failure);
+        out["failureText"] = cal.lastFailure->text();
+    } else {
+        out["lastFailure"] = nullptr;
+        out["failureText"] = nullptr;
+    }
+    out["verdict"] = json::orNull(cal.verdict());
+    out["macOSGap"] = json::orNull(cal.macOSGap());
+    out["trend"] = json::orNull(cal.trend());
+    return out;
+}
+
+json::Ordered statusJson(const DataDirectoryState& data, const SystemLock& lock, const PanelState& panel) {
+    const ChargeSettingsState& s = data.settings;
+    const ServiceStatus& st = s.status;
+    json::Ordered out;
+    out["settings"] = settingsJson(s.settings);
+    out["state"] = st.state;
+    out["statusPct"] = st.statusPct;
+    out["statusPlugged"] = st.statusPlugged;
+    out["statusHot"] = st.statusHot;
+    out["statusTemp"] = json::orNull(st.statusTemp);
+    out["statusTopUp"] = st.statusTopUp;
+    out["statusProtectedSeconds"] = st.statusProtectedSeconds;
+    out["statusSince"] = json::orNull(st.statusSince);
+    out["ledSupported"] = st.ledSupported;
+    out["dischargeSupported"] = st.dischargeSupported;
+    out["dischargeFailed"] = st.dischargeFailed;
+    out["smcKeys"] = st.smcKeys;
+    out["chargeMode"] = json::orNull(st.chargeMode);
+    out["gateVerified"] = json::orNull(st.gateVerified);
+    out["nativeFloor"] = json::orNull(st.nativeFloor);
+    out["daemonVersion"] = json::orNull(st.daemonVersion);
+    out["daemonStartedAt"] = json::orNull(st.daemonStartedAt);
+    out["daemonPath"] = json::orNull(st.daemonPath);
+    out["daemonInstalled"] = s.daemonInstalled;
+    out["heldLimit"] = s.heldLimit();
+    out["serviceState"] = name(s.serviceState(data.installation));
+    out["systemLock"] = {{"macOSMajor", lock.macOSMajor},
+                         {"closesKeys", lock.closesKeys},
+                         {"nativeAvailable", lock.nativeAvailable},
+                         {"usesNative", lock.usesNative},
+                         {"active", lock.active}};
+    out["cal"] = calJson(st.cal);
+    out["panel"] = {{"text", panel.text}, {"tone", name(panel.tone)}, {"help", json::orNull(panel.help)}};
+    out["target"] = PanelStatus::target(s);
+    return out;
+}
+
+std::string onOff(bool value) {
+    return value ? "on" : "off";
+}
+
+void printForPerson(std::FILE* out, const DataDirectoryState& data, const PanelState& panel, long long charge,
+                    bool plugged) {
+    const ChargeSettingsState& s = data.settings;
+    const ServiceState state = s.serviceState(data.installation);
+    std::fprintf(out, "%s\n", panel.text.c_str());
+    if (panel.help) std::fprintf(out, "  %s\n", panel.help->c_str());
+    std::fprintf(out, "\nCharge %s, %s, heading for %s\n", Fmt::percent(charge).c_str(),
+                 plugged ? "plugged in" : "on battery", Fmt::percent(PanelStatus::target(s)).c_str());
+
+    std::fprintf(out, "\nService: %s (state word “%s”)\n", std::string(name(state)).c_str(),
+                 s.status.state.c_str());
+    const bool manualInstaller = data.installation.uninstallerPath.has_value();
+    std::fprintf(out, "  %s\n", ServiceWords::explanation(s, state, manualInstaller).c_str());
+
+    const Settings& set = s.settings;
+    std::fprintf(out, "\nSettings\n");
+    std::fprintf(out, "  limit        %s (held %s), %s\n", Fmt::percent(set.limit).c_str(),
+                 Fmt::percent(s.heldLimit()).c_str(), set.enabled ? "enabled" : "disabled");
+    std::fprintf(out, "  hysteresis   %d points\n", set.hysteresis);
+    std::fprintf(out, "  discharge    %s\n", onOff(set.discharge).c_str());
+    std::fprintf(out, "  heat pause   %s above %d °C\n", onOff(set.thermal).c_str(), set.thermalLimit);
+    std::fprintf(out, "  top-up       %s, holds full for %d h\n", onOff(set.topUp).c_str(), set.topUpHours);
+    std::fprintf(out, "  light        %s, blinks %s s\n", onOff(set.led).c_str(),
+                 Fmt::decimal(set.blinkSeconds).c_str());
+    std::fprintf(out, "  history      %s, keeps %d days\n", onOff(set.history).c_str(), set.historyDays);
+    std::fprintf(out, "  calibrate    %s\n", onOff(set.calibrate).c_str());
+}
+
+}  // namespace
+
+int statusCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err) {
+    auto parsed = parseRequest(args);
+    if (auto* error = std::get_if<std::string>(&parsed)) {
+        std::fprintf(err, "torvelctl status: %s\n", error->c_str());
+        return exitUsage;
+    }
+    const StatusRequest& request = std::get<StatusRequest>(parsed);
+
+    const DataDirectoryState data =
+        loadDataDirectory(Paths::fromProcessEnvironment(), request.now, request.serviceInstalled);
+    const SystemLock& lock = SystemLock::current();
+    const long long charge = request.charge.value_or(data.settings.status.statusPct);
+    const bool plugged = request.plugged.value_or(data.settings.status.statusPlugged);
+    const PanelState panel =
+        PanelState::make(data.settings, data.settings.serviceState(data.installation), lock, plugged, charge);
+
+    if (request.json) {
+        std::fprintf(out, "%s\n", statusJson(data, lock, panel).dump(2).c_str());
+    } else {
+        printForPerson(out, data, panel, charge, plugged);
+    }
+    return exitOk;
+}
 
 }  // namespace torvel::cli

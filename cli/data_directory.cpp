@@ -1,0 +1,62 @@
+#include "data_directory.h"
+
+#include <chrono>
+#include <filesystem>
+
+#include "common/files.h"
+#include "options.h"
+#include "systemd_unit.h"
+
+namespace torvel::cli {
+
+DataDirectoryState loadDataDirectory(const Paths& paths, double now, bool serviceInstalled) {
+    DataDirectoryState state;
+    ChargeSettingsState& s = state.settings;
+    s.daemonInstalled = serviceInstalled;
+
+    if (const auto config = readWholeFile(paths.config);
+        const auto* bytes = std::get_if<std::string>(&config)) {
+        s.settings = loadSettings(*bytes, s.settings);
+    }
+    const auto statusFile = readWholeFile(paths.status);
+    const auto* statusBytes = std::get_if<std::string>(&statusFile);
+    refreshStatus(s.status, statusBytes ? std::optional<std::string_view>(*statusBytes) : std::nullopt, now,
+                  s.daemonInstalled);
+    s.settings.calibrate = followCalibrate(s.settings.calibrate, std::nullopt, s.status.cal, now);
+
+    std::error_code error;
+    const auto resolved = std::filesystem::weakly_canonical(installedDaemonPath, error);
+    state.installation = InstallationFacts{
+        .ownDaemonPath = installedDaemonPath,
+        // An installed copy owns the service; it may take it back from any other.
+        .ownCopyInApplications = !error && resolved.string().starts_with("/usr/"),
+        .appVersion = TORVEL_VERSION,
+        .uninstallerPath = std::nullopt,
+    };
+    return state;
+}
+
+bool serviceUnitEnabled() {
+    return unitFileState(daemonUnit) == "enabled";
+}
+
+std::optional<std::string> parseServiceInstalled(const std::optional<std::string>& value, bool& installed) {
+    if (!value) {
+        installed = serviceUnitEnabled();
+        return std::nullopt;
+    }
+    if (*value == "yes") {
+        installed = true;
+    } else if (*value == "no") {
+        installed = false;
+    } else {
+        return badValue("--service-installed", *value, "yes or no");
+    }
+    return std::nullopt;
+}
+
+double wallClock() {
+    return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+}
+
+}  // namespace torvel::cli

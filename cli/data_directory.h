@@ -1,0 +1,33 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "common/paths.h"
+#include "service/charge_settings.h"
+
+namespace torvel::cli {
+
+// Where the service executable of an installed copy lives; a service run from anywhere else belongs to
+// another copy (a build tree, a second install).
+inline constexpr const char* installedDaemonPath = "/usr/libexec/torvel/torvel-daemon";
+
+// The charge-settings model as the app would hold it after start-up: config.json loaded, one status refresh
+// at `now`, and `calibrate` following the service.
+struct DataDirectoryState {
+    ChargeSettingsState settings;
+    InstallationFacts installation;
+};
+
+DataDirectoryState loadDataDirectory(const Paths& paths, double now, bool serviceInstalled);
+
+// Whether systemd has the service's unit enabled.
+bool serviceUnitEnabled();
+
+// Reads "--service-installed yes|no" (absent: ask systemd); an error text for any other value.
+std::optional<std::string> parseServiceInstalled(const std::optional<std::string>& value, bool& installed);
+
+// The wall clock in seconds since 1970, for commands whose --now was not given.
+double wallClock();
+
+}  // namespace torvel::cli

@@ -1,0 +1,29 @@
+#include "service/charge_settings.h"
+
+#include <algorithm>
+
+namespace torvel {
+
+int ChargeSettingsState::heldLimit() const {
+    return std::max(settings.limit, status.nativeFloor.value_or(0));
+}
+
+ServiceFacts ChargeSettingsState::serviceFacts(const InstallationFacts& installation) const {
+    return ServiceFacts{
+        .serviceNeedsApproval = serviceNeedsApproval,
+        .daemonInstalled = daemonInstalled,
+        .serviceNeedsMigration = serviceNeedsMigration,
+        .state = status.state,
+        .daemonPath = status.daemonPath,
+        .daemonVersion = status.daemonVersion,
+        .ownDaemonPath = installation.ownDaemonPath,
+        .ownCopyInApplications = installation.ownCopyInApplications,
+        .appVersion = installation.appVersion,
+    };
+}
+
+ServiceState ChargeSettingsState::serviceState(const InstallationFacts& installation) const {
+    return torvel::serviceState(serviceFacts(installation));
+}
+
+}  // namespace torvel

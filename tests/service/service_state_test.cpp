@@ -1,0 +1,169 @@
+#include "service/service_state.h"
+
+#include <gtest/gtest.h>
+
+#include "service/charge_settings.h"
+
+namespace torvel {
+namespace {
+
+constexpr const char* own = "/usr/libexec/torvel/torvel-daemon";
+
+ServiceFacts running() {
+    return ServiceFacts{.daemonInstalled = true,
+                        .state = "hold",
+                        .daemonPath = own,
+                        .daemonVersion = "1.5",
+                        .ownDaemonPath = own,
+                        .ownCopyInApplications = true,
+                        .appVersion = "1.5"};
+}
+
+TEST(ServiceState, FirstMatchingCaseWins) {
+    struct Case {
+        const char* name;
+        void (*change)(ServiceFacts&);
+        ServiceState expected;
+    };
+    const Case cases[] = {
+        {"healthy", [](ServiceFacts&) {}, ServiceState::running},
+        {"approval beats not installed",
+         [](ServiceFacts& f) {
+             f.serviceNeedsApproval = true;
+             f.daemonInstalled = false;
+         },
+         ServiceState::awaitingApproval},
+        {"not installed", [](ServiceFacts& f) { f.daemonInstalled = false; }, ServiceState::notInstalled},
+        {"migration beats elsewhere",
+         [](ServiceFacts& f) {
+             f.serviceNeedsMigration = true;
+             f.daemonPath = "/opt/other/torvel-daemon";
+         },
+         ServiceState::needsMigration},
+        {"other copy, this one installed",
+         [](ServiceFacts& f) { f.daemonPath = "/home/me/build/torvel-daemon"; },
+         ServiceState::elsewhereInApplications},
+        {"other copy, this one not installed",
+         [](ServiceFacts& f) {
+             f.daemonPath = "/usr/libexec/torvel/torvel-daemon.old";
+             f.ownCopyInApplications = false;
+         },
+         ServiceState::elsewhere},
+        {"elsewhere beats outdated",
+         [](ServiceFacts& f) {
+             f.daemonPath = "/tmp/torvel-daemon";
+             f.daemonVersion = "1.4";
+         },
+         ServiceState::elsewhereInApplications},
+        {"outdated", [](ServiceFacts& f) { f.daemonVersion = "1.4"; }, ServiceState::outdated},
+        {"outdated beats stale",
+         [](ServiceFacts& f) {
+             f.daemonVersion = "1.6";
+             f.state = "stale";
+         },
+         ServiceState::outdated},
+        {"stale", [](ServiceFacts& f) { f.state = "stale"; }, ServiceState::stale},
+        {"unknown", [](ServiceFacts& f) { f.state = "unknown"; }, ServiceState::unknown},
+        {"empty path is no other copy", [](ServiceFacts& f) { f.daemonPath = ""; }, ServiceState::running},
+        {"no version is never outdated", [](ServiceFacts& f) { f.daemonVersion.reset(); },
+         ServiceState::running},
+        {"unknown own version is never outdated", [](ServiceFacts& f) { f.appVersion.reset(); },
+         ServiceState::running},
+        {"trailing zero is the same version", [](ServiceFacts& f) { f.daemonVersion = "1.5.0"; },
+         ServiceState::running},
+    };
+    for (const auto& c : cases) {
+        ServiceFacts facts = running();
+        c.change(facts);
+        EXPECT_EQ(name(serviceState(facts)), name(c.expected)) << c.name;
+    }
+}
+
+TEST(CompareVersions, NumericComponentByComponent) {
+    struct Case {
+        const char* a;
+        const char* b;
+        int expected;
+    };
+    const Case cases[] = {
+        {"1.4", "1.5", -1}, {"1.5", "1.5.0", 0}, {"1.10", "1.9", 1},  {"2", "1.99.99", 1},
+        {"1.05", "1.5", 0}, {"", "0", 0},        {"1.5b", "1.5a", 1}, {"1.5.1", "1.5", 1},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(compareVersions(c.a, c.b), c.expected) << c.a << " vs " << c.b;
+        EXPECT_EQ(compareVersions(c.b, c.a), -c.expected) << c.b << " vs " << c.a;
+    }
+}
+
+TEST(DecideSync, RepairsAreOneShotAndOrdered) {
+    struct Case {
+        const char* name;
+        SyncInputs inputs;
+        SyncDecision expected;
+    };
+    const Case cases[] = {
+        {"service appears with settings waiting",
+         {.nowInstalled = true, .settingsAwaitingService = true},
+         {.resendSettings = true}},
+        {"service appears after a write error",
+         {.nowInstalled = true, .hasWriteError = true},
+         {.resendSettings = true}},
+        {"service was already there",
+         {.wasInstalled = true, .nowInstalled = true, .settingsAwaitingService = true},
+         {}},
+        {"appears with nothing to send", {.nowInstalled = true}, {}},
+        {"other copy, installed copy takes it back",
+         {.fromElsewhere = true, .ownCopyInApplications = true},
+         {.repoint = true}},
+        {"other copy, tried already",
+         {.fromElsewhere = true, .ownCopyInApplications = true, .triedRepoint = true},
+         {}},
+        {"other copy, this one is not installed", {.fromElsewhere = true}, {}},
+        {"elsewhere and outdated: never restart someone else's service",
+         {.fromElsewhere = true, .outdated = true},
+         {}},
+        {"outdated", {.outdated = true}, {.restart = true}},
+        {"outdated, restarted once already", {.outdated = true, .triedServiceRefresh = true}, {}},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(decideSync(c.inputs), c.expected) << c.name;
+    }
+}
+
+TEST(ServiceRegistration, InstalledAndMigration) {
+    using Status = ServiceRegistration::Status;
+    EXPECT_TRUE((ServiceRegistration{.status = Status::enabled}).installed());
+    EXPECT_FALSE((ServiceRegistration{.status = Status::requiresApproval}).installed());
+    EXPECT_TRUE((ServiceRegistration{.status = Status::notRegistered, .legacyInstalled = true}).installed());
+    EXPECT_TRUE((ServiceRegistration{.legacyInstalled = true}).needsMigration());
+    EXPECT_FALSE((ServiceRegistration{.legacyInstalled = true, .hasInstallScript = true}).needsMigration());
+}
+
+TEST(ServiceTexts, MigrationCommandAndRegistrationErrors) {
+    EXPECT_EQ(migrationCommand("/usr/share/torvel/uninstall-service"),
+              "sudo bash \"/usr/share/torvel/uninstall-service\" --keep-data");
+    EXPECT_FALSE(migrationCommand(std::nullopt));
+    EXPECT_EQ(explainRegistrationError(2, "whatever"),
+              "Part of Torvel is missing. Download it again and try once more.");
+    EXPECT_EQ(explainRegistrationError(5, "Access denied"), "Access denied");
+    EXPECT_TRUE(explainRegistrationError(1, "").starts_with("macOS wouldn’t let Torvel install its helper."));
+}
+
+TEST(ChargeSettingsState, HeldLimitAndReach) {
+    ChargeSettingsState state;
+    state.settings.limit = 80;
+    EXPECT_EQ(state.heldLimit(), 80);
+    state.status.nativeFloor = 85;
+    EXPECT_EQ(state.heldLimit(), 85);
+    state.status.nativeFloor = 60;
+    EXPECT_EQ(state.heldLimit(), 80);
+
+    EXPECT_FALSE(state.canReachService());
+    state.daemonInstalled = true;
+    EXPECT_TRUE(state.canReachService());
+    state.writeError = "The charge service isn’t reachable.";
+    EXPECT_FALSE(state.canReachService());
+}
+
+}  // namespace
+}  // namespace torvel
