@@ -1,0 +1,31 @@
+#pragma once
+
+#include <array>
+#include <optional>
+#include <string_view>
+
+namespace torvel {
+
+// The main window's sections, in the order of its tabs.
+class AppSection {
+  public:
+    enum Value { today, settings, mac, memory, calibration };
+
+    constexpr AppSection(Value value) : value_(value) {}
+    constexpr operator Value() const { return value_; }
+
+    static constexpr std::array<Value, 5> all{today, settings, mac, memory, calibration};
+
+    std::string_view rawValue() const;
+    // The window title and the tab's label.
+    std::string_view title() const;
+
+    // A section named on the command line, by its raw value or by one of the older names people type.
+    static std::optional<AppSection> named(std::string_view text);
+    static std::optional<AppSection> fromRawValue(std::string_view text);
+
+  private:
+    Value value_;
+};
+
+}  // namespace torvel

@@ -1,0 +1,224 @@
+#include "onboarding/flow.h"
+
+#include <algorithm>
+#include <variant>
+
+namespace torvel {
+
+using Kind = OnboardingFlow::Step::Kind;
+
+const std::array<OnboardingFlow::Profile, 3> OnboardingFlow::profiles{{
+    {0, "powerplug.fill", "Always plugged in", "A desk Mac.", 70, 20, true},
+    {1, "laptopcomputer", "A bit of both", "Plugged in most days.", 80, 20, true},
+    {2, "bag.fill", "Often unplugged", "You need the range.", 90, 20, false},
+}};
+
+bool OnboardingFlow::Step::operator==(const Step& other) const {
+    if (kind != other.kind || capability != other.capability || message != other.message) return false;
+    if (reason.has_value() != other.reason.has_value()) return false;
+    return !reason ||
+           HardwareProbe::Unsupported::Value(*reason) == HardwareProbe::Unsupported::Value(*other.reason);
+}
+
+void OnboardingFlow::probed(const HardwareProbe::Result& result) {
+    if (const auto* supported = std::get_if<HardwareProbe::Supported>(&result)) {
+        capability_ = {supported->discharge.has_value(), supported->led};
+        step_ = Step::welcome(capability_);
+    } else if (const auto* unsupported = std::get_if<HardwareProbe::Unsupported>(&result)) {
+        step_ = Step::unsupported(*unsupported);
+    } else {
+        step_ = Step::probeFailed(std::get<HardwareProbe::Failed>(result).text);
+    }
+}
+
+void OnboardingFlow::towardsService(bool ready) {
+    installedOnEntry_ = ready;
+    step_ = Step::plain(Kind::service);
+}
+
+// With the system's own limit there is no service behaviour to hand over to, so the hand-over is skipped
+// both ways.
+void OnboardingFlow::afterService(bool usesNative) {
+    step_ = Step::plain(usesNative ? Kind::tuning : Kind::handOver);
+}
+
+bool OnboardingFlow::next(bool ready, bool usesNative) {
+    switch (step_.kind) {
+        case Kind::welcome:
+            if (!ready || mode_.review) {
+                towardsService(ready);
+            } else {
+                afterService(usesNative);
+            }
+            return false;
+        case Kind::installFailed:
+        case Kind::service:
+        case Kind::awaitingApproval:
+            afterService(usesNative);
+            return false;
+        case Kind::handOver:
+            step_ = Step::plain(Kind::tuning);
+            return false;
+        case Kind::tuning:
+            step_ = Step::plain(Kind::done);
+            return true;
+        default:
+            return false;
+    }
+}
+
+void OnboardingFlow::back(bool ready, bool usesNative) {
+    const auto backFromHandOver = [&] {
+        if (!ready || mode_.review) {
+            towardsService(ready);
+        } else {
+            step_ = Step::welcome(capability_);
+        }
+    };
+    switch (step_.kind) {
+        case Kind::installFailed:
+        case Kind::service:
+        case Kind::awaitingApproval:
+            step_ = Step::welcome(capability_);
+            break;
+        case Kind::handOver:
+            backFromHandOver();
+            break;
+        case Kind::tuning:
+            if (usesNative) {
+                backFromHandOver();
+            } else {
+                step_ = Step::plain(Kind::handOver);
+            }
+            break;
+        default:
+            break;
+    }
+}
+
+bool OnboardingFlow::canGoBack() const {
+    if (mode_.approvalOnly || mode_.migrationOnly) return false;
+    switch (step_.kind) {
+        case Kind::installFailed:
+        case Kind::handOver:
+        case Kind::service:
+        case Kind::awaitingApproval:
+        case Kind::tuning:
+            return true;
+        default:
+            return false;
+    }
+}
+
+std::optional<int> OnboardingFlow::progress(bool usesNative) const {
+    if (mode_.approvalOnly || mode_.migrationOnly) return std::nullopt;
+    switch (step_.kind) {
+        case Kind::welcome:
+            return 0;
+        case Kind::installFailed:
+        case Kind::service:
+        case Kind::awaitingApproval:
+            return 1;
+        case Kind::handOver:
+            return 2;
+        case Kind::tuning:
+            return usesNative ? 2 : 3;
+        default:
+            return std::nullopt;
+    }
+}
+
+void OnboardingFlow::installed(const ChargeSettingsState& settings, bool usesNative) {
+    if (settings.serviceError) {
+        step_ = Step::installFailed(*settings.serviceError);
+    } else if (settings.daemonInstalled) {
+        afterService(usesNative);
+    } else {
+        step_ = Step::plain(Kind::awaitingApproval);
+    }
+}
+
+bool OnboardingFlow::tick(bool ready, bool usesNative) {
+    // A service that was already there when the user moved on is not news: the user goes on by hand.
+    if (!ready || installedOnEntry_) return false;
+    if (mode_.approvalOnly || mode_.migrationOnly) {
+        step_ = Step::plain(Kind::done);
+    } else {
+        afterService(usesNative);
+    }
+    return true;
+}
+
+OnboardingFlow::PollingChange OnboardingFlow::syncPolling(bool timerRunning, bool live) const {
+    PollingChange change;
+    if (polls() && !timerRunning) {
+        change.becomeLive = !live;
+        change.startTimer = true;
+    } else if (!polls() && timerRunning) {
+        change.stopTimer = true;
+    }
+    return change;
+}
+
+int OnboardingFlow::restingFloor(const Settings& settings, bool usesNative) {
+    // The system's own mechanism resumes charging a fixed five points under the limit.
+    const int band = usesNative ? 5 : settings.hysteresis;
+    return std::max(20, settings.limit - band);
+}
+
+Settings OnboardingFlow::apply(const Profile& profile, Settings settings, bool dischargeSupported) {
+    settings.limit = profile.limit;
+    settings.hysteresis = profile.band;
+    if (dischargeSupported) settings.discharge = profile.discharge;
+    return settings;
+}
+
+std::string OnboardingFlow::commandToCopy(const ChargeSettingsState& settings,
+                                          const InstallationFacts& installation) {
+    if (settings.serviceNeedsMigration) {
+        if (auto command = migrationCommand(installation.uninstallerPath)) return *command;
+    }
+    return std::string(installCommand);
+}
+
+std::string_view name(OnboardingFlow::Step::Kind kind) {
+    switch (kind) {
+        case Kind::welcome:
+            return "welcome";
+        case Kind::installFailed:
+            return "installFailed";
+        case Kind::unsupported:
+            return "unsupported";
+        case Kind::probeFailed:
+            return "probeFailed";
+        case Kind::checking:
+            return "checking";
+        case Kind::handOver:
+            return "handOver";
+        case Kind::service:
+            return "service";
+        case Kind::awaitingApproval:
+            return "awaitingApproval";
+        case Kind::tuning:
+            return "tuning";
+        case Kind::done:
+            return "done";
+    }
+    return {};
+}
+
+std::optional<OnboardingFlow::Mode> OnboardingWindowSync::syncApproval(bool serviceNeedsApproval,
+                                                                       bool onboardingSeen,
+                                                                       bool windowVisible) const {
+    // Before the first run has been completed, the full flow already covers the approval.
+    if (!serviceNeedsApproval || !onboardingSeen || approvalDismissed || windowVisible) return std::nullopt;
+    return OnboardingFlow::Mode{.review = false, .approvalOnly = true, .migrationOnly = false};
+}
+
+std::optional<OnboardingFlow::Mode> OnboardingWindowSync::syncMigration(bool serviceNeedsMigration,
+                                                                        bool windowVisible) const {
+    if (!serviceNeedsMigration || migrationDismissed || windowVisible) return std::nullopt;
+    return OnboardingFlow::Mode{.review = false, .approvalOnly = false, .migrationOnly = true};
+}
+
+}  // namespace torvel
