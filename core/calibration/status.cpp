@@ -71,14 +71,14 @@ std::optional<Phase> Phase::fromWire(std::string_view word) {
     return std::nullopt;
 }
 
-std::string Phase::label(std::int64_t drainTarget) const {
+std::string Phase::label(std::int64_t lowPoint) const {
     switch (value_) {
         case idle:
             return "Idle";
         case fill:
             return "Charge to 100%";
         case drain:
-            return "Run down to " + std::to_string(drainTarget) + "%";
+            return "Run down to " + std::to_string(lowPoint) + "%";
         case refill:
             return "Back up to 100%";
         case soak:

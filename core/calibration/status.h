@@ -26,7 +26,7 @@ struct CalibrationStatus {
         // 1 to 5 for the steps of a run, 0 for idle.
         int step() const { return static_cast<int>(value_); }
 
-        std::string label(std::int64_t drainTarget) const;
+        std::string label(std::int64_t lowPoint) const;
         std::optional<std::string> reason() const;
 
       private:
