@@ -1,0 +1,118 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "commands.h"
+#include "common/json.h"
+
+namespace torvel::cli {
+namespace {
+
+struct Outcome {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+std::string drain(std::FILE* file) {
+    std::rewind(file);
+    std::string text;
+    char buffer[4096];
+    while (const std::size_t n = std::fread(buffer, 1, sizeof buffer, file)) text.append(buffer, n);
+    std::fclose(file);
+    return text;
+}
+
+Outcome torvelctl(const std::vector<std::string>& args) {
+    std::FILE* out = std::tmpfile();
+    std::FILE* err = std::tmpfile();
+    const int status = run(args, out, err);
+    return {status, drain(out), drain(err)};
+}
+
+class StatusCommand : public ::testing::Test {
+  protected:
+    void SetUp() override { ::setenv("TORVEL_ROOT", TORVEL_SOURCE_DIR "/samples/datadir", 1); }
+    void TearDown() override { ::unsetenv("TORVEL_ROOT"); }
+};
+
+TEST_F(StatusCommand, JsonDescribesTheSampleAsALiveService) {
+    const Outcome result =
+        torvelctl({"status", "--json", "--now", "1763900020", "--service-installed", "yes"});
+    ASSERT_EQ(result.status, exitOk) << result.err;
+    const auto status = json::parseObject(result.out);
+    ASSERT_TRUE(status);
+    EXPECT_EQ((*status)["serviceState"], "running");
+    EXPECT_EQ((*status)["panel"]["text"], "Held at 80%");
+    EXPECT_EQ((*status)["panel"]["tone"], "held");
+    EXPECT_EQ((*status)["settings"]["limit"], 80);
+    EXPECT_EQ((*status)["target"], 80);
+    EXPECT_TRUE((*status)["nativeFloor"].is_null());
+    EXPECT_EQ((*status)["cal"]["runs"].size(), 2u);
+    EXPECT_TRUE((*status)["cal"]["trend"].is_string());
+}
+
+TEST_F(StatusCommand, OptionsReplayASituation) {
+    struct Case {
+        std::vector<std::string> options;
+        const char* serviceState;
+        const char* panel;
+    };
+    const Case cases[] = {
+        {{"--now", "1763900100"}, "stale", "Service stopped"},
+        {{"--now", "1763900020", "--service-installed", "no"}, "notInstalled", "Service to install"},
+        {{"--now", "1763900020", "--charge", "86"}, "running", "Above 80%"},
+    };
+    for (const auto& c : cases) {
+        std::vector<std::string> args{"status", "--json", "--service-installed", "yes"};
+        if (std::find(c.options.begin(), c.options.end(), "--service-installed") != c.options.end())
+            args.resize(2);
+        args.insert(args.end(), c.options.begin(), c.options.end());
+        const Outcome result = torvelctl(args);
+        ASSERT_EQ(result.status, exitOk) << result.err;
+        const auto status = json::parseObject(result.out);
+        ASSERT_TRUE(status);
+        EXPECT_EQ((*status)["serviceState"], c.serviceState) << c.panel;
+        EXPECT_EQ((*status)["panel"]["text"], c.panel);
+    }
+}
+
+TEST_F(StatusCommand, BadArgumentsNameThemselves) {
+    struct Case {
+        std::vector<std::string> args;
+        const char* mentions;
+    };
+    const Case cases[] = {
+        {{"status", "--now", "soon"}, "--now"},
+        {{"status", "--charge", "140", "--service-installed", "yes"}, "--charge"},
+        {{"status", "--service-installed", "maybe"}, "--service-installed"},
+        {{"status", "--plugged", "--unplugged", "--service-installed", "yes"}, "--unplugged"},
+        {{"status", "--colour"}, "--colour"},
+        {{"status", "--now"}, "--now"},
+        {{"stauts"}, "stauts"},
+    };
+    for (const auto& c : cases) {
+        const Outcome result = torvelctl(c.args);
+        EXPECT_EQ(result.status, exitUsage) << c.mentions;
+        EXPECT_NE(result.err.find(c.mentions), std::string::npos) << result.err;
+        EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
+    }
+}
+
+TEST_F(StatusCommand, MissingFilesFallBackQuietly) {
+    ::setenv("TORVEL_ROOT", "/nonexistent/torvel", 1);
+    const Outcome result = torvelctl({"status", "--json", "--service-installed", "yes"});
+    ASSERT_EQ(result.status, exitOk) << result.err;
+    const auto status = json::parseObject(result.out);
+    ASSERT_TRUE(status);
+    EXPECT_EQ((*status)["state"], "unknown");
+    EXPECT_EQ((*status)["serviceState"], "unknown");
+    EXPECT_EQ((*status)["settings"]["limit"], 80);
+}
+
+}  // namespace
+}  // namespace torvel::cli
