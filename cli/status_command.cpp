@@ -175,6 +175,18 @@ void printForPerson(std::FILE* out, const DataDirectoryState& data, const PanelS
                  Fmt::decimal(set.blinkSeconds).c_str());
     std::fprintf(out, "  history      %s, keeps %d days\n", onOff(set.history).c_str(), set.historyDays);
     std::fprintf(out, "  calibrate    %s\n", onOff(set.calibrate).c_str());
+
+    const CalibrationStatus& cal = s.status.cal;
+    std::fprintf(out, "\nCalibration\n");
+    if (cal.phase == CalibrationStatus::Phase::idle) {
+        std::fprintf(out, "  no run under way, %zu completed\n", cal.runs.size());
+    } else {
+        std::fprintf(out, "  step %d of 5: %s\n", cal.phase.step(), cal.phase.label(cal.drainTarget).c_str());
+    }
+    for (const auto& sentence : {cal.lastFailure ? std::optional(cal.lastFailure->text()) : std::nullopt,
+                                 cal.verdict(), cal.macOSGap(), cal.trend()}) {
+        if (sentence) std::fprintf(out, "  %s\n", sentence->c_str());
+    }
 }
 
 }  // namespace
