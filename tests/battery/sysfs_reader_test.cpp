@@ -61,18 +61,6 @@ TEST(SysfsReader, FixtureMachinesGiveTheirReadings) {
     }
 }
 
-TEST(SysfsReader, EnergyBatteryCapacitiesAreDividedByTheDesignVoltage) {
-    const auto reading = readPowerSupplies(fixtures / "thinkpad_discharging");
-    ASSERT_TRUE(reading.smartBattery);
-    const auto& keys = *reading.smartBattery;
-    EXPECT_EQ(keys.integer("AppleRawMaxCapacity"), 4000);
-    EXPECT_EQ(keys.integer("DesignCapacity"), 5000);
-    EXPECT_EQ(keys.integer("Amperage"), -800);
-    EXPECT_EQ(keys.integer("Voltage"), 11700);
-    // cycle_count 0 means the driver does not count.
-    EXPECT_EQ(keys.find("CycleCount"), nullptr);
-}
-
 TEST(SysfsReader, NoMachineBatteryMeansNoReading) {
     const fs::path empty = fs::path(::testing::TempDir()) / "torvel_empty_power_supply";
     fs::create_directories(empty);
