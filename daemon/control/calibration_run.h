@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "calibration/status.h"
+#include "common/dates.h"
+#include "device/power_device.h"
+
+namespace torvel::daemon {
+
+// Drives one calibration sweep through its phases (fill, drain, refill, soak, restore) and keeps the
+// published record of it. Pure bookkeeping: the controller turns target() into writes.
+class CalibrationRun {
+  public:
+    // A run in which neither the charge nor the phase moved for this long is given up.
+    static constexpr double stallSeconds = 3 * 24 * 3600.0;
+    // Completed runs kept in the record; older ones fall off.
+    static constexpr std::size_t keptRuns = 50;
+
+    CalibrationRun(CalibrationStatus status, std::optional<std::int64_t> beforeRaw);
+
+    // Returns true when a run ended (completed, stalled or abandoned) during this update, so the caller
+    // turns `calibrate` off in the configuration.
+    bool update(bool calibrate, int limit, const DeviceReading& reading, Instant now, Instant elapsed);
+
+    // The charge the current phase aims at; absent when no run is on.
+    std::optional<int> target(int limit) const;
+    bool running() const { return status_.phase != CalibrationStatus::Phase::idle; }
+    bool draining() const { return status_.phase == CalibrationStatus::Phase::drain; }
+    // Phases that bring the charge down, by forced discharge where the machine offers it.
+    bool pullingDown() const { return draining() || status_.phase == CalibrationStatus::Phase::restore; }
+    // Phases that charge up to full, where the start threshold must not hold charging back.
+    bool fillingUp() const;
+
+    const CalibrationStatus& status() const { return status_; }
+    std::optional<std::int64_t> beforeRaw() const { return beforeRaw_; }
+
+  private:
+    void enter(CalibrationStatus::Phase phase, Instant now);
+    void finish(const DeviceReading& reading, Instant now);
+
+    CalibrationStatus status_;
+    std::optional<std::int64_t> beforeRaw_;
+    bool sawRequest_ = false;
+    std::optional<Instant> lastMovedAt_;
+    std::optional<int> lastPct_;
+};
+
+}  // namespace torvel::daemon

@@ -1,0 +1,237 @@
+#include "control/controller.h"
+
+#include <algorithm>
+
+namespace torvel::daemon {
+
+std::optional<std::string> chargeModeOf(const DeviceCapabilities& caps) {
+    const bool behaviour = caps.offers(behaviourInhibit);
+    if (caps.endThreshold && behaviour) return "thresholds+behaviour";
+    if (caps.endThreshold) return "thresholds";
+    if (behaviour) return "behaviour";
+    return std::nullopt;
+}
+
+ChargeController::ChargeController(PowerDevice& device, ControlMemory memory, Log log)
+    : device_(device),
+      log_(std::move(log)),
+      writer_(device),
+      calibration_(std::move(memory.cal), memory.calBeforeRaw) {
+    view_.protectedSeconds = memory.protectedSeconds;
+    view_.cal = calibration_.status();
+}
+
+ControlMemory ChargeController::memory() const {
+    return ControlMemory{view_.protectedSeconds, calibration_.status(), calibration_.beforeRaw()};
+}
+
+void ChargeController::setSettings(const Settings& settings) {
+    if (!settings.topUp || !settings_.topUp) topUpFullSeconds_ = 0;
+    settings_ = settings;
+    released_ = false;
+}
+
+std::optional<Settings> ChargeController::takeSettingsChange() {
+    auto change = std::move(settingsChange_);
+    settingsChange_.reset();
+    return change;
+}
+
+void ChargeController::reapply() {
+    capsKnown_ = false;
+    writer_.forget();
+}
+
+void ChargeController::refreshCapabilities() {
+    caps_ = device_.capabilities();
+    capsKnown_ = !caps_.batteryName.empty();
+    view_.chargeMode = chargeModeOf(caps_);
+    view_.dischargeSupported = caps_.offers(behaviourForceDischarge);
+    view_.controlFiles.clear();
+    if (caps_.endThreshold) view_.controlFiles.emplace_back(thresholdAttribute(Threshold::end));
+    if (caps_.startThreshold) view_.controlFiles.emplace_back(thresholdAttribute(Threshold::start));
+    if (!caps_.behaviours.empty()) view_.controlFiles.emplace_back("charge_behaviour");
+}
+
+void ChargeController::note(const WriteError& error) {
+    // A refusing driver refuses on every tick; the log wants it once, and once more when it recovers.
+    const std::string text = error.value_or("");
+    if (text == lastError_) return;
+    if (log_) log_(text.empty() ? "charge control works again" : text);
+    lastError_ = text;
+}
+
+void ChargeController::updateHeat(const DeviceReading& reading) {
+    if (!settings_.thermal || !reading.temperatureCelsius) {
+        view_.hot = false;
+        return;
+    }
+    const double temp = *reading.temperatureCelsius;
+    if (temp > settings_.thermalLimit) {
+        view_.hot = true;
+    } else if (temp <= settings_.thermalLimit - heatReturnCelsius) {
+        view_.hot = false;
+    }
+}
+
+void ChargeController::updateTopUp(const DeviceReading& reading, bool unplugged, double elapsed) {
+    if (!settings_.topUp) return;
+    bool over = false;
+    if (settings_.topUpHours == 0) {
+        over = unplugged;
+    } else if (reading.plugged && reading.full()) {
+        topUpFullSeconds_ += elapsed;
+        over = topUpFullSeconds_ >= settings_.topUpHours * 3600.0;
+    }
+    if (!over) return;
+    settings_.topUp = false;
+    topUpFullSeconds_ = 0;
+    settingsChange_ = settings_;
+    if (log_) log_("top-up finished");
+}
+
+std::optional<int> ChargeController::target() const {
+    if (auto calibrating = calibration_.target(settings_.limit)) return calibrating;
+    if (settings_.topUp) return 100;
+    if (settings_.enabled) return settings_.limit;
+    return std::nullopt;
+}
+
+void ChargeController::apply(const DeviceReading& reading, std::optional<int> goal, bool forcing) {
+    const int pct = reading.capacity.value_or(view_.pct);
+    WriteError error;
+
+    if (caps_.endThreshold) {
+        int end = goal.value_or(100);
+        int start = goal ? std::max(0, end - settings_.hysteresis) : 0;
+        // A top-up or a calibration fill must charge now, not only after the charge sags below the window.
+        if (goal && (calibration_.fillingUp() || (settings_.topUp && !calibration_.running()))) {
+            start = std::max(0, end - 1);
+        }
+        if (view_.hot && !caps_.offers(behaviourInhibit)) {
+            end = std::clamp(pct, 0, end);
+            start = std::max(0, end - settings_.hysteresis);
+        }
+        error = writer_.applyThresholds(caps_, start, end);
+    }
+
+    if (!caps_.endThreshold && goal) {
+        if (pct >= *goal) inhibitLatched_ = true;
+        if (pct < *goal - settings_.hysteresis) inhibitLatched_ = false;
+    } else {
+        inhibitLatched_ = false;
+    }
+    std::string_view behaviour = behaviourAuto;
+    if (forcing) {
+        behaviour = behaviourForceDischarge;
+    } else if (caps_.offers(behaviourInhibit) &&
+               (view_.hot || inhibitLatched_ || (calibration_.draining() && reading.plugged))) {
+        behaviour = behaviourInhibit;
+    }
+    if (auto behaviourError = writer_.applyBehaviour(caps_, behaviour); behaviourError && !error) {
+        error = behaviourError;
+    }
+    note(error);
+}
+
+void ChargeController::tick(Instant now) {
+    const DeviceReading reading = device_.read();
+    if (!capsKnown_) {
+        refreshCapabilities();
+        writer_.forget();
+    }
+    const double elapsed = lastTick_ ? std::clamp(now - *lastTick_, 0.0, 120.0) : 0.0;
+    lastTick_ = now;
+    const bool plugged = reading.plugged;
+    const bool pluggedIn = wasPlugged_ && !*wasPlugged_ && plugged;
+    const bool unplugged = wasPlugged_ && *wasPlugged_ && !plugged;
+    wasPlugged_ = plugged;
+    if (pluggedIn) discharge_.pluggedIn();
+
+    if (reading.capacity) view_.pct = *reading.capacity;
+    view_.plugged = plugged;
+    view_.temp = reading.temperatureCelsius;
+    const int pct = view_.pct;
+
+    if (calibration_.update(settings_.calibrate, settings_.limit, reading, now, elapsed)) {
+        settings_.calibrate = false;
+        settingsChange_ = settings_;
+        if (log_)
+            log_(calibration_.status().lastFailure ? "calibration stopped: nothing moved"
+                                                   : "calibration over");
+    }
+    view_.cal = calibration_.status();
+    updateTopUp(reading, unplugged, elapsed);
+    view_.topUp = settings_.topUp;
+    updateHeat(reading);
+
+    std::string state = "allow";
+    const auto goal = target();
+    if (released_) {
+        discharge_.stop();
+        holdingSince_.reset();
+    } else {
+        const bool dischargeAllowed = settings_.discharge || calibration_.pullingDown();
+        const bool wanted = goal && plugged && reading.capacity && pct > *goal && dischargeAllowed &&
+                            caps_.offers(behaviourForceDischarge);
+        const auto onDevice = caps_.behaviours.empty() ? std::nullopt : device_.behaviour();
+        const bool forcing = discharge_.update(
+            wanted, reading, onDevice ? std::optional<std::string_view>(onDevice->current) : std::nullopt,
+            now);
+        if (discharge_.failed() && !view_.dischargeFailed && log_) log_("forced discharge did not take");
+        view_.dischargeFailed = discharge_.failed();
+        apply(reading, goal, forcing);
+
+        const bool holding = plugged && goal && pct >= *goal - settings_.hysteresis && !forcing;
+        if (forcing) {
+            state = "discharge";
+        } else if (plugged && (view_.hot || (holding && !reading.charging()) ||
+                               (calibration_.draining() && !reading.charging()))) {
+            state = "hold";
+        }
+
+        // Verification looks at a stretch of holding at or above the target, where nothing should flow in.
+        const bool atLimit = plugged && goal && *goal < 100 && pct >= *goal && !forcing;
+        if (!atLimit) {
+            holdingSince_.reset();
+        } else if (!holdingSince_) {
+            holdingSince_ = now;
+        } else if (now - *holdingSince_ >= gateDelaySeconds) {
+            const bool stillFlowing = reading.charging() && reading.currentMicroamps.value_or(
+                                                                gateCurrentMicroamps) >= gateCurrentMicroamps;
+            view_.gateVerified = !stillFlowing;
+        }
+        if (state == "hold" && goal && *goal < 100 && pct < 100) view_.protectedSeconds += elapsed;
+    }
+    view_.nativeFloor = writer_.nativeFloor();
+    if (state != view_.state || view_.since == 0) {
+        view_.state = state;
+        view_.since = now;
+    }
+}
+
+WriteError ChargeController::release() {
+    released_ = true;
+    discharge_.stop();
+    if (!capsKnown_) refreshCapabilities();
+    WriteError error = writer_.applyThresholds(caps_, 0, 100);
+    if (auto behaviourError = writer_.applyBehaviour(caps_, behaviourAuto); !error) error = behaviourError;
+    writer_.forget();
+    return error;
+}
+
+WriteError ChargeController::shutdown() {
+    discharge_.stop();
+    if (!capsKnown_) refreshCapabilities();
+    // Thresholds are safe to leave behind (the firmware keeps holding the limit while the service is away);
+    // a forced discharge or an inhibited charger is not.
+    WriteError error = writer_.applyBehaviour(caps_, behaviourAuto);
+    if (!released_) {
+        const int end = settings_.enabled ? settings_.limit : 100;
+        const int start = settings_.enabled ? std::max(0, end - settings_.hysteresis) : 0;
+        if (auto thresholdError = writer_.applyThresholds(caps_, start, end); !error) error = thresholdError;
+    }
+    return error;
+}
+
+}  // namespace torvel::daemon

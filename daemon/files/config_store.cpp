@@ -1,0 +1,103 @@
+#include "files/config_store.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cmath>
+
+namespace torvel::daemon {
+namespace {
+
+struct IntegerRange {
+    std::string_view key;
+    int Settings::*field;
+    int low;
+    int high;
+};
+
+constexpr IntegerRange integerKeys[] = {
+    {"limit", &Settings::limit, 20, 100},
+    {"hysteresis", &Settings::hysteresis, 1, 40},
+    {"thermalLimit", &Settings::thermalLimit, 25, 60},
+    {"topUpHours", &Settings::topUpHours, 0, 48},
+    {"historyDays", &Settings::historyDays, 1, 3650},
+};
+
+struct BooleanKey {
+    std::string_view key;
+    bool Settings::*field;
+};
+
+constexpr BooleanKey booleanKeys[] = {
+    {"enabled", &Settings::enabled},     {"discharge", &Settings::discharge}, {"led", &Settings::led},
+    {"thermal", &Settings::thermal},     {"topUp", &Settings::topUp},         {"history", &Settings::history},
+    {"calibrate", &Settings::calibrate},
+};
+
+std::string mustBe(std::string_view key, std::string_view what) {
+    return "The setting " + std::string(key) + " must be " + std::string(what) + ".";
+}
+
+}  // namespace
+
+std::variant<AcceptedSettings, std::string> validateSettings(std::string_view message,
+                                                             const Settings& current) {
+    const auto object = json::parseObject(message);
+    if (!object) return std::string("The settings are not a JSON object.");
+    AcceptedSettings accepted{current, false};
+
+    for (const auto& [key, field] : booleanKeys) {
+        const json::Value* value = json::member(*object, key);
+        if (value == nullptr) continue;
+        if (!value->is_boolean()) return mustBe(key, "true or false");
+        accepted.settings.*field = value->get<bool>();
+    }
+    for (const auto& [key, field, low, high] : integerKeys) {
+        const json::Value* value = json::member(*object, key);
+        if (value == nullptr) continue;
+        const auto number = json::asInteger(*value);
+        if (!number || *number < low || *number > high) {
+            return mustBe(key, "a whole number from " + std::to_string(low) + " to " + std::to_string(high));
+        }
+        accepted.settings.*field = static_cast<int>(*number);
+    }
+    if (const json::Value* value = json::member(*object, "blinkSeconds")) {
+        const auto number = json::asNumber(*value);
+        if (!number || *number < 0.5 || *number > 5) return mustBe("blinkSeconds", "a number from 0.5 to 5");
+        accepted.settings.blinkSeconds = *number;
+    }
+    if (const json::Value* value = json::member(*object, "resetProtected")) {
+        if (!value->is_boolean()) return mustBe("resetProtected", "true or false");
+        accepted.resetProtected = value->get<bool>();
+    }
+    return accepted;
+}
+
+ConfigStore::Loaded ConfigStore::load() const {
+    int error = 0;
+    const auto bytes = readFileNoFollow(file_, error);
+    if (!bytes) {
+        if (error == ENOENT) return {};
+        if (error != ELOOP) return {Settings{}, systemError("read", file_, error) + "; using the defaults"};
+    }
+    if (bytes) {
+        auto result = validateSettings(*bytes, Settings{});
+        if (auto* accepted = std::get_if<AcceptedSettings>(&result))
+            return {accepted->settings, std::nullopt};
+    }
+    // A link or a damaged file: keep it aside under a name no save touches.
+    auto bad = file_;
+    bad += ".bad";
+    if (::rename(file_.c_str(), bad.c_str()) != 0) {
+        return {Settings{}, systemError("set aside", file_, errno) + "; using the defaults"};
+    }
+    return {Settings{}, file_.filename().string() + " could not be used and was kept as " +
+                            bad.filename().string() + "; using the defaults"};
+}
+
+FileError ConfigStore::save(const Settings& settings) const {
+    return replaceFile(file_, settingsMessage(settings), 0644);
+}
+
+}  // namespace torvel::daemon

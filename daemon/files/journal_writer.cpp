@@ -1,0 +1,121 @@
+#include "files/journal_writer.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "history/store.h"
+
+namespace torvel::daemon {
+namespace {
+
+struct Descriptor {
+    int fd = -1;
+    ~Descriptor() {
+        if (fd >= 0) ::close(fd);
+    }
+};
+
+// The directory itself must not be a link either: a planted link would send appends and deletions elsewhere.
+int openDirectory(const std::filesystem::path& directory) {
+    return ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+}
+
+std::vector<std::string> dayFiles(int directoryFd) {
+    std::vector<std::string> names;
+    const int copy = ::dup(directoryFd);
+    if (copy < 0) return names;
+    DIR* listing = ::fdopendir(copy);
+    if (listing == nullptr) {
+        ::close(copy);
+        return names;
+    }
+    while (const dirent* entry = ::readdir(listing)) {
+        if (!JournalWriter::isDayFileName(entry->d_name)) continue;
+        struct stat info {};
+        if (::fstatat(directoryFd, entry->d_name, &info, AT_SYMLINK_NOFOLLOW) != 0 || S_ISDIR(info.st_mode))
+            continue;
+        names.emplace_back(entry->d_name);
+    }
+    ::closedir(listing);
+    return names;
+}
+
+bool changed(const HistorySample& a, const HistorySample& b) {
+    const auto wholeDegrees = [](const std::optional<double>& t) {
+        return t ? std::optional<long>(std::lround(*t)) : std::nullopt;
+    };
+    return a.pct != b.pct || a.state != b.state || a.plugged != b.plugged ||
+           wholeDegrees(a.temp) != wholeDegrees(b.temp);
+}
+
+}  // namespace
+
+bool JournalWriter::isDayFileName(std::string_view name) {
+    if (name.size() != 16 || !name.ends_with(".jsonl")) return false;
+    for (std::size_t i = 0; i < 10; ++i) {
+        const bool dash = i == 4 || i == 7;
+        if (dash ? name[i] != '-' : (name[i] < '0' || name[i] > '9')) return false;
+    }
+    return true;
+}
+
+std::variant<bool, std::string> JournalWriter::record(const HistorySample& sample) {
+    if (last_) {
+        const double gap = sample.date - last_->date;
+        if (gap < minimumGap && gap >= 0) return false;
+        if (gap < maximumGap && gap >= 0 && !changed(sample, *last_)) return false;
+    }
+    const auto name = HistoryStore::dayFileName(sample.date);
+    if (!name) return std::string("cannot name the journal file for this date");
+    if (auto error = ensureDirectory(directory_)) return *error;
+    Descriptor directory{openDirectory(directory_)};
+    if (directory.fd < 0) return systemError("open", directory_, errno);
+    Descriptor out{
+        ::openat(directory.fd, name->c_str(), O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0644)};
+    if (out.fd < 0) return systemError("open", *name, errno);
+    // One write per line: a reader never sees half a line from us, only a line or none.
+    const std::string line = JournalLine::encode(sample) + "\n";
+    ssize_t written = 0;
+    do {
+        written = ::write(out.fd, line.data(), line.size());
+    } while (written < 0 && errno == EINTR);
+    if (written < 0) return systemError("append to", *name, errno);
+    last_ = sample;
+    return true;
+}
+
+FileError JournalWriter::prune(Instant now, int historyDays, bool force) {
+    if (!force && lastPrune_ && now - *lastPrune_ < pruneEvery) return std::nullopt;
+    lastPrune_ = now;
+    const auto oldestKept = Dates::addLocalDays(now, -historyDays);
+    if (!oldestKept) return std::nullopt;
+    Descriptor directory{openDirectory(directory_)};
+    if (directory.fd < 0) return errno == ENOENT ? FileError{} : systemError("open", directory_, errno);
+    for (const auto& name : dayFiles(directory.fd)) {
+        const auto day = Dates::parseIsoDay(std::string_view(name).substr(0, 10));
+        if (!day || *day >= *oldestKept) continue;
+        if (::unlinkat(directory.fd, name.c_str(), 0) != 0) return systemError("delete", name, errno);
+    }
+    return std::nullopt;
+}
+
+FileError JournalWriter::removeAll() {
+    last_.reset();
+    Descriptor directory{openDirectory(directory_)};
+    if (directory.fd < 0) return errno == ENOENT ? FileError{} : systemError("open", directory_, errno);
+    for (const auto& name : dayFiles(directory.fd)) {
+        if (::unlinkat(directory.fd, name.c_str(), 0) != 0) return systemError("delete", name, errno);
+    }
+    // Fails harmlessly when something else lives there: that is not ours to remove.
+    ::rmdir(directory_.c_str());
+    return std::nullopt;
+}
+
+}  // namespace torvel::daemon

@@ -1,0 +1,42 @@
+#include "files/service_log.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cmath>
+#include <ctime>
+#include <string>
+
+namespace torvel::daemon {
+
+void ServiceLog::write(Instant now, std::string_view text) {
+    char stamp[32] = "";
+    const std::time_t seconds = static_cast<std::time_t>(std::floor(now));
+    std::tm local{};
+    if (::localtime_r(&seconds, &local) != nullptr)
+        std::strftime(stamp, sizeof stamp, "%Y-%m-%d %H:%M:%S", &local);
+    std::string line = std::string(stamp) + " " + std::string(text.substr(0, 400));
+    for (char& c : line) {
+        if (c == '\n' || c == '\r') c = ' ';
+    }
+    line += '\n';
+
+    struct stat info {};
+    if (::lstat(file_.c_str(), &info) == 0 &&
+        static_cast<std::uintmax_t>(info.st_size) + line.size() > cap_) {
+        auto older = file_;
+        older += ".1";
+        ::rename(file_.c_str(), older.c_str());
+    }
+    const int fd = ::open(file_.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0644);
+    if (fd < 0) return;
+    ssize_t written = 0;
+    do {
+        written = ::write(fd, line.data(), line.size());
+    } while (written < 0 && errno == EINTR);
+    ::close(fd);
+}
+
+}  // namespace torvel::daemon

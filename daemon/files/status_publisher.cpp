@@ -1,0 +1,35 @@
+#include "files/status_publisher.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace torvel::daemon {
+namespace {
+
+// The counter grows on every tick while the limit holds; on its own it is not news worth a write.
+PublishedStatus comparable(PublishedStatus status) {
+    status.ts = 0;
+    status.protectedSeconds = 0;
+    return status;
+}
+
+}  // namespace
+
+std::variant<bool, std::string> StatusPublisher::publish(PublishedStatus status, Instant now) {
+    status.ts = now;
+    const bool changed = !last_ || comparable(*last_) != comparable(status);
+    if (!changed && now - lastWrite_ < refreshEvery && now >= lastWrite_) return false;
+    if (auto error = replaceFile(file_, publishedStatusText(status), 0644)) return *error;
+    last_ = status;
+    lastWrite_ = now;
+    return true;
+}
+
+FileError StatusPublisher::remove() {
+    last_.reset();
+    if (::unlink(file_.c_str()) != 0 && errno != ENOENT) return systemError("delete", file_, errno);
+    return std::nullopt;
+}
+
+}  // namespace torvel::daemon

@@ -1,0 +1,200 @@
+// torvel-simbattery: a simulated laptop battery as a power-supply tree, for running the real service
+// without a real battery.
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <iostream>
+#include <sstream>
+#include <string>
+
+#include "battery_model.h"
+#include "sysfs_tree.h"
+
+namespace {
+
+constexpr const char* usage = R"(Usage: torvel-simbattery --dir DIR [options]
+
+Keeps a power-supply tree (DIR/BAT0, DIR/AC) of plain files that move in accelerated time, for
+torvel-daemon run with TORVEL_SYSFS=DIR. Writes to charge_control_start_threshold,
+charge_control_end_threshold and charge_behaviour are obeyed as a driver would: rounded, clamped,
+start <= end, unknown behaviours refused (a refused write is put back in the file).
+
+Options:
+  --dir DIR            the tree to keep (created when missing)
+  --speed N            simulated seconds per real second (default 60)
+  --percent P          charge at start (default 50)
+  --unplugged          start on battery
+  --step N             round thresholds to multiples of N (default 1)
+  --min-end N          clamp the end threshold to at least N (default 0)
+  --no-thresholds      offer only charge_behaviour
+  --behaviours LIST    comma-separated charge_behaviour values (default auto,inhibit-charge,force-discharge;
+                       empty for none)
+  --no-cut             force-discharge is accepted but the charger keeps charging
+  --no-temp            the battery has no temperature sensor
+  --commands PATH      also read commands from this FIFO (created when missing)
+  --help               this text
+
+Commands, one per line on standard input or the FIFO:
+  plug | unplug        connect or disconnect the charger
+  heat C               add C degrees of extra heat (heat 0 to cool down)
+  percent P            set the charge
+  reset                firmware reset: thresholds 0/100 and behaviour auto
+  speed N              change the speed
+  quit                 stop
+)";
+
+volatile std::sig_atomic_t stopRequested = 0;
+void requestStop(int) {
+    stopRequested = 1;
+}
+
+struct Options {
+    std::string dir;
+    std::string commands;
+    double speed = 60;
+    torvel::sim::BatteryOptions battery;
+    bool plugged = true;
+};
+
+bool parse(int argc, char** argv, Options& options) {
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        const auto next = [&]() -> std::string { return i + 1 < argc ? argv[++i] : ""; };
+        if (arg == "--help") {
+            std::cout << usage;
+            std::exit(0);
+        } else if (arg == "--dir") {
+            options.dir = next();
+        } else if (arg == "--speed") {
+            options.speed = std::stod(next());
+        } else if (arg == "--percent") {
+            options.battery.startPercent = std::stod(next());
+        } else if (arg == "--unplugged") {
+            options.plugged = false;
+        } else if (arg == "--step") {
+            options.battery.thresholdStep = std::stoi(next());
+        } else if (arg == "--min-end") {
+            options.battery.minEnd = std::stoi(next());
+        } else if (arg == "--no-thresholds") {
+            options.battery.endThreshold = false;
+        } else if (arg == "--behaviours") {
+            options.battery.behaviours.clear();
+            std::stringstream list(next());
+            for (std::string value; std::getline(list, value, ',');) {
+                if (!value.empty()) options.battery.behaviours.push_back(value);
+            }
+        } else if (arg == "--no-cut") {
+            options.battery.forceDischargeCuts = false;
+        } else if (arg == "--no-temp") {
+            options.battery.ambientCelsius.reset();
+        } else if (arg == "--commands") {
+            options.commands = next();
+        } else {
+            std::cerr << "torvel-simbattery: unknown option " << arg << "\n" << usage;
+            return false;
+        }
+    }
+    if (options.dir.empty()) {
+        std::cerr << "torvel-simbattery: --dir is required\n" << usage;
+        return false;
+    }
+    return true;
+}
+
+bool run(const std::string& line, torvel::sim::SimulatedBattery& battery, double& speed) {
+    std::istringstream words(line);
+    std::string command;
+    words >> command;
+    double value = 0;
+    if (command == "plug")
+        battery.plug(true);
+    else if (command == "unplug")
+        battery.plug(false);
+    else if (command == "heat" && words >> value)
+        battery.setExtraHeat(value);
+    else if (command == "percent" && words >> value)
+        battery.setPercent(value);
+    else if (command == "reset")
+        battery.firmwareReset();
+    else if (command == "speed" && words >> value)
+        speed = value;
+    else if (command == "quit")
+        return false;
+    else if (!command.empty())
+        std::cerr << "torvel-simbattery: unknown command " << line << "\n";
+    return true;
+}
+
+// Reads whatever complete lines are waiting on `fd`, without blocking.
+bool drain(int fd, std::string& pending, torvel::sim::SimulatedBattery& battery, double& speed) {
+    char buffer[512];
+    const ssize_t n = ::read(fd, buffer, sizeof buffer);
+    if (n > 0) pending.append(buffer, static_cast<std::size_t>(n));
+    for (std::size_t end; (end = pending.find('\n')) != std::string::npos;) {
+        const std::string line = pending.substr(0, end);
+        pending.erase(0, end + 1);
+        if (!run(line, battery, speed)) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    Options options;
+    try {
+        if (!parse(argc, argv, options)) return 2;
+    } catch (const std::exception&) {
+        std::cerr << "torvel-simbattery: a number was expected\n";
+        return 2;
+    }
+    std::signal(SIGTERM, requestStop);
+    std::signal(SIGINT, requestStop);
+
+    torvel::sim::SimulatedBattery battery(options.battery);
+    battery.plug(options.plugged);
+    torvel::sim::SysfsTree tree(options.dir, battery);
+    if (auto error = tree.create()) {
+        std::cerr << "torvel-simbattery: " << *error << "\n";
+        return 1;
+    }
+
+    int fifo = -1;
+    if (!options.commands.empty()) {
+        ::mkfifo(options.commands.c_str(), 0600);
+        // Read-write keeps the FIFO open when a writer comes and goes.
+        fifo = ::open(options.commands.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+        if (fifo < 0)
+            std::cerr << "torvel-simbattery: cannot open " << options.commands << ": " << std::strerror(errno)
+                      << "\n";
+    }
+    ::fcntl(STDIN_FILENO, F_SETFL, ::fcntl(STDIN_FILENO, F_GETFL) | O_NONBLOCK);
+
+    std::string stdinPending, fifoPending;
+    auto last = std::chrono::steady_clock::now();
+    std::size_t refusalsShown = 0;
+    while (!stopRequested) {
+        pollfd waits[2] = {{STDIN_FILENO, POLLIN, 0}, {fifo, POLLIN, 0}};
+        ::poll(waits, fifo >= 0 ? 2 : 1, 200);
+        if ((waits[0].revents & POLLIN) && !drain(STDIN_FILENO, stdinPending, battery, options.speed)) break;
+        if (fifo >= 0 && (waits[1].revents & POLLIN) && !drain(fifo, fifoPending, battery, options.speed))
+            break;
+
+        tree.absorbWrites();
+        const auto now = std::chrono::steady_clock::now();
+        battery.advance(std::chrono::duration<double>(now - last).count() * options.speed);
+        last = now;
+        tree.publish();
+        for (; refusalsShown < tree.refusals().size(); ++refusalsShown) {
+            std::cerr << "torvel-simbattery: refused: " << tree.refusals()[refusalsShown] << "\n";
+        }
+    }
+    return 0;
+}

@@ -1,0 +1,108 @@
+#include "sysfs_tree.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <fstream>
+
+#include "device/sysfs_device.h"
+
+namespace torvel::sim {
+namespace fs = std::filesystem;
+using daemon::Threshold;
+
+namespace {
+const fs::path endFile = "BAT0/charge_control_end_threshold";
+const fs::path startFile = "BAT0/charge_control_start_threshold";
+const fs::path behaviourFile = "BAT0/charge_behaviour";
+}  // namespace
+
+void SysfsTree::put(const fs::path& relative, const std::string& text, bool inPlace) {
+    const auto found = shown_.find(relative);
+    if (found != shown_.end() && found->second == text) return;
+    const fs::path target = root_ / relative;
+    const std::string bytes = text + "\n";
+    if (inPlace) {
+        // Control files keep their inode: the service may have one open for writing at this moment.
+        const int fd = ::open(target.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+        if (fd >= 0) {
+            [[maybe_unused]] const auto written = ::write(fd, bytes.data(), bytes.size());
+            ::close(fd);
+        }
+    } else {
+        // Readings are swapped in whole, so a reader never sees an empty attribute.
+        const fs::path temporary = target.string() + ".new";
+        std::ofstream(temporary, std::ios::trunc) << bytes;
+        fs::rename(temporary, target);
+    }
+    shown_[relative] = text;
+}
+
+std::optional<std::string> SysfsTree::create() {
+    std::error_code error;
+    fs::create_directories(root_ / "BAT0", error);
+    if (!error) fs::create_directories(root_ / "AC", error);
+    if (error) return "cannot create " + root_.string() + ": " + error.message();
+    put("BAT0/type", "Battery", false);
+    put("BAT0/present", "1", false);
+    put("BAT0/technology", "Li-ion", false);
+    put("BAT0/manufacturer", "Torvel", false);
+    put("BAT0/model_name", "Simulated pack", false);
+    put("AC/type", "Mains", false);
+    const auto& options = battery_.options();
+    put("BAT0/charge_full", std::to_string(static_cast<long>(options.fullChargeMah * 1000)), false);
+    put("BAT0/charge_full_design", std::to_string(static_cast<long>(options.designMah * 1000)), false);
+    put("BAT0/cycle_count", std::to_string(options.cycleCount), false);
+    put("BAT0/voltage_min_design", "11400000", false);
+    publish();
+    return std::nullopt;
+}
+
+void SysfsTree::absorbWrites() {
+    const auto take = [&](const fs::path& relative, auto apply) {
+        const auto shown = shown_.find(relative);
+        const auto now = daemon::readAttribute(root_ / relative);
+        if (!now || shown == shown_.end() || *now == shown->second) return;
+        if (auto refused = apply(*now)) refusals_.push_back(*refused);
+        shown_.erase(relative);  // republish whatever the model made of it
+    };
+    const auto threshold = [&](Threshold which) {
+        return [&, which](const std::string& text) -> daemon::WriteError {
+            try {
+                return battery_.setThreshold(which, std::stoi(text));
+            } catch (...) {
+                return "cannot write " + std::string(daemon::thresholdAttribute(which)) +
+                       ": Invalid argument";
+            }
+        };
+    };
+    if (battery_.options().endThreshold) {
+        // The end first: a service moving the window up writes it first and expects it to be taken first.
+        take(endFile, threshold(Threshold::end));
+        if (battery_.options().startThreshold) take(startFile, threshold(Threshold::start));
+    }
+    if (!battery_.options().behaviours.empty()) {
+        take(behaviourFile, [&](const std::string& text) { return battery_.setBehaviour(text); });
+    }
+}
+
+void SysfsTree::publish() {
+    const auto& options = battery_.options();
+    if (options.endThreshold) {
+        put(endFile, std::to_string(battery_.endThresholdValue()), true);
+        if (options.startThreshold) put(startFile, std::to_string(battery_.startThresholdValue()), true);
+    }
+    if (!options.behaviours.empty()) put(behaviourFile, battery_.behaviourText(), true);
+    const auto reading = battery_.read();
+    put("BAT0/capacity", std::to_string(reading.capacity.value_or(0)), false);
+    put("BAT0/status", reading.status, false);
+    put("BAT0/current_now", std::to_string(reading.currentMicroamps.value_or(0)), false);
+    put("BAT0/voltage_now", std::to_string(11400000 + static_cast<long>(battery_.percent() * 15000)), false);
+    put("BAT0/charge_now", std::to_string(static_cast<long>(options.fullChargeMah * 10 * battery_.percent())),
+        false);
+    if (auto temp = battery_.temperature()) put("BAT0/temp", std::to_string(std::lround(*temp * 10)), false);
+    put("AC/online", battery_.plugged() ? "1" : "0", false);
+}
+
+}  // namespace torvel::sim
