@@ -16,6 +16,8 @@ struct Entry {
 constexpr Entry commands[] = {
     {"status", statusCommand, "the charge service's state, the panel line and the settings"},
     {"journal", journalCommand, "the day's or a range's journal: narrative, verdicts, insights, chart"},
+    {"checkup", checkupCommand, "whether everything is in place: each piece, the first fix, the service"},
+    {"report", reportCommand, "the diagnostic report, as the app copies it"},
 };
 
 void printUsage(std::FILE* stream) {

@@ -17,5 +17,7 @@ int run(const std::vector<std::string>& args, std::FILE* out, std::FILE* err);
 // The sub-commands, each in a file of its own.
 int statusCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err);
 int journalCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err);
+int checkupCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err);
+int reportCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err);
 
 }  // namespace torvel::cli

@@ -1,0 +1,108 @@
+#include <string>
+
+#include "battery/system_lock.h"
+#include "commands.h"
+#include "common/files.h"
+#include "common/json.h"
+#include "data_directory.h"
+#include "extras/login_item.h"
+#include "extras/updater.h"
+#include "options.h"
+#include "status/checkup.h"
+#include "status/service_words.h"
+
+namespace torvel::cli {
+namespace {
+
+struct CheckupRequest {
+    bool json = false;
+    double now = 0;
+    bool serviceInstalled = false;
+};
+
+std::variant<CheckupRequest, std::string> parseRequest(const std::vector<std::string>& args) {
+    auto parsed = Options::parse(args, {{"--json"}, {"--now", true}, {"--service-installed", true}});
+    if (auto* error = std::get_if<std::string>(&parsed)) return *error;
+    const Options& options = std::get<Options>(parsed);
+
+    CheckupRequest request;
+    request.json = options.has("--json");
+    request.now = wallClock();
+    if (auto now = options.value("--now")) {
+        const auto seconds = parseNumber(*now);
+        if (!seconds) return badValue("--now", *now, "seconds since 1970");
+        request.now = *seconds;
+    }
+    if (auto error = parseServiceInstalled(options.value("--service-installed"), request.serviceInstalled)) {
+        return *error;
+    }
+    return request;
+}
+
+std::optional<std::string> readIfPresent(const std::optional<std::filesystem::path>& path) {
+    if (!path) return std::nullopt;
+    auto contents = readWholeFile(*path);
+    if (auto* text = std::get_if<std::string>(&contents)) return std::move(*text);
+    return std::nullopt;
+}
+
+json::Ordered checkupJson(const Checkup& checkup, const std::string& explanation) {
+    json::Ordered out;
+    out["level"] = name(checkup.level());
+    out["summary"] = checkup.summary();
+    out["todoCount"] = checkup.todoCount();
+    const auto problem = checkup.firstProblem();
+    out["firstProblem"] = problem ? json::Ordered(name(*problem)) : json::Ordered(nullptr);
+    const auto fix = checkup.fix();
+    out["fix"] = fix ? json::Ordered({{"title", fix->title}}) : json::Ordered(nullptr);
+    json::Ordered readings = json::Ordered::array();
+    for (const auto& reading : checkup.readings()) {
+        readings.push_back(
+            {{"piece", name(reading.piece)}, {"level", name(reading.level)}, {"word", reading.word}});
+    }
+    out["readings"] = std::move(readings);
+    out["serviceExplanation"] = explanation;
+    return out;
+}
+
+void printForPerson(std::FILE* out, const Checkup& checkup, const std::string& explanation) {
+    std::fprintf(out, "%s\n\n", checkup.summary().c_str());
+    for (const auto& reading : checkup.readings()) {
+        const std::string title(Checkup::title(reading.piece));
+        std::fprintf(out, "  %-16s %-8s %s\n", title.c_str(), std::string(name(reading.level)).c_str(),
+                     reading.word.c_str());
+    }
+    if (const auto fix = checkup.fix()) std::fprintf(out, "\nFix: %s\n", fix->title.c_str());
+    std::fprintf(out, "\n%s\n", explanation.c_str());
+}
+
+}  // namespace
+
+int checkupCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err) {
+    auto parsed = parseRequest(args);
+    if (auto* error = std::get_if<std::string>(&parsed)) {
+        std::fprintf(err, "torvelctl checkup: %s\n", error->c_str());
+        return exitUsage;
+    }
+    const CheckupRequest& request = std::get<CheckupRequest>(parsed);
+
+    const DataDirectoryState data =
+        loadDataDirectory(Paths::fromProcessEnvironment(), request.now, request.serviceInstalled);
+    const auto login =
+        LoginItem::fromAutostartEntry(readIfPresent(LoginItem::autostartFile(processEnvironment)));
+    const auto updates = UpdaterState::fromSettings(
+        readIfPresent(UpdaterState::settingsFile(processEnvironment)).value_or(""));
+    const ServiceState state = data.settings.serviceState(data.installation);
+    const Checkup checkup(data.settings, state, SystemLock::current(), login, updates);
+    const std::string explanation =
+        ServiceWords::explanation(data.settings, state, data.installation.uninstallerPath.has_value());
+
+    if (request.json) {
+        std::fprintf(out, "%s\n", checkupJson(checkup, explanation).dump(2).c_str());
+    } else {
+        printForPerson(out, checkup, explanation);
+    }
+    return exitOk;
+}
+
+}  // namespace torvel::cli

@@ -1,0 +1,75 @@
+#include <string>
+
+#include "commands.h"
+#include "common/files.h"
+#include "common/paths.h"
+#include "data_directory.h"
+#include "history/store.h"
+#include "options.h"
+#include "service/log_tail.h"
+#include "status/diagnostics.h"
+
+namespace torvel::cli {
+namespace {
+
+struct ReportRequest {
+    double now = 0;
+    bool serviceInstalled = false;
+};
+
+std::variant<ReportRequest, std::string> parseRequest(const std::vector<std::string>& args) {
+    auto parsed = Options::parse(args, {{"--now", true}, {"--service-installed", true}});
+    if (auto* error = std::get_if<std::string>(&parsed)) return *error;
+    const Options& options = std::get<Options>(parsed);
+
+    ReportRequest request;
+    request.now = wallClock();
+    if (auto now = options.value("--now")) {
+        const auto seconds = parseNumber(*now);
+        if (!seconds) return badValue("--now", *now, "seconds since 1970");
+        request.now = *seconds;
+    }
+    if (auto error = parseServiceInstalled(options.value("--service-installed"), request.serviceInstalled)) {
+        return *error;
+    }
+    return request;
+}
+
+// The machine's own files follow TORVEL_ROOT too, so a copied system tree reports as the machine it came
+// from.
+std::filesystem::path systemFile(const std::string& path) {
+    return std::filesystem::path(processEnvironment("TORVEL_ROOT").value_or("") + path);
+}
+
+DiagnosticFacts linuxFacts(const Paths& paths) {
+    DiagnosticFacts facts;
+    facts.appVersion = TORVEL_VERSION;
+    facts.build = TORVEL_VERSION;
+    // Linux builds carry no release signature of the kind a Mac bundle does.
+    facts.signedForRelease = false;
+    facts.system = Diagnostics::systemName(readWholeFile(systemFile("/etc/os-release")));
+    facts.model = Diagnostics::machineModel(readWholeFile(systemFile("/sys/class/dmi/id/product_name")),
+                                            readWholeFile(systemFile("/sys/class/dmi/id/product_version")));
+    facts.history = HistoryStore(paths.history).summary();
+    facts.config = readWholeFile(paths.config);
+    facts.status = readWholeFile(paths.status);
+    facts.logTail = logTail(paths.log);
+    return facts;
+}
+
+}  // namespace
+
+int reportCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err) {
+    auto parsed = parseRequest(args);
+    if (auto* error = std::get_if<std::string>(&parsed)) {
+        std::fprintf(err, "torvelctl report: %s\n", error->c_str());
+        return exitUsage;
+    }
+    const ReportRequest& request = std::get<ReportRequest>(parsed);
+    const Paths paths = Paths::fromProcessEnvironment();
+    const DataDirectoryState data = loadDataDirectory(paths, request.now, request.serviceInstalled);
+    std::fprintf(out, "%s\n", Diagnostics::report(data.settings, linuxFacts(paths)).c_str());
+    return exitOk;
+}
+
+}  // namespace torvel::cli
