@@ -1,0 +1,126 @@
+#include "settings_change.h"
+
+#include <charconv>
+#include <cmath>
+#include <optional>
+#include <set>
+#include <string_view>
+#include <type_traits>
+
+namespace torvel::client {
+namespace {
+
+// The service refuses values outside these ranges. Checking them before sending matters because a refused
+// save falls back to writing config.json directly, and a value the service refuses would be stored anyway.
+struct IntegerKey {
+    std::string_view key;
+    int Settings::*field;
+    int low;
+    int high;
+};
+constexpr IntegerKey integerKeys[] = {
+    {"limit", &Settings::limit, 20, 100},
+    {"hysteresis", &Settings::hysteresis, 1, 40},
+    {"thermalLimit", &Settings::thermalLimit, 25, 60},
+    {"topUpHours", &Settings::topUpHours, 0, 48},
+    {"historyDays", &Settings::historyDays, 1, 3650},
+};
+
+struct BooleanKey {
+    std::string_view key;
+    bool Settings::*field;
+};
+constexpr BooleanKey booleanKeys[] = {
+    {"enabled", &Settings::enabled},     {"discharge", &Settings::discharge}, {"led", &Settings::led},
+    {"thermal", &Settings::thermal},     {"topUp", &Settings::topUp},         {"history", &Settings::history},
+    {"calibrate", &Settings::calibrate},
+};
+
+constexpr std::string_view blinkKey = "blinkSeconds";
+constexpr double blinkLow = 0.5;
+constexpr double blinkHigh = 5.0;
+constexpr std::string_view resetProtectedKey = "resetProtected";
+
+std::optional<bool> parseBoolean(std::string_view text) {
+    if (text == "true" || text == "on" || text == "yes" || text == "1") return true;
+    if (text == "false" || text == "off" || text == "no" || text == "0") return false;
+    return std::nullopt;
+}
+
+template <typename Number>
+std::optional<Number> parseWhole(std::string_view text) {
+    Number value{};
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (text.empty() || error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+    if constexpr (std::is_floating_point_v<Number>) {
+        if (!std::isfinite(value)) return std::nullopt;
+    }
+    return value;
+}
+
+std::string badValue(std::string_view key, std::string_view value, std::string_view expected) {
+    return "bad value for " + std::string(key) + ": '" + std::string(value) + "' (expected " +
+           std::string(expected) + ")";
+}
+
+std::string knownKeys() {
+    return "enabled, limit, discharge, led, blinkSeconds, thermal, thermalLimit, topUp, topUpHours, "
+           "hysteresis, history, historyDays, calibrate, resetProtected";
+}
+
+// One assignment; an error text when it cannot be made.
+std::optional<std::string> assign(SettingsChange& change, std::string_view key, std::string_view value) {
+    for (const auto& [name, field] : booleanKeys) {
+        if (name != key) continue;
+        const auto parsed = parseBoolean(value);
+        if (!parsed) return badValue(key, value, "true or false");
+        change.settings.*field = *parsed;
+        return std::nullopt;
+    }
+    for (const auto& [name, field, low, high] : integerKeys) {
+        if (name != key) continue;
+        const auto parsed = parseWhole<long long>(value);
+        if (!parsed || *parsed < low || *parsed > high) {
+            return badValue(key, value,
+                            "a whole number from " + std::to_string(low) + " to " + std::to_string(high));
+        }
+        change.settings.*field = static_cast<int>(*parsed);
+        return std::nullopt;
+    }
+    if (key == blinkKey) {
+        const auto parsed = parseWhole<double>(value);
+        if (!parsed || *parsed < blinkLow || *parsed > blinkHigh) {
+            return badValue(key, value, "seconds from 0.5 to 5");
+        }
+        change.settings.blinkSeconds = *parsed;
+        return std::nullopt;
+    }
+    if (key == resetProtectedKey) {
+        // Only a reset can be asked for; there is nothing to "not reset".
+        if (parseBoolean(value) != true) return badValue(key, value, "true");
+        change.extra[std::string(resetProtectedKey)] = json::Value(true);
+        return std::nullopt;
+    }
+    return "unknown setting '" + std::string(key) + "' (known: " + knownKeys() + ")";
+}
+
+}  // namespace
+
+std::variant<SettingsChange, std::string> changeSettings(const Settings& current,
+                                                         const std::vector<std::string>& assignments) {
+    if (assignments.empty()) return std::string("nothing to set (give KEY=VALUE)");
+    SettingsChange change{current, {}};
+    std::set<std::string_view> seen;
+    for (const std::string& assignment : assignments) {
+        const auto equals = assignment.find('=');
+        if (equals == std::string::npos || equals == 0) {
+            return "'" + assignment + "' is not KEY=VALUE";
+        }
+        const std::string_view key = std::string_view(assignment).substr(0, equals);
+        if (!seen.insert(key).second) return std::string(key) + " given twice";
+        if (auto error = assign(change, key, std::string_view(assignment).substr(equals + 1))) return *error;
+    }
+    return change;
+}
+
+}  // namespace torvel::client
