@@ -1,0 +1,86 @@
+#include "history/history_model.h"
+
+#include <QFuture>
+#include <QtConcurrent/QtConcurrentRun>
+
+namespace torvel::app {
+
+HistoryModel::HistoryModel(std::filesystem::path journal, Clock clock, QObject* parent)
+    : QObject(parent), store_(std::move(journal)), clock_(std::move(clock)) {
+    today_.today.day = clock_();
+    today_.today.thermalLimit = thermalLimit_;
+    slow_.setInterval(slowInterval);
+    slow_.setTimerType(Qt::CoarseTimer);
+    connect(&slow_, &QTimer::timeout, this, &HistoryModel::reloadToday);
+    live_.setInterval(liveInterval);
+    live_.setTimerType(Qt::CoarseTimer);
+    connect(&live_, &QTimer::timeout, this, [this] {
+        reloadToday();
+        reloadRange();
+    });
+}
+
+QString HistoryModel::rangeName() const {
+    return QString::fromUtf8(torvel::HistoryModel::rawValue(range_));
+}
+
+void HistoryModel::setRangeName(const QString& name) {
+    if (const auto range = torvel::HistoryModel::rangeNamed(name.toStdString())) setRange(*range);
+}
+
+void HistoryModel::setRange(Range range) {
+    if (range_ == range) return;
+    range_ = range;
+    emit rangeChanged();
+    reloadRange();
+}
+
+void HistoryModel::refresh(int thermalLimit) {
+    thermalLimit_ = thermalLimit;
+    reloadToday();
+    reloadRange();
+}
+
+void HistoryModel::startTicking() {
+    if (!slow_.isActive()) slow_.start();
+}
+
+void HistoryModel::setLive(bool on) {
+    if (on && !live_.isActive()) live_.start();
+    if (!on) live_.stop();
+}
+
+void HistoryModel::reloadToday() {
+    // The worker gets copies only; the store is stateless apart from its directory.
+    const HistoryStore store = store_;
+    const double now = clock_();
+    const int thermal = thermalLimit_;
+    ++inFlight_;
+    QtConcurrent::run([store, now, thermal] {
+        return torvel::HistoryModel::reloadToday(store, now, thermal);
+    }).then(this, [this](torvel::HistoryModel::Today today) {
+        --inFlight_;
+        today_ = std::move(today);
+        emit todayChanged();
+        if (torvel::HistoryModel::journalReady(today_.sparklineHours)) {
+            emit journalReady(QString::fromStdString(HistoryAnalysis::summaryLine(today_.today)));
+        }
+    });
+}
+
+void HistoryModel::reloadRange() {
+    const HistoryStore store = store_;
+    const double now = clock_();
+    const int thermal = thermalLimit_;
+    const Range range = range_;
+    ++inFlight_;
+    QtConcurrent::run([store, range, now, thermal] {
+        return torvel::HistoryModel::reloadRange(store, range, now, thermal);
+    }).then(this, [this](torvel::HistoryModel::RangeView view) {
+        --inFlight_;
+        rangeView_ = std::move(view);
+        emit rangeReloaded();
+    });
+}
+
+}  // namespace torvel::app

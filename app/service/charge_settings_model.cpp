@@ -1,0 +1,210 @@
+#include "service/charge_settings_model.h"
+
+#include <variant>
+
+#include "common/files.h"
+
+namespace torvel::app {
+
+namespace {
+std::optional<std::string> fileText(const std::filesystem::path& path) {
+    auto contents = readWholeFile(path);
+    if (auto* bytes = std::get_if<std::string>(&contents)) return std::move(*bytes);
+    return std::nullopt;
+}
+}  // namespace
+
+ChargeSettings::ChargeSettings(Dependencies d, QObject* parent)
+    : QObject(parent),
+      paths_(std::move(d.paths)),
+      installation_(std::move(d.installation)),
+      lock_(d.lock),
+      calls_(d.calls),
+      service_(d.service),
+      clock_(std::move(d.clock)),
+      after_(std::move(d.after)) {
+    poll_.setTimerType(Qt::CoarseTimer);
+    connect(&poll_, &QTimer::timeout, this, &ChargeSettings::refreshStatus);
+    load();
+    refreshStatus();
+    retime();
+}
+
+QString ChargeSettings::serviceStateName() const {
+    return QString::fromUtf8(name(serviceState()));
+}
+
+void ChargeSettings::setLimit(int limit) {
+    if (state_.settings.limit == limit) return;
+    state_.settings.limit = limit;
+    emit changed();
+}
+
+void ChargeSettings::setTopUp(bool on) {
+    if (state_.settings.topUp == on) return;
+    state_.settings.topUp = on;
+    emit changed();
+}
+
+void ChargeSettings::setCalibrate(bool on) {
+    calibrateAskedAt_ = clock_();
+    if (state_.settings.calibrate == on) return;
+    state_.settings.calibrate = on;
+    emit changed();
+}
+
+void ChargeSettings::load() {
+    syncService();
+    if (const auto config = fileText(paths_.config)) state_.settings = loadSettings(*config, state_.settings);
+    emit changed();
+}
+
+void ChargeSettings::refreshStatus() {
+    const double now = clock_();
+    if (liveWatchers_ > 0 || now - lastServiceSync_ >= serviceSyncSeconds) {
+        lastServiceSync_ = now;
+        syncService();
+    }
+    const auto bytes = fileText(paths_.status);
+    torvel::refreshStatus(state_.status, bytes ? std::optional<std::string_view>(*bytes) : std::nullopt, now,
+                          state_.daemonInstalled);
+    state_.settings.calibrate =
+        followCalibrate(state_.settings.calibrate, calibrateAskedAt_, state_.status.cal, now);
+    emit changed();
+    const auto& verified = state_.status.gateVerified;
+    emit statusRefreshed(verified ? QVariant(*verified) : QVariant(), lock_.active && state_.daemonInstalled);
+}
+
+void ChargeSettings::retime() {
+    poll_.start(liveWatchers_ >= 1 ? livePollInterval : idlePollInterval);
+}
+
+void ChargeSettings::watchLive() {
+    ++liveWatchers_;
+    retime();
+    emit changed();
+}
+
+void ChargeSettings::unwatchLive() {
+    if (liveWatchers_ > 0) --liveWatchers_;
+    retime();
+    emit changed();
+}
+
+void ChargeSettings::save(const SettingsExtra& extra) {
+    queue_.push_back({state_.settings, extra, ledger_.begin(state_.daemonInstalled)});
+    // Saves reach the service one at a time and in order; a later one starts when the earlier one ends.
+    if (queue_.size() == 1) sendNextSave();
+}
+
+void ChargeSettings::sendNextSave() {
+    if (queue_.empty()) return;
+    const QueuedSave& next = queue_.front();
+    calls_.apply(next.settings, next.extra, [this, ticket = next.ticket](const ServiceCalls::Result& result) {
+        SaveLedger::Outcome outcome{state_.writeError, settingsAwaitingService_};
+        if (ledger_.finish(ticket, result, outcome)) {
+            state_.writeError = outcome.writeError;
+            settingsAwaitingService_ = outcome.settingsAwaitingService;
+            emit changed();
+        }
+        queue_.pop_front();
+        sendNextSave();
+    });
+}
+
+void ChargeSettings::syncService() {
+    const bool wasInstalled = state_.daemonInstalled;
+    const bool approvalBefore = state_.serviceNeedsApproval;
+    const bool migrationBefore = state_.serviceNeedsMigration;
+    service_.refresh();
+    const ServiceRegistration registration = service_.registration();
+    state_.daemonInstalled = registration.installed();
+    state_.serviceNeedsApproval = registration.status == ServiceRegistration::Status::requiresApproval;
+    state_.serviceNeedsMigration = registration.needsMigration();
+    state_.serviceError = service_.lastError();
+
+    const ServiceFacts facts = state_.serviceFacts(installation_);
+    const SyncDecision decision = decideSync({
+        .wasInstalled = wasInstalled,
+        .nowInstalled = state_.daemonInstalled,
+        .settingsAwaitingService = settingsAwaitingService_,
+        .hasWriteError = state_.writeError.has_value(),
+        .fromElsewhere = serviceFromElsewhere(facts),
+        .ownCopyInApplications = installation_.ownCopyInApplications,
+        .triedRepoint = triedRepoint_,
+        .outdated = serviceOutdated(facts),
+        .triedServiceRefresh = triedServiceRefresh_,
+    });
+    emit changed();
+    if (approvalBefore != state_.serviceNeedsApproval) emit serviceNeedsApprovalChanged();
+    if (migrationBefore != state_.serviceNeedsMigration) emit serviceNeedsMigrationChanged();
+
+    if (decision.resendSettings) {
+        settingsAwaitingService_ = false;
+        save();
+    }
+    if (decision.repoint) {
+        triedRepoint_ = true;
+        after_(std::chrono::milliseconds(0), [this] { service_.repoint([this] { syncService(); }); });
+    }
+    if (decision.restart) {
+        triedServiceRefresh_ = true;
+        after_(std::chrono::milliseconds(0),
+               [this] { service_.refreshService(calls_, [this] { syncService(); }); });
+    }
+}
+
+void ChargeSettings::removeService(std::function<void()> done) {
+    // The removal goes on whatever the service answers.
+    calls_.releaseCharge(releaseTimeout, [this, done](const ServiceCalls::Result&) {
+        service_.remove([this, done] {
+            syncService();
+            if (done) done();
+        });
+    });
+}
+
+void ChargeSettings::removeEverything(std::function<void()> done) {
+    calls_.purgeAllData([this, done](const ServiceCalls::Result&) {
+        service_.remove([this, done] {
+            syncService();
+            if (done) done();
+        });
+    });
+}
+
+void ChargeSettings::migrateLegacyService() {
+    if (!state_.serviceNeedsMigration || state_.migrating) return;
+    state_.migrating = true;
+    emit changed();
+    after_(migrationPause, [this] {
+        service_.removeLegacy([this](ChargeService::LegacyRemoval result) {
+            switch (result) {
+                case ChargeService::LegacyRemoval::removed:
+                    syncService();
+                    after_(ChargeService::reRegisterDelay, [this] {
+                        service_.install([this] {
+                            syncService();
+                            finishMigration();
+                        });
+                    });
+                    return;
+                case ChargeService::LegacyRemoval::cancelled:
+                    syncService();
+                    break;
+                case ChargeService::LegacyRemoval::failed:
+                    state_.migrationFallback = true;
+                    syncService();
+                    break;
+            }
+            finishMigration();
+        });
+    });
+}
+
+void ChargeSettings::finishMigration() {
+    state_.migrating = false;
+    emit changed();
+}
+
+}  // namespace torvel::app

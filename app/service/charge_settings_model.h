@@ -1,0 +1,155 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <QTimer>
+#include <QVariant>
+#include <chrono>
+#include <deque>
+#include <functional>
+#include <limits>
+#include <optional>
+
+#include "battery/system_lock.h"
+#include "common/paths.h"
+#include "service/charge_service.h"
+#include "service/charge_settings.h"
+#include "service/save_ledger.h"
+#include "service/service_calls.h"
+
+namespace torvel::app {
+
+// The app's one model of the charge service: the user's settings, what the service last published, and the
+// registration flags. It owns the polling and the order of saves; core decides everything else.
+class ChargeSettings : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(bool enabled READ enabled NOTIFY changed)
+    Q_PROPERTY(int limit READ limit WRITE setLimit NOTIFY changed)
+    Q_PROPERTY(int heldLimit READ heldLimit NOTIFY changed)
+    Q_PROPERTY(bool topUp READ topUp WRITE setTopUp NOTIFY changed)
+    Q_PROPERTY(int thermalLimit READ thermalLimit NOTIFY changed)
+    Q_PROPERTY(bool canReachService READ canReachService NOTIFY changed)
+    Q_PROPERTY(QString state READ state NOTIFY changed)
+    Q_PROPERTY(QString serviceState READ serviceStateName NOTIFY changed)
+    Q_PROPERTY(QString writeError READ writeError NOTIFY changed)
+    Q_PROPERTY(QString serviceError READ serviceError NOTIFY changed)
+    Q_PROPERTY(bool daemonInstalled READ daemonInstalled NOTIFY changed)
+    Q_PROPERTY(bool serviceNeedsApproval READ serviceNeedsApproval NOTIFY changed)
+    Q_PROPERTY(bool serviceNeedsMigration READ serviceNeedsMigration NOTIFY changed)
+    Q_PROPERTY(bool migrating READ migrating NOTIFY changed)
+    Q_PROPERTY(bool migrationFallback READ migrationFallback NOTIFY changed)
+    Q_PROPERTY(int liveWatchers READ liveWatchers NOTIFY changed)
+
+  public:
+    using Clock = std::function<double()>;  // seconds since 1970
+
+    static constexpr std::chrono::milliseconds livePollInterval{1500};
+    static constexpr std::chrono::milliseconds idlePollInterval{30'000};
+    // Without a live view, the registration is asked about at most this often.
+    static constexpr double serviceSyncSeconds = 10;
+    // Long enough for a progress indicator to show before the password prompt takes the screen.
+    static constexpr std::chrono::milliseconds migrationPause{150};
+    // Removal hands charging back to the system at once; it never waits long on a service that hangs.
+    static constexpr std::chrono::milliseconds releaseTimeout{3000};
+
+    struct Dependencies {
+        Paths paths;
+        InstallationFacts installation;
+        SystemLock lock;
+        ServiceCalls& calls;
+        ChargeService& service;
+        Clock clock;
+        ChargeService::Scheduler after;
+    };
+
+    // Loads the settings, reads the status once and starts polling.
+    explicit ChargeSettings(Dependencies dependencies, QObject* parent = nullptr);
+
+    const ChargeSettingsState& value() const { return state_; }
+    ServiceState serviceState() const { return state_.serviceState(installation_); }
+    const InstallationFacts& installation() const { return installation_; }
+    ChargeService& service() { return service_; }
+
+    bool enabled() const { return state_.settings.enabled; }
+    int limit() const { return state_.settings.limit; }
+    int heldLimit() const { return state_.heldLimit(); }
+    bool topUp() const { return state_.settings.topUp; }
+    int thermalLimit() const { return state_.settings.thermalLimit; }
+    bool canReachService() const { return state_.canReachService(); }
+    QString state() const { return QString::fromStdString(state_.status.state); }
+    QString serviceStateName() const;
+    QString writeError() const { return text(state_.writeError); }
+    QString serviceError() const { return text(state_.serviceError); }
+    bool daemonInstalled() const { return state_.daemonInstalled; }
+    bool serviceNeedsApproval() const { return state_.serviceNeedsApproval; }
+    bool serviceNeedsMigration() const { return state_.serviceNeedsMigration; }
+    bool migrating() const { return state_.migrating; }
+    bool migrationFallback() const { return state_.migrationFallback; }
+    int liveWatchers() const { return liveWatchers_; }
+    bool settingsAwaitingService() const { return settingsAwaitingService_; }
+    std::chrono::milliseconds pollInterval() const { return poll_.intervalAsDuration(); }
+    // Saves handed to the service and not yet answered, the one in flight included.
+    std::size_t savesPending() const { return queue_.size(); }
+
+    void setLimit(int limit);
+    void setTopUp(bool on);
+    void setCalibrate(bool on);
+
+  public slots:
+    void load();
+    void refreshStatus();
+    void save() { save({}); }
+    void save(const SettingsExtra& extra);
+    void retime();
+    // A view that shows live values calls these as it appears and disappears.
+    void watchLive();
+    void unwatchLive();
+    void syncService();
+    void removeService(std::function<void()> done = {});
+    void removeEverything(std::function<void()> done = {});
+    void migrateLegacyService();
+
+  signals:
+    void changed();
+    // After each status refresh: whether the limit is verified to work (invalid: not yet known) and whether
+    // the system is locked with the service installed. The notifier listens.
+    void statusRefreshed(QVariant gateVerified, bool systemLocked);
+    // The approval and migration flags changed; the onboarding window follows them.
+    void serviceNeedsApprovalChanged();
+    void serviceNeedsMigrationChanged();
+
+  private:
+    struct QueuedSave {
+        Settings settings;
+        SettingsExtra extra;
+        SaveLedger::Ticket ticket;
+    };
+
+    static QString text(const std::optional<std::string>& value) {
+        return value ? QString::fromStdString(*value) : QString();
+    }
+    void sendNextSave();
+    void finishMigration();
+
+    Paths paths_;
+    InstallationFacts installation_;
+    SystemLock lock_;
+    ServiceCalls& calls_;
+    ChargeService& service_;
+    Clock clock_;
+    ChargeService::Scheduler after_;
+
+    ChargeSettingsState state_;
+    QTimer poll_;
+    int liveWatchers_ = 0;
+    double lastServiceSync_ = -std::numeric_limits<double>::infinity();
+    std::optional<double> calibrateAskedAt_;
+    bool triedServiceRefresh_ = false;
+    bool triedRepoint_ = false;
+    bool settingsAwaitingService_ = false;
+    SaveLedger ledger_;
+    // The front entry is the save in flight; the others wait their turn.
+    std::deque<QueuedSave> queue_;
+};
+
+}  // namespace torvel::app

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QStringList>
+#include <optional>
+
+#include "shell/torvel_app.h"
+
+namespace torvel::app {
+
+// The command line beyond the review switches core reads.
+struct CommandLine {
+    TorvelApp::Options options;
+    std::optional<QString> screenshot;  // --screenshot FILE: render and exit
+    std::optional<QString> error;
+
+    static CommandLine parse(const QStringList& arguments);
+};
+
+// The whole program; main() only calls this.
+int run(int argc, char** argv);
+
+}  // namespace torvel::app

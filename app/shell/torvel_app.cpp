@@ -1,0 +1,272 @@
+#include "shell/torvel_app.h"
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDateTime>
+#include <QElapsedTimer>
+#include <QEvent>
+#include <QGuiApplication>
+#include <QIcon>
+#include <QMenu>
+#include <QQmlApplicationEngine>
+#include <QQmlContext>
+#include <QQuickWindow>
+#include <QScreen>
+#include <QSystemTrayIcon>
+#include <QTimer>
+#include <filesystem>
+
+#include "app/section.h"
+#include "battery/battery_monitor.h"
+#include "history/history_model.h"
+#include "service/charge_service.h"
+#include "service/charge_settings_model.h"
+#include "service/systemd_units.h"
+#include "status/desktop_notifier.h"
+#include "ui/ember.h"
+#include "ui/panel_model.h"
+
+#ifdef TORVEL_HAS_SERVICE_CLIENT
+#include "service/client_calls.h"
+#else
+#include "common/files.h"
+#include "service/save_ledger.h"
+#endif
+
+namespace torvel::app {
+
+namespace {
+
+#ifndef TORVEL_HAS_SERVICE_CLIENT
+// Stands in for the bus client in a build without it: the service is never reached, and settings still land
+// in config.json the way the client's fallback writes them.
+class UnreachableCalls : public ServiceCalls {
+  public:
+    explicit UnreachableCalls(std::filesystem::path config) : config_(std::move(config)) {}
+    void apply(const Settings& settings, const SettingsExtra& extra, Completion done) override {
+        const std::string message = settingsMessage(settings, extra);
+        done(settleApply(std::string(unreachable), [&] { return !writeWholeFile(config_, message); }));
+    }
+    void purgeAllData(Completion done) override { done(std::string(unreachable)); }
+    void releaseCharge(Timeout, Completion done) override { done(std::string(unreachable)); }
+    void restart(Completion done) override { done(std::string(unreachable)); }
+
+  private:
+    static constexpr std::string_view unreachable = "The charge service isn’t reachable.";
+    std::filesystem::path config_;
+};
+#endif
+
+std::optional<std::filesystem::path> existing(const std::filesystem::path& path) {
+    std::error_code error;
+    if (std::filesystem::exists(path, error)) return path;
+    return std::nullopt;
+}
+
+// The scripts and the service executable an installed copy keeps beside itself.
+std::filesystem::path libexecDirectory() {
+    return std::filesystem::path(QCoreApplication::applicationDirPath().toStdString()) / ".." / "libexec" /
+           "torvel";
+}
+
+ChargeService::Files serviceFiles() {
+    const auto root = processEnvironment("TORVEL_ROOT");
+    const std::filesystem::path base = root ? std::filesystem::path(*root) : std::filesystem::path("/");
+    return {
+        .legacyUnit = base / "etc/systemd/system" / SystemdUnits::unitName,
+        .installer = existing(libexecDirectory() / "install-service"),
+        .uninstaller = existing(libexecDirectory() / "uninstall-service"),
+    };
+}
+
+}  // namespace
+
+double TorvelApp::wallClock() {
+    return static_cast<double>(QDateTime::currentMSecsSinceEpoch()) / 1000.0;
+}
+
+InstallationFacts TorvelApp::installationFacts() {
+    std::error_code error;
+    const std::filesystem::path appDir =
+        std::filesystem::weakly_canonical(QCoreApplication::applicationDirPath().toStdString(), error);
+    const bool installed = !error && appDir.string().starts_with("/usr/");
+    // A copy in a build tree runs the service built beside it; an installed copy the packaged one.
+    const std::filesystem::path daemon =
+        installed ? std::filesystem::path("/usr/libexec/torvel/torvel-daemon")
+                  : std::filesystem::weakly_canonical(appDir / ".." / "daemon" / "torvel-daemon", error);
+    const auto uninstaller = existing(libexecDirectory() / "uninstall-service");
+    return {
+        .ownDaemonPath = daemon.string(),
+        .ownCopyInApplications = installed,
+        .appVersion = TORVEL_VERSION,
+        .uninstallerPath = uninstaller ? std::optional(uninstaller->string()) : std::nullopt,
+    };
+}
+
+TorvelApp::TorvelApp(Options options, QObject* parent)
+    : QObject(parent),
+      options_(std::move(options)),
+      paths_(Paths::fromProcessEnvironment()),
+      lock_(SystemLock::current()) {
+    // The faces come first, so no view is ever laid out in a substitute and then re-laid.
+    Ember::registerTypeface();
+    ember_ = std::make_unique<Ember>();
+    const auto appearance = processEnvironment("TORVEL_APPEARANCE");
+    ember_->setDark(options_.dark ||
+                    (appearance ? *appearance == "dark" : Ember::prefersDark(QGuiApplication::palette())));
+    if (!options_.dark && !appearance) qApp->installEventFilter(this);
+
+    units_ = std::make_unique<SystemdUnits>(QDBusConnection::systemBus());
+#ifdef TORVEL_HAS_SERVICE_CLIENT
+    auto client = std::make_unique<client::ServiceClient>();
+    calls_ = std::make_unique<ClientCalls>(*client, paths_.config);
+    client_ = std::move(client);
+#else
+    calls_ = std::make_unique<UnreachableCalls>(paths_.config);
+#endif
+    service_ = std::make_unique<ChargeService>(*units_, serviceFiles(), ChargeService::qtTimers(this),
+                                               ChargeService::pkexec());
+    settings_ = std::make_unique<ChargeSettings>(ChargeSettings::Dependencies{
+        .paths = paths_,
+        .installation = installationFacts(),
+        .lock = lock_,
+        .calls = *calls_,
+        .service = *service_,
+        .clock = &TorvelApp::wallClock,
+        .after = ChargeService::qtTimers(this),
+    });
+    battery_ = std::make_unique<BatteryMonitor>(paths_.powerSupply, options_.watchDevices);
+    history_ = std::make_unique<HistoryModel>(paths_.history, &TorvelApp::wallClock);
+
+    defaults_ = std::make_unique<SettingsDefaults>();
+    notifier_ = std::make_unique<DesktopNotifier>(
+        *defaults_, DesktopNotifier::sessionBus(QDBusConnection::sessionBus(), this), lock_);
+    connect(settings_.get(), &ChargeSettings::statusRefreshed, notifier_.get(),
+            &DesktopNotifier::statusRefreshed);
+    connect(history_.get(), &HistoryModel::journalReady, notifier_.get(), &DesktopNotifier::historyReady);
+
+    panel_ = std::make_unique<PanelModel>(*battery_, *settings_, *history_, lock_, PanelModel::userFiles());
+    connect(panel_.get(), &PanelModel::sectionRequested, this, &TorvelApp::openSection);
+    connect(panel_.get(), &PanelModel::quitRequested, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+}
+
+TorvelApp::~TorvelApp() {
+    // Views bind to the models; they go first.
+    tray_.reset();
+    if (window_) delete window_.data();
+    engine_.reset();
+}
+
+bool TorvelApp::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == qApp && event->type() == QEvent::ApplicationPaletteChange) {
+        ember_->setDark(Ember::prefersDark(QGuiApplication::palette()));
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void TorvelApp::start() {
+    if (started_) return;
+    started_ = true;
+    history_->refresh(settings_->thermalLimit());
+    history_->startTicking();
+    settings_->refreshStatus();
+
+    const StartUpPlan plan =
+        StartUpPlan::decide(options_.switches, defaults_->boolean("onboardingSeen"), settings_->migrating());
+    if (options_.useTray) setUpTray();
+    // Without a tray host the panel would be unreachable, so it opens as a window.
+    if (plan.showPanelWindow || (options_.useTray && !tray_)) showPanel();
+    if (plan.mainWindowSection)
+        openSection(QString::fromUtf8(AppSection(*plan.mainWindowSection).rawValue()));
+    if (plan.showOnboarding || plan.reviewOnboarding) {
+        qInfo("torvel: the onboarding window is not part of this build yet");
+    }
+}
+
+QQuickWindow* TorvelApp::panelWindow() {
+    if (window_) return window_;
+    if (!engine_) {
+        qmlRegisterSingletonInstance("Torvel", 1, 0, "Ember", ember_.get());
+        qmlRegisterSingletonInstance("Torvel", 1, 0, "Panel", panel_.get());
+        engine_ = std::make_unique<QQmlApplicationEngine>();
+    }
+    engine_->load(QUrl(QStringLiteral("qrc:/Torvel/Main.qml")));
+    const auto roots = engine_->rootObjects();
+    if (roots.isEmpty()) return nullptr;
+    window_ = qobject_cast<QQuickWindow*>(roots.constLast());
+    return window_;
+}
+
+QQuickWindow* TorvelApp::showPanel(std::optional<QRect> popupNear) {
+    QQuickWindow* window = panelWindow();
+    if (!window) return nullptr;
+    window->setProperty("popup", popupNear.has_value());
+    if (popupNear) {
+        // Under the icon when the tray sits at the top of the screen, above it otherwise.
+        const QScreen* screen = QGuiApplication::screenAt(popupNear->center());
+        const QRect area = screen ? screen->availableGeometry() : QRect(0, 0, 1920, 1080);
+        const QSize size = window->size();
+        int x = popupNear->center().x() - size.width() / 2;
+        int y = popupNear->center().y() < area.center().y() ? popupNear->bottom() + 6
+                                                            : popupNear->top() - size.height() - 6;
+        x = std::clamp(x, area.left() + 6, area.right() - size.width() - 6);
+        y = std::clamp(y, area.top() + 6, area.bottom() - size.height() - 6);
+        window->setPosition(x, y);
+    }
+    window->show();
+    window->raise();
+    window->requestActivate();
+    return window;
+}
+
+void TorvelApp::setUpTray() {
+    if (!QSystemTrayIcon::isSystemTrayAvailable()) return;
+    QIcon glyph(QStringLiteral(":/Torvel/icons/tray.svg"));
+    glyph.setIsMask(true);
+    tray_ = std::make_unique<QSystemTrayIcon>(glyph);
+    tray_->setToolTip(QStringLiteral("Torvel"));
+    auto* menu = new QMenu;
+    menu->addAction(QStringLiteral("Open Torvel"), this, [this] { togglePopup(); });
+    menu->addAction(QStringLiteral("Quit Torvel"), qApp, &QCoreApplication::quit);
+    tray_->setContextMenu(menu);
+    connect(tray_.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+        if (reason == QSystemTrayIcon::Trigger) togglePopup();
+    });
+    tray_->show();
+}
+
+void TorvelApp::togglePopup() {
+    if (window_ && window_->isVisible()) {
+        window_->hide();
+        return;
+    }
+    QRect icon = tray_ ? tray_->geometry() : QRect();
+    if (icon.isEmpty()) {
+        // Some trays do not tell where the icon is; the cursor is where the user just clicked.
+        icon = QRect(QCursor::pos(), QSize(1, 1));
+    }
+    showPanel(icon);
+}
+
+void TorvelApp::openSection(const QString& section) {
+    // The main window joins in a later build; until then the request is only acknowledged.
+    qInfo("torvel: the %s section of the main window is not part of this build yet", qPrintable(section));
+}
+
+std::optional<QString> TorvelApp::screenshotPanel(const QString& file) {
+    QQuickWindow* window = showPanel();
+    if (!window) return QStringLiteral("cannot load the panel view");
+    // Let the first reloads of the journal land, so the readings row is the one a user would see.
+    QElapsedTimer waited;
+    waited.start();
+    while ((history_->reloadsInFlight() > 0 || !window->isExposed()) && waited.elapsed() < 3000) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    }
+    QCoreApplication::processEvents();
+    const QImage image = window->grabWindow();
+    if (image.isNull()) return QStringLiteral("cannot render the panel");
+    if (!image.save(file, "PNG")) return QStringLiteral("cannot write %1").arg(file);
+    return std::nullopt;
+}
+
+}  // namespace torvel::app

@@ -1,0 +1,92 @@
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+#include <QRect>
+#include <QString>
+#include <QStringList>
+#include <memory>
+#include <optional>
+
+#include "app/start_up.h"
+#include "battery/system_lock.h"
+#include "common/paths.h"
+#include "service/charge_settings.h"
+
+class QQmlApplicationEngine;
+class QQuickWindow;
+class QSystemTrayIcon;
+
+namespace torvel::app {
+
+class BatteryMonitor;
+class ChargeService;
+class ChargeSettings;
+class DesktopNotifier;
+class Ember;
+class HistoryModel;
+class PanelModel;
+class ServiceCalls;
+class SettingsDefaults;
+class SystemdUnits;
+
+// The application: owns the three long-lived models and everything around them, puts the flame in the tray
+// and runs the start-up sequence once.
+class TorvelApp : public QObject {
+    Q_OBJECT
+
+  public:
+    struct Options {
+        LaunchSwitches switches;
+        bool dark = false;         // --dark: force the dark appearance
+        bool watchDevices = true;  // off in tests and screenshots: no netlink socket
+        bool useTray = true;       // off in tests and screenshots
+    };
+
+    explicit TorvelApp(Options options, QObject* parent = nullptr);
+    ~TorvelApp() override;
+
+    BatteryMonitor& battery() { return *battery_; }
+    ChargeSettings& settings() { return *settings_; }
+    HistoryModel& history() { return *history_; }
+    PanelModel& panel() { return *panel_; }
+    Ember& ember() { return *ember_; }
+
+    // The one-time sequence: history ticking, a status refresh, and what the switches ask to open.
+    void start();
+    // The panel in a window of its own; `popupNear` places it as a frameless popup by the tray icon.
+    QQuickWindow* showPanel(std::optional<QRect> popupNear = std::nullopt);
+    // Renders the panel offscreen into `file` (PNG). Returns an error text, or none when written.
+    std::optional<QString> screenshotPanel(const QString& file);
+
+    static InstallationFacts installationFacts();
+    static double wallClock();
+
+  private:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    QQuickWindow* panelWindow();
+    void setUpTray();
+    void togglePopup();
+    void openSection(const QString& section);
+
+    Options options_;
+    Paths paths_;
+    SystemLock lock_;
+    std::unique_ptr<Ember> ember_;
+    std::unique_ptr<SystemdUnits> units_;
+    std::unique_ptr<QObject> client_;
+    std::unique_ptr<ServiceCalls> calls_;
+    std::unique_ptr<ChargeService> service_;
+    std::unique_ptr<ChargeSettings> settings_;
+    std::unique_ptr<BatteryMonitor> battery_;
+    std::unique_ptr<HistoryModel> history_;
+    std::unique_ptr<SettingsDefaults> defaults_;
+    std::unique_ptr<DesktopNotifier> notifier_;
+    std::unique_ptr<PanelModel> panel_;
+    std::unique_ptr<QQmlApplicationEngine> engine_;
+    QPointer<QQuickWindow> window_;
+    std::unique_ptr<QSystemTrayIcon> tray_;
+    bool started_ = false;
+};
+
+}  // namespace torvel::app

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QObject>
+#include <QSettings>
+#include <QString>
+#include <QVariant>
+#include <memory>
+#include <mutex>
+
+#include "status/notifier.h"
+
+namespace torvel::app {
+
+// The user defaults in ~/.config/Torvel/Torvel.conf. Completions may come from any thread, hence the lock.
+class SettingsDefaults : public DefaultsStore {
+  public:
+    // Without a file name, the app's own settings file.
+    explicit SettingsDefaults(const QString& fileName = {});
+    bool boolean(std::string_view key) const override;
+    void setBoolean(std::string_view key, bool value) override;
+
+  private:
+    mutable std::mutex mutex_;
+    std::unique_ptr<QSettings> settings_;
+};
+
+// Posts the app's notices through org.freedesktop.Notifications; core decides when.
+class DesktopNotifier : public QObject {
+    Q_OBJECT
+
+  public:
+    DesktopNotifier(DefaultsStore& defaults, NoticePoster poster, SystemLock lock, QObject* parent = nullptr);
+
+    // A notification server that is missing or answers with an error counts as a refusal.
+    static NoticePoster sessionBus(QDBusConnection bus, QObject* context);
+
+  public slots:
+    // Connected to ChargeSettings::statusRefreshed.
+    void statusRefreshed(const QVariant& gateVerified, bool systemLocked);
+    void historyReady(const QString& summary);
+
+  private:
+    Notifier notifier_;
+};
+
+}  // namespace torvel::app

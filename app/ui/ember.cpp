@@ -1,0 +1,54 @@
+#include "ui/ember.h"
+
+#include <QDir>
+#include <QFontDatabase>
+
+namespace torvel::app {
+
+Ember::Ember(QObject* parent) : QObject(parent) {}
+
+void Ember::setDark(bool dark) {
+    if (dark_ == dark) return;
+    dark_ = dark;
+    emit appearanceChanged();
+}
+
+bool Ember::prefersDark(const QPalette& palette) {
+    return palette.color(QPalette::Window).lightness() < 128;
+}
+
+QColor Ember::withAlpha(unsigned rgb, double alpha) {
+    QColor colour(rgb);
+    colour.setAlphaF(static_cast<float>(alpha));
+    return colour;
+}
+
+QString Ember::faceFamily(const QString& weight) {
+    const QString w = weight.toLower();
+    if (w == u"ultralight" || w == u"thin" || w == u"light") return QStringLiteral("Urbanist Light");
+    if (w == u"medium") return QStringLiteral("Urbanist Medium");
+    if (w == u"semibold") return QStringLiteral("Urbanist SemiBold");
+    // Regular and bold share one family name in the font files and differ by weight.
+    return QStringLiteral("Urbanist");
+}
+
+QFont Ember::words(qreal size, const QString& weight) const {
+    QFont font(faceFamily(weight));
+    const QString w = weight.toLower();
+    const bool bold = w == u"bold" || w == u"heavy" || w == u"black";
+    font.setWeight(bold ? QFont::Bold : QFont::Normal);
+    font.setPixelSize(qMax(1, qRound(size)));
+    font.setHintingPreference(QFont::PreferNoHinting);
+    return font;
+}
+
+int Ember::registerTypeface() {
+    int added = 0;
+    const QDir fonts(QStringLiteral(":/Torvel/fonts"));
+    for (const QString& file : fonts.entryList({QStringLiteral("*.woff")}, QDir::Files)) {
+        if (QFontDatabase::addApplicationFont(fonts.filePath(file)) >= 0) ++added;
+    }
+    return added;
+}
+
+}  // namespace torvel::app

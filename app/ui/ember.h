@@ -1,0 +1,96 @@
+#pragma once
+
+#include <QColor>
+#include <QFont>
+#include <QObject>
+#include <QPalette>
+#include <QString>
+
+namespace torvel::app {
+
+// The one palette and the one typeface every view names. Neutral colours follow the appearance; the accents
+// stay the same in both. Views never spell a raw colour or a font of their own.
+class Ember : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(bool dark READ dark WRITE setDark NOTIFY appearanceChanged)
+    Q_PROPERTY(QColor bg READ bg NOTIFY appearanceChanged)
+    Q_PROPERTY(QColor screen READ screen NOTIFY appearanceChanged)
+    Q_PROPERTY(QColor well READ well NOTIFY appearanceChanged)
+    Q_PROPERTY(QColor tile READ well NOTIFY appearanceChanged)
+    Q_PROPERTY(QColor card READ screen NOTIFY appearanceChanged)
+    Q_PROPERTY(QColor raised READ raised NOTIFY appearanceChanged)
+    Q_PROPERTY(QColor text READ text NOTIFY appearanceChanged)
+    Q_PROPERTY(QColor text2 READ text2 NOTIFY appearanceChanged)
+    Q_PROPERTY(QColor text3 READ text3 NOTIFY appearanceChanged)
+    Q_PROPERTY(QColor hair READ hair NOTIFY appearanceChanged)
+    Q_PROPERTY(QColor track READ track NOTIFY appearanceChanged)
+    Q_PROPERTY(QColor zone READ zone NOTIFY appearanceChanged)
+    Q_PROPERTY(QColor ring READ ring NOTIFY appearanceChanged)
+    Q_PROPERTY(QColor shade READ shade NOTIFY appearanceChanged)
+    Q_PROPERTY(QColor danger READ danger NOTIFY appearanceChanged)
+    Q_PROPERTY(QColor emberText READ emberText NOTIFY appearanceChanged)
+    Q_PROPERTY(QColor mintText READ mintText NOTIFY appearanceChanged)
+    Q_PROPERTY(QColor goldText READ goldText NOTIFY appearanceChanged)
+    Q_PROPERTY(QColor ember READ ember CONSTANT)
+    Q_PROPERTY(QColor ember3 READ ember3 CONSTANT)
+    Q_PROPERTY(QColor emberLight READ emberLight CONSTANT)
+    Q_PROPERTY(QColor mint READ mint CONSTANT)
+    Q_PROPERTY(QColor gold READ gold CONSTANT)
+    Q_PROPERTY(QColor stop READ stop CONSTANT)
+    Q_PROPERTY(QColor on READ on CONSTANT)
+
+  public:
+    explicit Ember(QObject* parent = nullptr);
+
+    bool dark() const { return dark_; }
+    void setDark(bool dark);
+
+    // Qt 6.4 has no colour-scheme hint; a desktop in a dark theme hands applications a dark window colour.
+    static bool prefersDark(const QPalette& palette);
+
+    QColor bg() const { return pick(0xE6E8EA, 0x0E1012); }
+    QColor screen() const { return pick(0xF7F8F8, 0x17191C); }
+    QColor well() const { return pick(0xEDEFF1, 0x1F2226); }
+    QColor raised() const { return pick(0xFBFBFC, 0x2B2F34); }
+    QColor text() const { return pick(0x14171A, 0xEEF0F2); }
+    QColor text2() const { return pick(0x4F565E, 0xAAB1B8); }
+    QColor text3() const { return pick(0x62686F, 0x8B939B); }
+    QColor hair() const { return pick(0xD3D7DB, 0x2A2E33); }
+    QColor track() const { return pick(0xDCDFE3, 0x2E3338); }
+    QColor zone() const { return dark_ ? withAlpha(0xFFFFFF, 0.08) : withAlpha(0x14171A, 0.08); }
+    QColor ring() const { return dark_ ? withAlpha(0xFFFFFF, 0.07) : withAlpha(0x14171A, 0.06); }
+    QColor shade() const { return dark_ ? withAlpha(0x000000, 0.7) : withAlpha(0x14171A, 0.3); }
+    QColor danger() const { return pick(0xB3261E, 0xFF8A80); }
+    QColor emberText() const { return pick(0xA84E17, 0xF2A56E); }
+    QColor mintText() const { return pick(0x1B7A4E, 0x6FD3A5); }
+    QColor goldText() const { return pick(0x7A5A17, 0xD3AA57); }
+
+    static QColor ember() { return QColor(0xEA8A4E); }
+    static QColor ember3() { return QColor(0xE07B3D); }
+    static QColor emberLight() { return QColor(0xF2A56E); }
+    static QColor mint() { return QColor(0x5FC395); }
+    static QColor gold() { return QColor(0xD3AA57); }
+    static QColor stop() { return QColor(0xE5484D); }
+    static QColor on() { return QColor(0x14171A); }
+
+    // `weight` is a word: "ultraLight", "thin", "light", "regular", "medium", "semibold", "bold", "heavy",
+    // "black". Sizes are fixed pixel sizes, not scaled with the desktop's text size.
+    Q_INVOKABLE QFont words(qreal size, const QString& weight = QStringLiteral("regular")) const;
+    // The family of the face a weight uses, as the font file names it.
+    static QString faceFamily(const QString& weight);
+
+    // Adds the bundled Urbanist faces to this process. Returns how many were added; with none, text falls
+    // back to the desktop's substitute and every view still draws.
+    static int registerTypeface();
+
+  signals:
+    void appearanceChanged();
+
+  private:
+    QColor pick(unsigned light, unsigned darkValue) const { return QColor(dark_ ? darkValue : light); }
+    static QColor withAlpha(unsigned rgb, double alpha);
+
+    bool dark_ = false;
+};
+
+}  // namespace torvel::app

@@ -1,0 +1,107 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <QVariantList>
+#include <functional>
+
+#include "battery/system_lock.h"
+#include "extras/login_item.h"
+#include "extras/updater.h"
+
+namespace torvel::app {
+
+class BatteryMonitor;
+class ChargeSettings;
+class HistoryModel;
+
+// What the menu-bar panel shows, already in words: core's panel line and checkup over the three models.
+// The QML only lays it out.
+class PanelModel : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(int charge READ charge NOTIFY changed)
+    Q_PROPERTY(QString line READ line NOTIFY changed)
+    Q_PROPERTY(QString help READ help NOTIFY changed)
+    Q_PROPERTY(QString tone READ tone NOTIFY changed)
+    Q_PROPERTY(QString toneWord READ toneWord NOTIFY changed)
+    Q_PROPERTY(int limit READ limit NOTIFY changed)
+    Q_PROPERTY(int heldLimit READ heldLimit NOTIFY changed)
+    Q_PROPERTY(int minimumLimit READ minimumLimit CONSTANT)
+    Q_PROPERTY(int maximumLimit READ maximumLimit CONSTANT)
+    Q_PROPERTY(bool nativeMode READ nativeMode CONSTANT)
+    Q_PROPERTY(bool charging READ charging NOTIFY changed)
+    Q_PROPERTY(QVariantList readings READ readings NOTIFY changed)
+    Q_PROPERTY(bool topUp READ topUp NOTIFY changed)
+    Q_PROPERTY(bool topUpEnabled READ topUpEnabled NOTIFY changed)
+    Q_PROPERTY(QString topUpHelp READ topUpHelp NOTIFY changed)
+    Q_PROPERTY(QString footerLine READ footerLine NOTIFY changed)
+    Q_PROPERTY(QString checkupLevel READ checkupLevel NOTIFY changed)
+    Q_PROPERTY(QString version READ version CONSTANT)
+
+  public:
+    static constexpr int lowestLimit = 20;
+    static constexpr int highestLimit = 100;
+
+    // The login item and the updater are read where the checkup needs them; tests pass fixed answers.
+    struct Sources {
+        std::function<LoginItem::Status()> loginItem;
+        std::function<UpdaterState()> updater;
+    };
+    static Sources userFiles();
+
+    PanelModel(BatteryMonitor& battery, ChargeSettings& settings, HistoryModel& history, SystemLock lock,
+               Sources sources, QObject* parent = nullptr);
+
+    int charge() const;
+    QString line() const { return line_; }
+    QString help() const { return help_; }
+    QString tone() const { return tone_; }
+    QString toneWord() const;
+    int limit() const;
+    int heldLimit() const;
+    int minimumLimit() const { return lowestLimit; }
+    int maximumLimit() const { return highestLimit; }
+    bool nativeMode() const { return lock_.usesNative; }
+    bool charging() const;
+    QVariantList readings() const;
+    bool topUp() const;
+    bool topUpEnabled() const;
+    QString topUpHelp() const;
+    QString footerLine() const { return footerLine_; }
+    QString checkupLevel() const { return checkupLevel_; }
+    static QString version();
+
+    static int clampLimit(int limit);
+
+    // The gauge while dragging: moves the limit without saving it yet.
+    Q_INVOKABLE void dragLimit(int limit);
+    // The drag ended: the limit reaches the service.
+    Q_INVOKABLE void commitLimit();
+    // Keyboard and accessibility steps: one point within the bounds, saved at once.
+    Q_INVOKABLE void stepLimit(int delta);
+    Q_INVOKABLE void setTopUp(bool on);
+    Q_INVOKABLE void openSection(const QString& section);
+    Q_INVOKABLE void quit();
+
+  public slots:
+    void recompute();
+
+  signals:
+    void changed();
+    void sectionRequested(const QString& section);
+    void quitRequested();
+
+  private:
+    BatteryMonitor& battery_;
+    ChargeSettings& settings_;
+    HistoryModel& history_;
+    SystemLock lock_;
+    Sources sources_;
+    QString line_;
+    QString help_;
+    QString tone_;
+    QString footerLine_;
+    QString checkupLevel_;
+};
+
+}  // namespace torvel::app

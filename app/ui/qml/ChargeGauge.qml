@@ -1,0 +1,170 @@
+import QtQuick
+import Torvel
+
+// The charge against the 20–100 % scale, with the limit as a knob to drag. Every value change goes through
+// the panel model, which clamps it and saves it.
+FocusScope {
+    id: gauge
+    property int charge: 0
+    property int limit: 80
+    property int minimum: 20
+    property int maximum: 100
+    property bool nativeMode: false
+    signal dragged(int value)
+    signal released()
+    signal stepped(int delta)
+
+    implicitHeight: column.implicitHeight
+    activeFocusOnTab: true
+
+    function position(value) {
+        const clamped = Math.max(minimum, Math.min(maximum, value))
+        return (clamped - minimum) / (maximum - minimum) * track.width
+    }
+    function valueAt(x) {
+        return Math.round(minimum + x / track.width * (maximum - minimum))
+    }
+
+    Column {
+        id: column
+        width: parent.width
+        spacing: 8
+
+        Item {
+            width: parent.width
+            height: caption.implicitHeight
+            Text {
+                id: caption
+                text: "Charge limit"
+                font: Ember.words(12.5, "semibold")
+                color: Ember.text2
+            }
+            Text {
+                anchors.right: parent.right
+                anchors.baseline: caption.baseline
+                text: gauge.limit + "%"
+                font: Ember.words(13.5, "bold")
+                color: Ember.emberText
+            }
+        }
+
+        Item {
+            id: trackArea
+            width: parent.width
+            height: 30
+
+            Rectangle {
+                id: track
+                anchors.fill: parent
+                radius: height / 2
+                color: Ember.track
+                clip: true
+
+                Rectangle {
+                    id: fill
+                    height: parent.height
+                    width: Math.max(height, gauge.position(gauge.charge))
+                    radius: height / 2
+                    gradient: Gradient {
+                        orientation: Gradient.Horizontal
+                        GradientStop { position: 0; color: Ember.ember3 }
+                        GradientStop { position: 1; color: Ember.emberLight }
+                    }
+                }
+                // Above the limit is where the battery is kept from going; the knob covers the band's start.
+                Rectangle {
+                    x: gauge.position(gauge.limit) - parent.height / 2
+                    width: Math.max(0, parent.width - x)
+                    height: parent.height
+                    radius: height / 2
+                    color: Ember.zone
+                }
+            }
+
+            Rectangle {
+                id: knob
+                readonly property real diameter: 26
+                width: diameter
+                height: diameter
+                radius: diameter / 2
+                x: Math.max(-2, Math.min(track.width - diameter + 2, gauge.position(gauge.limit) - diameter / 2))
+                anchors.verticalCenter: parent.verticalCenter
+                color: Ember.raised
+                border.width: 1
+                border.color: Ember.ring
+                scale: pointer.pressed ? 1.08 : 1
+                Behavior on scale { NumberAnimation { duration: 120 } }
+                Accessible.role: Accessible.Slider
+                Accessible.name: "Charge limit"
+
+                Rectangle {
+                    anchors.centerIn: parent
+                    width: 16; height: 16; radius: 8
+                    color: Ember.ember
+                }
+                Rectangle {
+                    z: -1
+                    anchors.centerIn: parent
+                    anchors.verticalCenterOffset: 1.5
+                    width: parent.width + 2; height: parent.height + 2; radius: width / 2
+                    color: Qt.rgba(Ember.shade.r, Ember.shade.g, Ember.shade.b, Ember.dark ? 0.5 : 0.16)
+                }
+            }
+
+            MouseArea {
+                id: pointer
+                anchors.fill: parent
+                anchors.topMargin: -6
+                anchors.bottomMargin: -6
+                cursorShape: Qt.SizeHorCursor
+                preventStealing: true
+                onPressed: (mouse) => { gauge.forceActiveFocus(); gauge.dragged(gauge.valueAt(mouse.x)) }
+                onPositionChanged: (mouse) => { if (pressed) gauge.dragged(gauge.valueAt(mouse.x)) }
+                onReleased: gauge.released()
+            }
+        }
+
+        Item {
+            width: parent.width
+            height: low.implicitHeight
+            Text {
+                id: low
+                text: gauge.minimum + "%"
+                font: Ember.words(11.5, "medium")
+                color: Ember.text3
+            }
+            Text {
+                anchors.right: parent.right
+                text: gauge.maximum + "%"
+                font: Ember.words(11.5, "medium")
+                color: Ember.text3
+            }
+        }
+
+        Text {
+            visible: gauge.nativeMode
+            text: "macOS: 80 to 100%, in steps of 5"
+            font: Ember.words(12, "regular")
+            color: Ember.text3
+        }
+    }
+
+    Rectangle {
+        anchors.fill: column
+        anchors.margins: -4
+        radius: 10
+        color: "transparent"
+        border.width: 2
+        border.color: Qt.rgba(Ember.ember.r, Ember.ember.g, Ember.ember.b, 0.5)
+        visible: gauge.activeFocus && !pointer.pressed
+    }
+
+    Accessible.role: Accessible.Slider
+    Accessible.name: "Charge limit"
+    Accessible.onIncreaseAction: gauge.stepped(1)
+    Accessible.onDecreaseAction: gauge.stepped(-1)
+    Keys.onRightPressed: gauge.stepped(1)
+    Keys.onUpPressed: gauge.stepped(1)
+    Keys.onLeftPressed: gauge.stepped(-1)
+    Keys.onDownPressed: gauge.stepped(-1)
+}

@@ -1,0 +1,113 @@
+import QtQuick
+import Torvel
+
+// The menu-bar panel: today's charge, the limit and its state, a few readings, the top-up and the footer.
+Rectangle {
+    id: panel
+    width: 340
+    implicitHeight: body.implicitHeight + 2 * padding
+    color: Ember.screen
+    readonly property real padding: 18
+
+    Column {
+        id: body
+        x: panel.padding
+        y: panel.padding
+        width: panel.width - 2 * panel.padding
+        spacing: 18
+
+        Item {
+            id: header
+            width: parent.width
+            height: Math.max(figures.implicitHeight, chip.implicitHeight)
+
+            Column {
+                id: figures
+                width: parent.width - chip.width - 10
+                spacing: 2
+                Row {
+                    spacing: 2
+                    Text {
+                        id: charge
+                        text: Panel.charge
+                        font.family: Ember.words(54, "bold").family
+                        font.weight: Font.Bold
+                        font.pixelSize: 54
+                        font.letterSpacing: -1.5
+                        color: Ember.text
+                    }
+                    Text {
+                        anchors.baseline: charge.baseline
+                        text: "%"
+                        font: Ember.words(24, "semibold")
+                        color: Ember.text2
+                    }
+                }
+                Text {
+                    width: parent.width
+                    text: Panel.line
+                    elide: Text.ElideRight
+                    font: Ember.words(14.5, "semibold")
+                    color: Ember.text2
+                }
+                Text {
+                    width: parent.width
+                    visible: Panel.help.length > 0
+                    text: Panel.help
+                    wrapMode: Text.WordWrap
+                    font: Ember.words(12.5, "regular")
+                    color: Ember.text3
+                    topPadding: 4
+                }
+            }
+            StateChip {
+                id: chip
+                anchors.right: parent.right
+                y: 10
+                tone: Panel.tone
+                word: Panel.toneWord
+            }
+        }
+
+        ChargeGauge {
+            width: parent.width
+            charge: Panel.charge
+            limit: Panel.limit
+            minimum: Panel.minimumLimit
+            maximum: Panel.maximumLimit
+            nativeMode: Panel.nativeMode
+            onDragged: (value) => Panel.dragLimit(value)
+            onReleased: Panel.commitLimit()
+            onStepped: (delta) => Panel.stepLimit(delta)
+        }
+
+        ReadingsRow {
+            width: parent.width
+            visible: Panel.readings.length > 0
+            readings: Panel.readings
+        }
+
+        TopUpRow {
+            width: parent.width
+            on: Panel.topUp
+            enabled: Panel.topUpEnabled
+            help: Panel.topUpHelp
+            onToggled: (on) => Panel.setTopUp(on)
+        }
+
+        Rectangle {
+            width: parent.width
+            height: 1
+            color: Ember.hair
+        }
+
+        PanelFooter {
+            width: parent.width
+            line: Panel.footerLine
+            level: Panel.checkupLevel
+            version: Panel.version
+            onOpenSection: (section) => Panel.openSection(section)
+            onQuit: Panel.quit()
+        }
+    }
+}

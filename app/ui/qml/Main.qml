@@ -1,0 +1,22 @@
+import QtQuick
+import QtQuick.Window
+import Torvel
+
+// The panel's window: a frameless popup by the tray icon, or an ordinary window for review.
+Window {
+    id: window
+    property bool popup: false
+    width: panel.width
+    height: panel.implicitHeight
+    minimumWidth: panel.width
+    maximumWidth: panel.width
+    minimumHeight: panel.implicitHeight
+    maximumHeight: panel.implicitHeight
+    color: Ember.screen
+    title: "Torvel"
+    flags: popup ? (Qt.Popup | Qt.FramelessWindowHint) : Qt.Window
+
+    GaugePanel {
+        id: panel
+    }
+}

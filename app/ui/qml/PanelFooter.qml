@@ -1,0 +1,113 @@
+import QtQuick
+import Torvel
+
+// The health of the installation and the ways into the main window.
+Column {
+    id: footer
+    property string line
+    property string level: "ok"
+    property string version
+    signal openSection(string section)
+    signal quit()
+
+    readonly property color levelColour: level === "ok" ? Ember.mint : level === "todo" ? Ember.gold
+                                       : level === "broken" ? Ember.stop : Ember.text3
+    spacing: 12
+
+    Item {
+        width: parent.width
+        height: 30
+
+        Row {
+            anchors.left: parent.left
+            anchors.verticalCenter: parent.verticalCenter
+            spacing: 8
+            Rectangle {
+                width: 7; height: 7; radius: 3.5
+                anchors.verticalCenter: parent.verticalCenter
+                color: footer.levelColour
+            }
+            Text {
+                text: footer.line
+                font: Ember.words(13, "semibold")
+                color: footer.level === "ok" || footer.level === "off" ? Ember.text2
+                     : footer.level === "broken" ? Ember.danger : Ember.goldText
+            }
+        }
+
+        // "This Mac": the installation's own page, with the checkup's colour.
+        Rectangle {
+            id: thisMac
+            anchors.right: parent.right
+            anchors.verticalCenter: parent.verticalCenter
+            height: 28
+            width: macRow.implicitWidth + 22
+            radius: height / 2
+            color: macPointer.containsMouse ? Ember.raised : Ember.well
+            border.width: 1
+            border.color: macPointer.containsMouse ? Ember.text3 : Ember.hair
+            Accessible.role: Accessible.Button
+            Accessible.name: "This Mac"
+            Accessible.onPressAction: footer.openSection("mac")
+
+            Row {
+                id: macRow
+                anchors.centerIn: parent
+                spacing: 6
+                Glyph {
+                    size: 14
+                    lineWidth: 2
+                    color: Ember.text2
+                    path: Glyphs.laptop
+                    anchors.verticalCenter: parent.verticalCenter
+                }
+                Text {
+                    text: "This Mac"
+                    font: Ember.words(12.5, "semibold")
+                    color: Ember.text
+                    anchors.verticalCenter: parent.verticalCenter
+                }
+                Rectangle {
+                    width: 7; height: 7; radius: 3.5
+                    color: footer.levelColour
+                    anchors.verticalCenter: parent.verticalCenter
+                }
+            }
+            MouseArea {
+                id: macPointer
+                anchors.fill: parent
+                hoverEnabled: true
+                cursorShape: Qt.PointingHandCursor
+                onClicked: footer.openSection("mac")
+            }
+        }
+    }
+
+    Item {
+        width: parent.width
+        height: 26
+
+        Row {
+            anchors.left: parent.left
+            anchors.verticalCenter: parent.verticalCenter
+            spacing: 6
+            FlameMark {
+                size: 14
+                anchors.verticalCenter: parent.verticalCenter
+            }
+            Text {
+                text: "Torvel " + footer.version
+                font: Ember.words(12, "medium")
+                color: Ember.text3
+                anchors.verticalCenter: parent.verticalCenter
+            }
+        }
+        Row {
+            anchors.right: parent.right
+            spacing: 8
+            PanelIconButton { glyph: Glyphs.chart; word: "Today"; onClicked: footer.openSection("today") }
+            PanelIconButton { glyph: Glyphs.sliders; word: "Settings"; onClicked: footer.openSection("settings") }
+            PanelIconButton { glyph: Glyphs.power; word: "Quit Torvel"; onClicked: footer.quit() }
+        }
+    }
+}

@@ -1,0 +1,40 @@
+import QtQuick
+import Torvel
+
+// The state of the limit in one capsule: a dot and a word, both coloured by the tone.
+Rectangle {
+    id: chip
+    property string tone: "idle"
+    property string word
+
+    readonly property color dotColour: tone === "held" ? Ember.mint : tone === "moving" ? Ember.ember
+                                     : tone === "todo" ? Ember.gold : tone === "broken" ? Ember.stop : Ember.text3
+    readonly property color wordColour: tone === "held" ? Ember.mintText : tone === "moving" ? Ember.emberText
+                                      : tone === "todo" ? Ember.goldText : tone === "broken" ? Ember.danger : Ember.text2
+
+    implicitWidth: content.implicitWidth + 22
+    implicitHeight: 26
+    radius: height / 2
+    color: Qt.rgba(dotColour.r, dotColour.g, dotColour.b, Ember.dark ? 0.16 : 0.13)
+    border.width: 1
+    border.color: Qt.rgba(dotColour.r, dotColour.g, dotColour.b, 0.28)
+    Accessible.role: Accessible.StaticText
+    Accessible.name: word
+
+    Row {
+        id: content
+        anchors.centerIn: parent
+        spacing: 6
+        Rectangle {
+            width: 7; height: 7; radius: 3.5
+            anchors.verticalCenter: parent.verticalCenter
+            color: chip.dotColour
+        }
+        Text {
+            text: chip.word
+            font: Ember.words(12.5, "semibold")
+            color: chip.wordColour
+            anchors.verticalCenter: parent.verticalCenter
+        }
+    }
+}
