@@ -25,6 +25,12 @@ ControlMemory ChargeController::memory() const {
     return ControlMemory{view_.protectedSeconds, calibration_.status(), calibration_.beforeRaw()};
 }
 
+void ChargeController::forgetMemory() {
+    view_.protectedSeconds = 0;
+    calibration_ = CalibrationRun({}, std::nullopt);
+    view_.cal = calibration_.status();
+}
+
 void ChargeController::setSettings(const Settings& settings) {
     if (!settings.topUp || !settings_.topUp) topUpFullSeconds_ = 0;
     settings_ = settings;

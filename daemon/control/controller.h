@@ -68,6 +68,8 @@ class ChargeController {
     void setSettings(const Settings& settings);
     const Settings& settings() const { return settings_; }
     void resetProtected() { view_.protectedSeconds = 0; }
+    // Drops the protected time and the calibration record (a purge); a run in progress ends.
+    void forgetMemory();
     // Writes the full range and auto, then leaves the device alone until the next settings or start.
     WriteError release();
     // Looks at the hardware afresh and rewrites everything on the next tick (start, resume, battery added).

@@ -1,0 +1,160 @@
+#include "charge_service.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cmath>
+#include <variant>
+
+namespace torvel::daemon {
+ChargeService::ChargeService(const Paths& paths, PowerDevice& device, Identity identity, Instant startedAt)
+    : paths_(paths),
+      identity_(std::move(identity)),
+      startedAt_(startedAt),
+      lastNow_(startedAt),
+      log_(paths.log),
+      config_(paths.config),
+      state_(paths.dataDirectory() / "service-state.json"),
+      status_(paths.status),
+      journal_(paths.history),
+      controller_(device, state_.load(), [this](std::string_view line) { log_.write(lastNow_, line); }) {
+    ensureDirectory(paths_.dataDirectory());
+    ensureDirectory(paths_.log.parent_path());
+    const auto loaded = config_.load();
+    if (loaded.note) log_.write(startedAt, *loaded.note);
+    controller_.setSettings(loaded.settings);
+    savedMemory_ = controller_.memory();
+    log_.write(startedAt, "started, version " + identity_.version);
+}
+
+void ChargeService::reapply(Instant now) {
+    controller_.reapply();
+    tick(now);
+}
+
+void ChargeService::storeOwnChange(Instant now) {
+    const auto change = controller_.takeSettingsChange();
+    if (!change || purged_) return;
+    if (auto error = config_.save(*change)) log_.write(now, *error);
+}
+
+void ChargeService::tick(Instant now) {
+    lastNow_ = now;
+    controller_.tick(now);
+    storeOwnChange(now);
+    if (purged_) return;
+    publish(now);
+    saveMemory(now, false);
+}
+
+void ChargeService::publish(Instant now) {
+    const ControlView& view = controller_.view();
+    PublishedStatus status;
+    status.state = view.state;
+    status.pct = view.pct;
+    status.plugged = view.plugged;
+    status.hot = view.hot;
+    status.temp = view.temp;
+    status.topUp = view.topUp;
+    status.protectedSeconds = std::floor(view.protectedSeconds);
+    status.since = view.since;
+    status.ledSupported = false;
+    status.dischargeSupported = view.dischargeSupported;
+    status.dischargeFailed = view.dischargeFailed;
+    status.smcKeys = view.controlFiles;
+    status.chargeMode = view.chargeMode;
+    status.nativeFloor = view.nativeFloor;
+    status.gateVerified = view.gateVerified;
+    status.daemonVersion = identity_.version;
+    status.startedAt = startedAt_;
+    status.daemonPath = identity_.executablePath;
+    status.cal = view.cal;
+
+    std::string error;
+    if (auto published = status_.publish(status, now); auto* text = std::get_if<std::string>(&published)) {
+        error = *text;
+    }
+    const Settings& settings = controller_.settings();
+    if (settings.history) {
+        HistorySample sample{now, view.pct, view.state, view.plugged, view.temp};
+        if (auto recorded = journal_.record(sample); auto* text = std::get_if<std::string>(&recorded)) {
+            error = *text;
+        }
+    }
+    if (auto pruned = journal_.prune(now, settings.historyDays)) error = *pruned;
+    // A full disk fails on every tick; the log hears of it once.
+    if (error != lastFileError_ && !error.empty()) log_.write(now, error);
+    lastFileError_ = error;
+}
+
+void ChargeService::saveMemory(Instant now, bool force) {
+    const ControlMemory memory = controller_.memory();
+    if (savedMemory_ && *savedMemory_ == memory) return;
+    // The protected-time counter changes every tick; a minute of it is all a crash may lose.
+    const bool onlyCounter =
+        savedMemory_ && savedMemory_->cal == memory.cal && savedMemory_->calBeforeRaw == memory.calBeforeRaw;
+    if (!force && onlyCounter && now - memorySavedAt_ < 60 && now >= memorySavedAt_) return;
+    if (auto error = state_.save(memory)) {
+        log_.write(now, *error);
+        return;
+    }
+    savedMemory_ = memory;
+    memorySavedAt_ = now;
+}
+
+void ChargeService::shutdown(Instant now) {
+    lastNow_ = now;
+    if (auto error = controller_.shutdown()) log_.write(now, *error);
+    if (!purged_) saveMemory(now, true);
+    log_.write(now, "stopped");
+}
+
+CallReply ChargeService::applySettings(std::string_view message, Instant now) {
+    auto validated = validateSettings(message, controller_.settings());
+    if (auto* refusal = std::get_if<std::string>(&validated)) return {false, *refusal};
+    const auto& accepted = std::get<AcceptedSettings>(validated);
+    if (auto error = ensureDirectory(paths_.dataDirectory())) return {false, *error};
+    if (auto error = config_.save(accepted.settings)) return {false, *error};
+    purged_ = false;
+    controller_.setSettings(accepted.settings);
+    if (accepted.resetProtected) controller_.resetProtected();
+    log_.write(now, "settings applied: limit " + std::to_string(accepted.settings.limit) +
+                        (accepted.settings.enabled ? "" : " (off)"));
+    tick(now);
+    saveMemory(now, accepted.resetProtected);
+    return {};
+}
+
+CallReply ChargeService::purgeAllData(Instant now) {
+    lastNow_ = now;
+    purged_ = true;
+    controller_.forgetMemory();
+    savedMemory_.reset();
+    const auto unlinkIfThere = [](const std::filesystem::path& file) -> FileError {
+        if (::unlink(file.c_str()) != 0 && errno != ENOENT) return systemError("delete", file, errno);
+        return std::nullopt;
+    };
+    auto olderLog = paths_.log;
+    olderLog += ".1";
+    std::string errors;
+    for (const FileError& error :
+         {unlinkIfThere(paths_.config), status_.remove(), journal_.removeAll(), unlinkIfThere(state_.file()),
+          unlinkIfThere(olderLog), unlinkIfThere(paths_.log)}) {
+        if (!error) continue;
+        if (!errors.empty()) errors += "; ";
+        errors += *error;
+    }
+    if (!errors.empty()) return {false, errors};
+    return {};
+}
+
+CallReply ChargeService::releaseCharge(Instant now) {
+    lastNow_ = now;
+    const auto error = controller_.release();
+    log_.write(now, error ? "release: " + *error : "released: charging left to the firmware");
+    tick(now);
+    if (error) return {false, *error};
+    return {};
+}
+
+}  // namespace torvel::daemon

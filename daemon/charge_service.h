@@ -1,0 +1,65 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "call_reply.h"
+#include "common/dates.h"
+#include "common/paths.h"
+#include "control/controller.h"
+#include "files/config_store.h"
+#include "files/journal_writer.h"
+#include "files/service_log.h"
+#include "files/state_store.h"
+#include "files/status_publisher.h"
+
+namespace torvel::daemon {
+
+// The service apart from its event loop: owns the controller and every file, and answers the remote
+// calls once they are authorised. Each entry point takes `now`, so tests drive it without a clock.
+class ChargeService {
+  public:
+    struct Identity {
+        std::string version;
+        std::string executablePath;
+    };
+
+    ChargeService(const Paths& paths, PowerDevice& device, Identity identity, Instant startedAt);
+
+    void tick(Instant now);
+    // Start, resume, battery added: look at the hardware afresh and rewrite everything.
+    void reapply(Instant now);
+    void shutdown(Instant now);
+
+    CallReply applySettings(std::string_view message, Instant now);
+    CallReply purgeAllData(Instant now);
+    CallReply releaseCharge(Instant now);
+
+    const ChargeController& controller() const { return controller_; }
+    void log(Instant now, std::string_view text) { log_.write(now, text); }
+
+  private:
+    void publish(Instant now);
+    void saveMemory(Instant now, bool force);
+    void storeOwnChange(Instant now);
+
+    Paths paths_;
+    Identity identity_;
+    Instant startedAt_;
+    // Time of the entry point being served, for the controller's log lines.
+    Instant lastNow_;
+    ServiceLog log_;
+    ConfigStore config_;
+    StateStore state_;
+    StatusPublisher status_;
+    JournalWriter journal_;
+    ChargeController controller_;
+    std::optional<ControlMemory> savedMemory_;
+    Instant memorySavedAt_ = 0;
+    // After a purge nothing is written again until new settings arrive: the caller is removing us.
+    bool purged_ = false;
+    std::string lastFileError_;
+};
+
+}  // namespace torvel::daemon
