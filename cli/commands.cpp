@@ -18,6 +18,10 @@ constexpr Entry commands[] = {
     {"journal", journalCommand, "the day's or a range's journal: narrative, verdicts, insights, chart"},
     {"checkup", checkupCommand, "whether everything is in place: each piece, the first fix, the service"},
     {"report", reportCommand, "the diagnostic report, as the app copies it"},
+    {"set", setCommand, "change settings (KEY=VALUE...) through the charge service"},
+    {"topup", topupCommand, "a one-off charge to full: on or off"},
+    {"calibrate", calibrateCommand, "a calibration run: start or stop"},
+    {"probe", probeCommand, "what this machine lets the charge service do"},
 };
 
 void printUsage(std::FILE* stream) {

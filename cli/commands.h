@@ -19,5 +19,9 @@ int statusCommand(const std::vector<std::string>& args, std::FILE* out, std::FIL
 int journalCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err);
 int checkupCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err);
 int reportCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err);
+int setCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err);
+int topupCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err);
+int calibrateCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err);
+int probeCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err);
 
 }  // namespace torvel::cli
