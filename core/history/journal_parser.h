@@ -19,10 +19,10 @@ class JournalParser {
     // bytes, so every line is parsed where it lies, without a copy.
     void appendDay(const char* data, std::size_t size, std::vector<HistorySample>& out);
     // One line under the same padding rule.
-    bool parseLine(const char* data, std::size_t size, HistorySample& out);
+    bool parseLine(const char* data, std::size_t size, std::size_t readable, HistorySample& out);
 
   private:
-    simdjson::dom::parser parser_;
+    simdjson::ondemand::parser parser_;
 };
 
 }  // namespace torvel::detail

@@ -87,7 +87,7 @@ std::optional<HistorySample> JournalLine::parse(std::string_view line) {
     HistorySample sample;
     if (line.find('\n') != std::string_view::npos) return std::nullopt;
     if (!simdjson::validate_utf8(padded.data(), line.size())) return std::nullopt;
-    if (!parser.parseLine(padded.data(), line.size(), sample)) return std::nullopt;
+    if (!parser.parseLine(padded.data(), line.size(), padded.size(), sample)) return std::nullopt;
     return sample;
 }
 

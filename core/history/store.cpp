@@ -15,6 +15,10 @@
 namespace torvel {
 namespace {
 
+// A day of readings is about 100 KB; anything past this is not a day file, and reading it would only exhaust
+// memory.
+constexpr std::uintmax_t maxDayFileBytes = 64 * 1024 * 1024;
+
 // The parser and the file buffer of one read, reused across the days of a range so that a month costs a
 // handful of allocations rather than one per line or per file.
 class DayReader {
@@ -31,7 +35,8 @@ class DayReader {
         if (fd < 0) return std::nullopt;
         std::optional<std::size_t> result;
         struct stat info {};
-        if (::fstat(fd, &info) == 0 && S_ISREG(info.st_mode))
+        if (::fstat(fd, &info) == 0 && S_ISREG(info.st_mode) &&
+            static_cast<std::uintmax_t>(info.st_size) <= maxDayFileBytes)
             result = readAll(fd, static_cast<std::size_t>(info.st_size));
         ::close(fd);
         return result;
@@ -42,7 +47,7 @@ class DayReader {
         for (;;) {
             // The service may append while we read: take what is there, and grow if there is more.
             if (buffer_.size() < length + 4096 + detail::JournalParser::padding) {
-                buffer_.resize(std::max(expected, length + 4096) + 4096 + detail::JournalParser::padding);
+                buffer_.resize(std::max(expected, length * 2) + 4096 + detail::JournalParser::padding);
             }
             const std::size_t room = buffer_.size() - detail::JournalParser::padding - length;
             const ssize_t n = ::read(fd, buffer_.data() + length, room);
@@ -52,6 +57,7 @@ class DayReader {
             }
             if (n == 0) break;
             length += static_cast<std::size_t>(n);
+            if (length > maxDayFileBytes) return std::nullopt;
         }
         std::memset(buffer_.data() + length, 0, detail::JournalParser::padding);
         return length;
@@ -88,17 +94,30 @@ std::vector<HistorySample> HistoryStore::samples(Instant from, Instant to) const
     auto day = Dates::startOfLocalDay(from);
     const auto end = Dates::startOfLocalDay(to);
     if (!day || !end) return out;
-    DayReader reader;
+    std::vector<std::filesystem::path> files;
+    std::uintmax_t bytes = 0;
     while (*day <= *end) {
-        const std::size_t before = out.size();
-        if (const auto name = dayFileName(*day)) reader.append(directory_ / *name, out);
-        const auto outside = [&](const HistorySample& s) { return !(s.date >= from && s.date <= to); };
-        out.erase(std::remove_if(out.begin() + static_cast<std::ptrdiff_t>(before), out.end(), outside),
-                  out.end());
+        if (const auto name = dayFileName(*day)) {
+            files.push_back(directory_ / *name);
+            struct stat info {};
+            if (::stat(files.back().c_str(), &info) == 0) {
+                bytes += std::min(static_cast<std::uintmax_t>(info.st_size), maxDayFileBytes);
+            }
+        }
         const auto next = Dates::addLocalDays(*day, 1);
         // A calendar that cannot move forward would loop for ever.
         if (!next || *next <= *day) break;
         day = next;
+    }
+    // One allocation for a month rather than a chain of growing copies; lines are rarely under 40 bytes.
+    out.reserve(static_cast<std::size_t>(bytes / 40) + 1);
+    DayReader reader;
+    const auto outside = [&](const HistorySample& s) { return !(s.date >= from && s.date <= to); };
+    for (const auto& file : files) {
+        const std::size_t before = out.size();
+        reader.append(file, out);
+        out.erase(std::remove_if(out.begin() + static_cast<std::ptrdiff_t>(before), out.end(), outside),
+                  out.end());
     }
     return out;
 }
