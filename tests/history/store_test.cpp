@@ -26,7 +26,7 @@ struct LineCase {
 };
 
 HistorySample reading(Instant date, std::int64_t pct, std::optional<double> temp = std::nullopt,
-                     std::string state = "allow", bool plugged = false) {
+                      std::string state = "allow", bool plugged = false) {
     return {date, pct, std::move(state), plugged, temp};
 }
 
