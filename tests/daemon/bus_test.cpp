@@ -88,7 +88,7 @@ class BusTest : public ::testing::Test {
         std::string message;
     };
     Answer call(const char* method, const char* argument = nullptr) {
-        sd_bus_error error = SD_BUS_ERROR_NULL;
+        sd_bus_error error{};  // SD_BUS_ERROR_NULL is a C compound literal
         sd_bus_message* reply = nullptr;
         const int result = argument ? sd_bus_call_method(client_, busName, objectPath, interfaceName, method,
                                                          &error, &reply, "s", argument)
