@@ -6,7 +6,7 @@
 namespace torvel::cli {
 
 std::variant<Options, std::string> Options::parse(const std::vector<std::string>& args,
-                                                  const std::vector<OptionSpec>& specs) {
+                                                  const std::vector<OptionRule>& rules) {
     Options options;
     for (std::size_t i = 0; i < args.size(); ++i) {
         std::string_view arg = args[i];
@@ -15,16 +15,16 @@ std::variant<Options, std::string> Options::parse(const std::vector<std::string>
             inlineValue = std::string(arg.substr(equals + 1));
             arg = arg.substr(0, equals);
         }
-        const OptionSpec* spec = nullptr;
-        for (const auto& candidate : specs) {
-            if (candidate.name == arg) spec = &candidate;
+        const OptionRule* rule = nullptr;
+        for (const auto& candidate : rules) {
+            if (candidate.name == arg) rule = &candidate;
         }
-        if (spec == nullptr) {
+        if (rule == nullptr) {
             if (!arg.starts_with("-")) return "unexpected argument '" + std::string(arg) + "'";
             return "unknown option " + std::string(arg);
         }
         if (options.has(arg)) return std::string(arg) + " given twice";
-        if (!spec->takesValue) {
+        if (!rule->takesValue) {
             if (inlineValue) return std::string(arg) + " takes no value";
             options.values_[std::string(arg)] = "";
             continue;

@@ -9,7 +9,7 @@
 
 namespace torvel::cli {
 
-struct OptionSpec {
+struct OptionRule {
     std::string_view name;  // with its dashes, "--now"
     bool takesValue = false;
 };
@@ -19,7 +19,7 @@ struct OptionSpec {
 class Options {
   public:
     static std::variant<Options, std::string> parse(const std::vector<std::string>& args,
-                                                    const std::vector<OptionSpec>& specs);
+                                                    const std::vector<OptionRule>& rules);
 
     bool has(std::string_view name) const { return values_.contains(std::string(name)); }
     std::optional<std::string> value(std::string_view name) const;
