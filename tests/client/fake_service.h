@@ -16,7 +16,7 @@ namespace torvel::client::testing {
 class FakeService : public QDBusVirtualObject {
   public:
     struct Answer {
-        enum Kind { reply, silent, lateReply, wrongShape };
+        enum Kind { reply, silent, lateReply };
         Kind kind = reply;
         bool ok = true;
         QString message{};
@@ -25,7 +25,6 @@ class FakeService : public QDBusVirtualObject {
         static Answer replying(bool ok, QString message = {}) { return {reply, ok, std::move(message), 0}; }
         static Answer silence() { return {silent, true, {}, 0}; }
         static Answer late(bool ok, int milliseconds) { return {lateReply, ok, {}, milliseconds}; }
-        static Answer shapeless(QString message) { return {wrongShape, true, std::move(message), 0}; }
     };
 
     FakeService(QDBusConnection bus, Answer answer) : bus_(std::move(bus)), answer_(std::move(answer)) {
@@ -61,9 +60,7 @@ class FakeService : public QDBusVirtualObject {
             const std::lock_guard lock(mutex_);
             received_.push_back({message.member(), message.arguments()});
         }
-        const QDBusMessage answer = answer_.kind == Answer::wrongShape
-                                        ? message.createReply(QList<QVariant>{answer_.message})
-                                        : message.createReply(QList<QVariant>{answer_.ok, answer_.message});
+        const QDBusMessage answer = message.createReply(QList<QVariant>{answer_.ok, answer_.message});
         switch (answer_.kind) {
             case Answer::silent:
                 break;
@@ -72,7 +69,6 @@ class FakeService : public QDBusVirtualObject {
                                    [connection, answer] { QDBusConnection(connection).send(answer); });
                 break;
             case Answer::reply:
-            case Answer::wrongShape:
                 QDBusConnection(connection).send(answer);
                 break;
         }
