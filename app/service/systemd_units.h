@@ -3,6 +3,7 @@
 #include <QDBusConnection>
 #include <QObject>
 #include <QString>
+#include <optional>
 
 #include "service/unit_control.h"
 
@@ -19,7 +20,10 @@ class SystemdUnits : public QObject, public UnitControl {
   public:
     static constexpr const char* unitName = "torvel-daemon.service";
 
-    explicit SystemdUnits(QDBusConnection bus, QObject* parent = nullptr);
+    // `fixedState` stands in for the unit file's state when the service runs outside systemd (the demo and
+    // end-to-end runs, on a private bus); changes are then refused.
+    explicit SystemdUnits(QDBusConnection bus, std::optional<QString> fixedState = std::nullopt,
+                          QObject* parent = nullptr);
 
     ServiceRegistration::Status status() override;
     void enableAndStart(Done done) override;
@@ -36,6 +40,7 @@ class SystemdUnits : public QObject, public UnitControl {
     void whenFinished(const QDBusPendingCall& call, std::function<void(const QDBusMessage&)> then);
 
     QDBusConnection bus_;
+    std::optional<QString> fixedState_;
 };
 
 }  // namespace torvel::app

@@ -4,9 +4,15 @@
 #include <QQuickWindow>
 #include <QSGRendererInterface>
 #include <QSystemTrayIcon>
+#include <QTime>
+#include <QTimer>
 #include <cstdio>
 #include <string>
 #include <vector>
+
+#include "battery/battery_monitor.h"
+#include "service/charge_settings_model.h"
+#include "ui/panel_model.h"
 
 namespace torvel::app {
 
@@ -21,6 +27,16 @@ CommandLine CommandLine::parse(const QStringList& arguments) {
                 return line;
             }
             line.screenshot = arguments[++i];
+        } else if (word == u"--headless") {
+            line.headless = true;
+        } else if (word == u"--seconds") {
+            bool ok = false;
+            const int n = i + 1 < arguments.size() ? arguments[++i].toInt(&ok) : 0;
+            if (!ok || n < 0) {
+                line.error = QStringLiteral("--seconds needs a whole number of seconds");
+                return line;
+            }
+            line.seconds = n;
         } else if (word == u"--dark") {
             line.options.dark = true;
         } else {
@@ -28,12 +44,35 @@ CommandLine CommandLine::parse(const QStringList& arguments) {
         }
     }
     line.options.switches = LaunchSwitches::parse(words);
-    if (line.screenshot) {
-        line.options.watchDevices = false;
-        line.options.useTray = false;
-    }
+    if (line.screenshot) line.options.watchDevices = false;
+    if (line.screenshot || line.headless) line.options.useTray = false;
     return line;
 }
+
+namespace {
+
+// The same models as the panel, told as text: a look at a running system from a terminal or a CI log.
+int watchHeadless(TorvelApp& torvel, std::optional<int> seconds) {
+    torvel.start();
+    // Printing every second is watching live, as an open panel does.
+    torvel.settings().watchLive();
+    PanelModel& panel = torvel.panel();
+    QTimer tick;
+    int printed = 0;
+    const auto print = [&] {
+        torvel.battery().refresh();
+        std::printf("%s  %3d%%  %s\n", qPrintable(QTime::currentTime().toString(QStringLiteral("HH:mm:ss"))),
+                    panel.charge(), qPrintable(panel.line()));
+        std::fflush(stdout);
+        if (seconds && ++printed >= *seconds) QCoreApplication::quit();
+    };
+    QObject::connect(&tick, &QTimer::timeout, print);
+    tick.start(1000);
+    print();
+    return QApplication::exec();
+}
+
+}  // namespace
 
 int run(int argc, char** argv) {
     QStringList arguments;
@@ -43,7 +82,7 @@ int run(int argc, char** argv) {
         std::fprintf(stderr, "torvel: %s\n", qPrintable(*line.error));
         return 2;
     }
-    if (line.screenshot) {
+    if (line.screenshot || line.headless) {
         // No display needed, and the same pixels on every machine: offscreen, software-rendered, at 2x.
         if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
         if (qEnvironmentVariableIsEmpty("QT_SCALE_FACTOR")) qputenv("QT_SCALE_FACTOR", "2");
@@ -68,6 +107,7 @@ int run(int argc, char** argv) {
         }
         return 0;
     }
+    if (line.headless) return watchHeadless(torvel, line.seconds);
     // With a tray icon, closing the panel leaves the app in the tray; without one, the window is the app.
     QApplication::setQuitOnLastWindowClosed(!QSystemTrayIcon::isSystemTrayAvailable());
     torvel.start();

@@ -11,6 +11,8 @@ namespace torvel::app {
 struct CommandLine {
     TorvelApp::Options options;
     std::optional<QString> screenshot;  // --screenshot FILE: render and exit
+    bool headless = false;              // --headless: print the charge and the panel line every second
+    std::optional<int> seconds;         // --seconds N: stop the headless run after N seconds
     std::optional<QString> error;
 
     static CommandLine parse(const QStringList& arguments);

@@ -116,7 +116,10 @@ TorvelApp::TorvelApp(Options options, QObject* parent)
                     (appearance ? *appearance == "dark" : Ember::prefersDark(QGuiApplication::palette())));
     if (!options_.dark && !appearance) qApp->installEventFilter(this);
 
-    units_ = std::make_unique<SystemdUnits>(QDBusConnection::systemBus());
+    const auto unitState = processEnvironment("TORVEL_UNIT_STATE");
+    units_ = std::make_unique<SystemdUnits>(
+        QDBusConnection::systemBus(),
+        unitState ? std::optional(QString::fromStdString(*unitState)) : std::nullopt);
 #ifdef TORVEL_HAS_SERVICE_CLIENT
     auto client = std::make_unique<client::ServiceClient>();
     calls_ = std::make_unique<ClientCalls>(*client, paths_.config);
