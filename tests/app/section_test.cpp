@@ -36,14 +36,5 @@ TEST(AppSection, NamedOnTheCommandLine) {
     }
 }
 
-TEST(AppSection, TabsInOrderWithTheirTitles) {
-    std::string titles;
-    for (const auto section : AppSection::all) {
-        titles += std::string(AppSection(section).title()) + "|";
-        EXPECT_EQ(AppSection::fromRawValue(AppSection(section).rawValue()), AppSection(section));
-    }
-    EXPECT_EQ(titles, "Today|Settings|This Mac|Long memory|Calibration|");
-}
-
 }  // namespace
 }  // namespace torvel

@@ -31,13 +31,6 @@ TEST(ChargeArrival, CooldownAndShowingDropEvents) {
     }
 }
 
-TEST(ChargeArrival, OnDemandIgnoresTheCooldown) {
-    ChargeArrival arrival;
-    ASSERT_TRUE(arrival.flash(0, true));
-    arrival.forget();
-    EXPECT_TRUE(arrival.flash(1, true));
-}
-
 TEST(ChargeArrival, Label) {
     using Limit = ChargeArrival::Limit;
     struct Case {

@@ -24,23 +24,5 @@ TEST(LoginItem, StatusFromTheAutostartEntry) {
         EXPECT_EQ(LoginItem::fromAutostartEntry(c.entry), c.status) << c.entry.value_or("-");
 }
 
-TEST(LoginItem, ASuccessAfterAFailureClearsTheError) {
-    LoginItem item;
-    item.changed(LoginItem::Status::notRegistered, "Operation not permitted");
-    item.changed(LoginItem::Status::enabled, std::nullopt);
-    EXPECT_EQ(item.status, LoginItem::Status::enabled);
-    EXPECT_EQ(item.error, std::nullopt);
-}
-
-TEST(LoginItem, AutostartFileFollowsXdg) {
-    const auto env = [](std::optional<std::string> config, std::optional<std::string> home) {
-        return [=](const char* name) { return std::string_view(name) == "HOME" ? home : config; };
-    };
-    EXPECT_EQ(LoginItem::autostartFile(env("/x/cfg", "/home/u")), "/x/cfg/autostart/torvel.desktop");
-    EXPECT_EQ(LoginItem::autostartFile(env("relative", "/home/u")),
-              "/home/u/.config/autostart/torvel.desktop");
-    EXPECT_EQ(LoginItem::autostartFile(env(std::nullopt, std::nullopt)), std::nullopt);
-}
-
 }  // namespace
 }  // namespace torvel

@@ -25,16 +25,6 @@ TEST(UpdaterCallbacks, CycleEndsCheckingAndTellsANormalEndFromAFailure) {
     }
 }
 
-TEST(UpdaterCallbacks, NoUpdateClearsAnEarlierFind) {
-    UpdaterState state;
-    state.updateFound("2.0", true);
-    EXPECT_EQ(state.available, "2.0");
-    EXPECT_TRUE(state.critical);
-    state.noUpdateFound();
-    EXPECT_EQ(state.available, std::nullopt);
-    EXPECT_FALSE(state.critical);
-}
-
 TEST(UpdateWords, FirstMatchWins) {
     struct Case {
         const char* what;
@@ -98,16 +88,6 @@ TEST(UpdaterSettings, ReadsTheUpdatesGroup) {
     expected.lastCheck = march7;
     expected.available = "2.1";
     EXPECT_EQ(state, expected);
-}
-
-TEST(UpdaterSettings, UnreadableValuesAreLeftOut) {
-    const UpdaterState state = UpdaterState::fromSettings(
-        "[updates]\nautomatic=maybe\nlastCheck=yesterday\navailable=\ncritical=1\n");
-    EXPECT_FALSE(state.automatic);
-    EXPECT_EQ(state.lastCheck, std::nullopt);
-    EXPECT_EQ(state.available, std::nullopt);
-    EXPECT_TRUE(state.critical);
-    EXPECT_EQ(UpdaterState::fromSettings(""), UpdaterState{});
 }
 
 }  // namespace

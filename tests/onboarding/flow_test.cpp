@@ -36,17 +36,6 @@ OnboardingFlow at(Kind kind, Mode mode = {}) {
     return flow;
 }
 
-TEST(OnboardingFlow, ProbeResultGivesTheFirstStep) {
-    OnboardingFlow flow;
-    EXPECT_EQ(flow.step().kind, Kind::checking);
-    flow.probed(HardwareProbe::Supported{"sysfs", std::nullopt, true});
-    EXPECT_EQ(flow.step(), Step::welcome({false, true}));
-    flow.probed(HardwareProbe::Unsupported::systemLocked);
-    EXPECT_EQ(flow.step(), Step::unsupported(HardwareProbe::Unsupported::systemLocked));
-    flow.probed(HardwareProbe::Failed{"no answer"});
-    EXPECT_EQ(flow.step(), Step::probeFailed("no answer"));
-}
-
 struct MoveCase {
     const char* what;
     Kind from;
@@ -263,16 +252,6 @@ TEST(OnboardingWindowSync, SelfOpeningFlows) {
             EXPECT_EQ(*migration, (migrationOnly));
         }
     }
-}
-
-TEST(OnboardingFlow, CommandToCopy) {
-    ChargeSettingsState settings;
-    InstallationFacts installation;
-    EXPECT_EQ(OnboardingFlow::commandToCopy(settings, installation), OnboardingFlow::installCommand);
-    settings.serviceNeedsMigration = true;
-    installation.uninstallerPath = "/opt/torvel/uninstall.sh";
-    EXPECT_EQ(OnboardingFlow::commandToCopy(settings, installation),
-              "sudo bash \"/opt/torvel/uninstall.sh\" --keep-data");
 }
 
 }  // namespace

@@ -86,12 +86,6 @@ TEST(DiagnosticsReport, ServiceFactsInWords) {
     }
 }
 
-TEST(DiagnosticsReport, SignatureNoteOnlyForLocalBuilds) {
-    EXPECT_EQ(Diagnostics::versionLine("1.4", "212", true), "Torvel 1.4 (212)");
-    EXPECT_EQ(Diagnostics::versionLine("1.4", "212", false),
-              "Torvel 1.4 (212) · ad-hoc signature, local build");
-}
-
 TEST(DiagnosticsReport, FilesThatCannotBeShownGetANote) {
     struct Case {
         FileContents contents;
