@@ -34,7 +34,7 @@ std::optional<std::string> unitFileState(std::string_view unit) {
     const std::string unitName(unit);
     if (sd_bus_message_append(call.get(), "s", unitName.c_str()) < 0) return std::nullopt;
 
-    sd_bus_error error = SD_BUS_ERROR_NULL;
+    sd_bus_error error{};  // SD_BUS_ERROR_NULL, without the C99 compound literal clang rejects in C++
     sd_bus_message* rawReply = nullptr;
     const int result = sd_bus_call(bus.get(), call.get(), callTimeoutMicroseconds, &error, &rawReply);
     sd_bus_error_free(&error);
