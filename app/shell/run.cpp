@@ -86,6 +86,10 @@ int run(int argc, char** argv) {
         // No display needed, and the same pixels on every machine: offscreen, software-rendered, at 2x.
         if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
         if (qEnvironmentVariableIsEmpty("QT_SCALE_FACTOR")) qputenv("QT_SCALE_FACTOR", "2");
+    }
+    // The panel is a few flat shapes and text: the software renderer draws it in a fraction of the memory a
+    // GL context costs a process that mostly sits in the tray. QT_QUICK_BACKEND still chooses otherwise.
+    if (line.screenshot || qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND")) {
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
     }
 

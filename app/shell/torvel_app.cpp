@@ -197,6 +197,15 @@ QQuickWindow* TorvelApp::panelWindow() {
     const auto roots = engine_->rootObjects();
     if (roots.isEmpty()) return nullptr;
     window_ = qobject_cast<QQuickWindow*>(roots.constLast());
+    if (window_) {
+        // An open panel watches live: the service's state is polled quickly only while someone looks.
+        connect(window_, &QWindow::visibleChanged, this, [this](bool visible) {
+            if (visible)
+                settings_->watchLive();
+            else
+                settings_->unwatchLive();
+        });
+    }
     return window_;
 }
 

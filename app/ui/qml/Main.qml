@@ -15,6 +15,8 @@ Window {
     color: Ember.screen
     title: "Torvel"
     flags: popup ? (Qt.Popup | Qt.FramelessWindowHint) : Qt.Window
+    // A popup goes away when the user turns to something else, as a menu does.
+    onActiveChanged: if (popup && !active) visible = false
 
     GaugePanel {
         id: panel
