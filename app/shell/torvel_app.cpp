@@ -156,6 +156,7 @@ TorvelApp::TorvelApp(Options options, QObject* parent)
 TorvelApp::~TorvelApp() {
     // Views bind to the models; they go first.
     tray_.reset();
+    trayMenu_.reset();
     if (window_) delete window_.data();
     engine_.reset();
 }
@@ -237,10 +238,10 @@ void TorvelApp::setUpTray() {
     glyph.setIsMask(true);
     tray_ = std::make_unique<QSystemTrayIcon>(glyph);
     tray_->setToolTip(QStringLiteral("Torvel"));
-    auto* menu = new QMenu;
-    menu->addAction(QStringLiteral("Open Torvel"), this, [this] { togglePopup(); });
-    menu->addAction(QStringLiteral("Quit Torvel"), qApp, &QCoreApplication::quit);
-    tray_->setContextMenu(menu);
+    trayMenu_ = std::make_unique<QMenu>();
+    trayMenu_->addAction(QStringLiteral("Open Torvel"), this, [this] { togglePopup(); });
+    trayMenu_->addAction(QStringLiteral("Quit Torvel"), qApp, &QCoreApplication::quit);
+    tray_->setContextMenu(trayMenu_.get());
     connect(tray_.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
         if (reason == QSystemTrayIcon::Trigger) togglePopup();
     });

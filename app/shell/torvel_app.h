@@ -13,6 +13,7 @@
 #include "common/paths.h"
 #include "service/charge_settings.h"
 
+class QMenu;
 class QQmlApplicationEngine;
 class QQuickWindow;
 class QSystemTrayIcon;
@@ -85,6 +86,7 @@ class TorvelApp : public QObject {
     std::unique_ptr<PanelModel> panel_;
     std::unique_ptr<QQmlApplicationEngine> engine_;
     QPointer<QQuickWindow> window_;
+    std::unique_ptr<QMenu> trayMenu_;
     std::unique_ptr<QSystemTrayIcon> tray_;
     bool started_ = false;
 };

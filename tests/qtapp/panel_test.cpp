@@ -12,6 +12,12 @@
 #include "ui/ember.h"
 #include "ui/panel_model.h"
 
+// fontconfig keeps the patterns of application fonts in caches of its own until the process ends, which
+// LeakSanitizer cannot follow; the leaks are neither ours nor Qt's.
+extern "C" const char* __lsan_default_suppressions() {
+    return "leak:libfontconfig.so\n";
+}
+
 namespace torvel::app {
 namespace {
 
