@@ -86,9 +86,10 @@ TEST(RefreshStatus, FreshFileWithoutAStateWordIsUnknown) {
 TEST(RefreshStatus, UnreadableFileOnlyForgetsTheState) {
     ServiceStatus status = refreshed(testing::fixture("service/status-holding.json"), written);
     const ServiceStatus before = status;
+    const std::string truncated = testing::fixture("service/status-truncated.json");
     for (const std::optional<std::string_view> bytes :
          {std::optional<std::string_view>(), std::optional<std::string_view>("[1,2]"),
-          std::optional<std::string_view>(testing::fixture("service/status-truncated.json"))}) {
+          std::optional<std::string_view>(truncated)}) {
         ServiceStatus again = before;
         refreshStatus(again, bytes, written, true);
         EXPECT_EQ(again.state, "unknown");
