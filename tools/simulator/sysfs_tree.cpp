@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <fstream>
 
 #include "device/sysfs_device.h"
@@ -60,30 +61,41 @@ std::optional<std::string> SysfsTree::create() {
 }
 
 void SysfsTree::absorbWrites() {
-    const auto take = [&](const fs::path& relative, auto apply) {
+    // What the service wrote since the last look, if anything: the file no longer shows what we published.
+    const auto written = [&](const fs::path& relative) -> std::optional<std::string> {
         const auto shown = shown_.find(relative);
         const auto now = daemon::readAttribute(root_ / relative);
-        if (!now || shown == shown_.end() || *now == shown->second) return;
-        if (auto refused = apply(*now)) refusals_.push_back(*refused);
+        // An empty file is a write caught between its truncation and its bytes: look again next time.
+        if (!now || now->empty() || shown == shown_.end() || *now == shown->second) return std::nullopt;
+        return now;
+    };
+    const auto settle = [&](const fs::path& relative, const daemon::WriteError& refused) {
+        if (refused) refusals_.push_back(*refused);
         shown_.erase(relative);  // republish whatever the model made of it
     };
-    const auto threshold = [&](Threshold which) {
-        return [&, which](const std::string& text) -> daemon::WriteError {
-            try {
-                return battery_.setThreshold(which, std::stoi(text));
-            } catch (...) {
-                return "cannot write " + std::string(daemon::thresholdAttribute(which)) +
-                       ": Invalid argument";
-            }
-        };
+    const auto setThreshold = [&](Threshold which, const std::string& text) -> daemon::WriteError {
+        try {
+            return battery_.setThreshold(which, std::stoi(text));
+        } catch (...) {
+            return "cannot write " + std::string(daemon::thresholdAttribute(which)) + ": Invalid argument";
+        }
     };
-    if (battery_.options().endThreshold) {
-        // The end first: a service moving the window up writes it first and expects it to be taken first.
-        take(endFile, threshold(Threshold::end));
-        if (battery_.options().startThreshold) take(startFile, threshold(Threshold::start));
+
+    const auto& options = battery_.options();
+    if (options.endThreshold) {
+        const auto end = written(endFile);
+        const auto start = options.startThreshold ? written(startFile) : std::nullopt;
+        // The kernel took the two writes one at a time, each keeping start <= end; both may land between two
+        // looks here, so take them in the order that kept the range valid: down means start first.
+        const bool startFirst = start && end && std::atoi(start->c_str()) <= battery_.endThresholdValue() &&
+                                std::atoi(end->c_str()) < battery_.startThresholdValue();
+        if (startFirst) settle(startFile, setThreshold(Threshold::start, *start));
+        if (end) settle(endFile, setThreshold(Threshold::end, *end));
+        if (start && !startFirst) settle(startFile, setThreshold(Threshold::start, *start));
     }
-    if (!battery_.options().behaviours.empty()) {
-        take(behaviourFile, [&](const std::string& text) { return battery_.setBehaviour(text); });
+    if (!options.behaviours.empty()) {
+        if (const auto behaviour = written(behaviourFile))
+            settle(behaviourFile, battery_.setBehaviour(*behaviour));
     }
 }
 
