@@ -7,39 +7,10 @@
 #include <string_view>
 #include <type_traits>
 
+#include "service/settings_rules.h"
+
 namespace torvel::client {
 namespace {
-
-// The service refuses values outside these ranges. Checking them before sending matters because a refused
-// save falls back to writing config.json directly, and a value the service refuses would be stored anyway.
-struct IntegerKey {
-    std::string_view key;
-    int Settings::*field;
-    int low;
-    int high;
-};
-constexpr IntegerKey integerKeys[] = {
-    {"limit", &Settings::limit, 20, 100},
-    {"hysteresis", &Settings::hysteresis, 1, 40},
-    {"thermalLimit", &Settings::thermalLimit, 25, 60},
-    {"topUpHours", &Settings::topUpHours, 0, 48},
-    {"historyDays", &Settings::historyDays, 1, 3650},
-};
-
-struct BooleanKey {
-    std::string_view key;
-    bool Settings::*field;
-};
-constexpr BooleanKey booleanKeys[] = {
-    {"enabled", &Settings::enabled},     {"discharge", &Settings::discharge}, {"led", &Settings::led},
-    {"thermal", &Settings::thermal},     {"topUp", &Settings::topUp},         {"history", &Settings::history},
-    {"calibrate", &Settings::calibrate},
-};
-
-constexpr std::string_view blinkKey = "blinkSeconds";
-constexpr double blinkLow = 0.5;
-constexpr double blinkHigh = 5.0;
-constexpr std::string_view resetProtectedKey = "resetProtected";
 
 std::optional<bool> parseBoolean(std::string_view text) {
     if (text == "true" || text == "on" || text == "yes" || text == "1") return true;
@@ -70,14 +41,14 @@ std::string knownKeys() {
 
 // One assignment; an error text when it cannot be made.
 std::optional<std::string> assign(SettingsChange& change, std::string_view key, std::string_view value) {
-    for (const auto& [name, field] : booleanKeys) {
+    for (const auto& [name, field] : booleanSettings) {
         if (name != key) continue;
         const auto parsed = parseBoolean(value);
         if (!parsed) return badValue(key, value, "true or false");
         change.settings.*field = *parsed;
         return std::nullopt;
     }
-    for (const auto& [name, field, low, high] : integerKeys) {
+    for (const auto& [name, field, low, high] : integerSettings) {
         if (name != key) continue;
         const auto parsed = parseWhole<long long>(value);
         if (!parsed || *parsed < low || *parsed > high) {
@@ -87,9 +58,9 @@ std::optional<std::string> assign(SettingsChange& change, std::string_view key, 
         change.settings.*field = static_cast<int>(*parsed);
         return std::nullopt;
     }
-    if (key == blinkKey) {
+    if (key == blinkSecondsKey) {
         const auto parsed = parseWhole<double>(value);
-        if (!parsed || *parsed < blinkLow || *parsed > blinkHigh) {
+        if (!parsed || *parsed < blinkSecondsLow || *parsed > blinkSecondsHigh) {
             return badValue(key, value, "seconds from 0.5 to 5");
         }
         change.settings.blinkSeconds = *parsed;

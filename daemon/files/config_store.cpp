@@ -6,34 +6,10 @@
 #include <cerrno>
 #include <cmath>
 
+#include "service/settings_rules.h"
+
 namespace torvel::daemon {
 namespace {
-
-struct IntegerRange {
-    std::string_view key;
-    int Settings::*field;
-    int low;
-    int high;
-};
-
-constexpr IntegerRange integerKeys[] = {
-    {"limit", &Settings::limit, 20, 100},
-    {"hysteresis", &Settings::hysteresis, 1, 40},
-    {"thermalLimit", &Settings::thermalLimit, 25, 60},
-    {"topUpHours", &Settings::topUpHours, 0, 48},
-    {"historyDays", &Settings::historyDays, 1, 3650},
-};
-
-struct BooleanKey {
-    std::string_view key;
-    bool Settings::*field;
-};
-
-constexpr BooleanKey booleanKeys[] = {
-    {"enabled", &Settings::enabled},     {"discharge", &Settings::discharge}, {"led", &Settings::led},
-    {"thermal", &Settings::thermal},     {"topUp", &Settings::topUp},         {"history", &Settings::history},
-    {"calibrate", &Settings::calibrate},
-};
 
 std::string mustBe(std::string_view key, std::string_view what) {
     return "The setting " + std::string(key) + " must be " + std::string(what) + ".";
@@ -47,13 +23,13 @@ std::variant<AcceptedSettings, std::string> validateSettings(std::string_view me
     if (!object) return std::string("The settings are not a JSON object.");
     AcceptedSettings accepted{current, false};
 
-    for (const auto& [key, field] : booleanKeys) {
+    for (const auto& [key, field] : booleanSettings) {
         const json::Value* value = json::member(*object, key);
         if (value == nullptr) continue;
         if (!value->is_boolean()) return mustBe(key, "true or false");
         accepted.settings.*field = value->get<bool>();
     }
-    for (const auto& [key, field, low, high] : integerKeys) {
+    for (const auto& [key, field, low, high] : integerSettings) {
         const json::Value* value = json::member(*object, key);
         if (value == nullptr) continue;
         const auto number = json::asInteger(*value);
@@ -62,13 +38,15 @@ std::variant<AcceptedSettings, std::string> validateSettings(std::string_view me
         }
         accepted.settings.*field = static_cast<int>(*number);
     }
-    if (const json::Value* value = json::member(*object, "blinkSeconds")) {
+    if (const json::Value* value = json::member(*object, blinkSecondsKey)) {
         const auto number = json::asNumber(*value);
-        if (!number || *number < 0.5 || *number > 5) return mustBe("blinkSeconds", "a number from 0.5 to 5");
+        if (!number || *number < blinkSecondsLow || *number > blinkSecondsHigh) {
+            return mustBe(blinkSecondsKey, "a number from 0.5 to 5");
+        }
         accepted.settings.blinkSeconds = *number;
     }
-    if (const json::Value* value = json::member(*object, "resetProtected")) {
-        if (!value->is_boolean()) return mustBe("resetProtected", "true or false");
+    if (const json::Value* value = json::member(*object, resetProtectedKey)) {
+        if (!value->is_boolean()) return mustBe(resetProtectedKey, "true or false");
         accepted.resetProtected = value->get<bool>();
     }
     return accepted;
