@@ -27,12 +27,7 @@ std::variant<CheckupRequest, std::string> parseRequest(const std::vector<std::st
 
     CheckupRequest request;
     request.json = options.has("--json");
-    request.now = wallClock();
-    if (auto now = options.value("--now")) {
-        const auto seconds = parseNumber(*now);
-        if (!seconds) return badValue("--now", *now, "seconds since 1970");
-        request.now = *seconds;
-    }
+    if (auto error = parseNow(options, request.now)) return *error;
     if (auto error = parseServiceInstalled(options.value("--service-installed"), request.serviceInstalled)) {
         return *error;
     }

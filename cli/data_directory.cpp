@@ -55,6 +55,16 @@ std::optional<std::string> parseServiceInstalled(const std::optional<std::string
     return std::nullopt;
 }
 
+std::optional<std::string> parseNow(const Options& options, double& now) {
+    now = wallClock();
+    const auto text = options.value("--now");
+    if (!text) return std::nullopt;
+    const auto seconds = parseNumber(*text);
+    if (!seconds) return badValue("--now", *text, "seconds since 1970");
+    now = *seconds;
+    return std::nullopt;
+}
+
 double wallClock() {
     return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
 }

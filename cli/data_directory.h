@@ -4,6 +4,7 @@
 #include <string>
 
 #include "common/paths.h"
+#include "options.h"
 #include "service/charge_settings.h"
 
 namespace torvel::cli {
@@ -29,5 +30,8 @@ std::optional<std::string> parseServiceInstalled(const std::optional<std::string
 
 // The wall clock in seconds since 1970, for commands whose --now was not given.
 double wallClock();
+
+// Reads "--now EPOCH" (absent: the wall clock); an error text for a value that is not seconds since 1970.
+std::optional<std::string> parseNow(const Options& options, double& now);
 
 }  // namespace torvel::cli

@@ -61,12 +61,10 @@ std::variant<JournalRequest, std::string> parseRequest(const std::vector<std::st
     JournalRequest request;
     request.json = options.has("--json");
     if (options.has("--day") && options.has("--range")) return "--day and --range exclude each other";
-    request.now = wallClock();
-    if (auto now = options.value("--now")) {
-        const auto seconds = parseNumber(*now);
-        if (!seconds || !Dates::startOfLocalDay(*seconds))
-            return badValue("--now", *now, "seconds since 1970");
-        request.now = *seconds;
+    if (auto error = parseNow(options, request.now)) return *error;
+    // A time the calendar cannot place (far outside any date) has no day to show.
+    if (!Dates::startOfLocalDay(request.now)) {
+        return badValue("--now", options.value("--now").value_or(""), "seconds since 1970");
     }
     if (auto day = options.value("--day")) {
         request.day = Dates::parseIsoDay(*day);

@@ -32,12 +32,7 @@ std::variant<StatusRequest, std::string> parseRequest(const std::vector<std::str
 
     StatusRequest request;
     request.json = options.has("--json");
-    request.now = wallClock();
-    if (auto now = options.value("--now")) {
-        const auto seconds = parseNumber(*now);
-        if (!seconds) return badValue("--now", *now, "seconds since 1970");
-        request.now = *seconds;
-    }
+    if (auto error = parseNow(options, request.now)) return *error;
     if (auto charge = options.value("--charge")) {
         request.charge = parseInteger(*charge);
         if (!request.charge || *request.charge < 0 || *request.charge > 100) {

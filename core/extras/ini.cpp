@@ -3,15 +3,10 @@
 #include <algorithm>
 #include <cctype>
 
+#include "common/text.h"
+
 namespace torvel {
 namespace {
-
-std::string_view trimmed(std::string_view text) {
-    const auto isSpace = [](char c) { return std::isspace(static_cast<unsigned char>(c)) != 0; };
-    while (!text.empty() && isSpace(text.front())) text.remove_prefix(1);
-    while (!text.empty() && isSpace(text.back())) text.remove_suffix(1);
-    return text;
-}
 
 std::string lowered(std::string_view text) {
     std::string out(text);

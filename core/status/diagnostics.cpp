@@ -3,18 +3,12 @@
 #include <cctype>
 
 #include "battery/probe.h"
+#include "common/text.h"
 #include "extras/ini.h"
 #include "service/log_tail.h"
 
 namespace torvel {
 namespace {
-
-std::string_view trimmed(std::string_view text) {
-    const auto isSpace = [](char c) { return std::isspace(static_cast<unsigned char>(c)) != 0; };
-    while (!text.empty() && isSpace(text.front())) text.remove_prefix(1);
-    while (!text.empty() && isSpace(text.back())) text.remove_suffix(1);
-    return text;
-}
 
 // The same three notes as the log tail, so the report reads alike wherever a file is missing.
 std::string unreadableNote(const std::error_code& error, std::string_view missing) {
