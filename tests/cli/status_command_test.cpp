@@ -8,31 +8,13 @@
 
 #include "commands.h"
 #include "common/json.h"
+#include "run_torvelctl.h"
 
 namespace torvel::cli {
 namespace {
 
-struct Outcome {
-    int status;
-    std::string out;
-    std::string err;
-};
-
-std::string drain(std::FILE* file) {
-    std::rewind(file);
-    std::string text;
-    char buffer[4096];
-    while (const std::size_t n = std::fread(buffer, 1, sizeof buffer, file)) text.append(buffer, n);
-    std::fclose(file);
-    return text;
-}
-
-Outcome torvelctl(const std::vector<std::string>& args) {
-    std::FILE* out = std::tmpfile();
-    std::FILE* err = std::tmpfile();
-    const int status = run(args, out, err);
-    return {status, drain(out), drain(err)};
-}
+using testing::Outcome;
+using testing::torvelctl;
 
 class StatusCommand : public ::testing::Test {
   protected:
