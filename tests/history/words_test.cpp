@@ -3,30 +3,17 @@
 #include <gtest/gtest.h>
 
 #include "common/fmt.h"
+#include "history_support.h"
 
 namespace torvel {
 namespace {
 
-using Report = HistoryAnalysis::DayReport;
 using Range = HistoryModel::Range;
-
-constexpr Instant march7 = 1741302000;  // Friday, local midnight in Europe/Paris
-
-Report report(std::size_t sampleCount, std::int64_t atFull = 0, std::optional<double> peak = {},
-              std::int64_t capped = 0, int thermalLimit = 40) {
-    std::vector<HistorySample> samples;
-    for (std::size_t i = 0; i < sampleCount; ++i)
-        samples.push_back({march7 + static_cast<double>(i) * 60, 50, "allow", false, {}});
-    Report r = HistoryAnalysis::report(std::move(samples), march7, thermalLimit);
-    r.stress.atFullMinutes = atFull;
-    r.maxTemp = peak;
-    r.cappedMinutes = capped;
-    return r;
-}
+using testing::march7;
+using testing::report;
 
 // Restores the display locale whatever a test sets.
-class LocaleScope {
-  public:
+struct LocaleScope {
     explicit LocaleScope(const char* id) { Fmt::useLocale(id); }
     ~LocaleScope() { Fmt::useLocale("en"); }
 };
@@ -40,13 +27,7 @@ TEST(DayWords, ProtectedTotalInHoursThenDays) {
 }
 
 TEST(DayWords, NarrativeSentences) {
-    struct Case {
-        const char* locale;
-        Report report;
-        std::optional<double> protectedSeconds;
-        const char* expected;
-    };
-    const Case cases[] = {
+    const std::tuple<const char*, HistoryAnalysis::DayReport, std::optional<double>, const char*> cases[] = {
         {"en", report(1), 3599, "Friday, March 7. Waiting for readings."},
         {"en", report(0), std::nullopt, "Friday, March 7. Waiting for readings."},
         {"en", report(1), 3600,
@@ -65,40 +46,29 @@ TEST(DayWords, NarrativeSentences) {
          "battery for 2h 0 min."},
         {"ja", report(2, 60, 31.0), std::nullopt, "3月7日金曜日。1h at 100%, peak at 31.0 °C."},
     };
-    for (const auto& c : cases) {
-        LocaleScope scope(c.locale);
-        EXPECT_EQ(DayWords::narrative(c.report, march7 + 3600, c.protectedSeconds), c.expected);
+    for (const auto& [locale, r, protectedSeconds, expected] : cases) {
+        LocaleScope scope(locale);
+        EXPECT_EQ(DayWords::narrative(r, march7 + 3600, protectedSeconds), expected);
     }
 }
 
 TEST(RangeWords, MonthWordingOnlyForAMonth) {
-    struct Case {
-        Report report;
-        const char* day;
-        const char* week;
-        const char* month;
+    const std::tuple<HistoryAnalysis::DayReport, const char*, const char*> cases[] = {
+        {report(1, 500, 50.0), "Not enough readings yet", "Not enough readings yet"},
+        {report(2, 30, 50.0), "A week too often at full charge", "A month too often at full charge"},
+        {report(2, 29, 40.0), "A hot week for the battery", "A hot month for the battery"},
+        {report(2, 29, 39.9), "A calm week for the battery", "A calm month for the battery"},
+        {report(2), "A calm week for the battery", "A calm month for the battery"},
     };
-    const Case cases[] = {
-        {report(1, 500, 50.0), "Not enough readings yet", "Not enough readings yet",
-         "Not enough readings yet"},
-        {report(2, 30, 50.0), "A week too often at full charge", "A week too often at full charge",
-         "A month too often at full charge"},
-        {report(2, 29, 40.0), "A hot week for the battery", "A hot week for the battery",
-         "A hot month for the battery"},
-        {report(2, 29, 39.9), "A calm week for the battery", "A calm week for the battery",
-         "A calm month for the battery"},
-        {report(2), "A calm week for the battery", "A calm week for the battery",
-         "A calm month for the battery"},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(RangeWords::headline(c.report, Range::day), c.day);
-        EXPECT_EQ(RangeWords::headline(c.report, Range::week), c.week);
-        EXPECT_EQ(RangeWords::headline(c.report, Range::month), c.month);
+    for (const auto& [r, week, month] : cases) {
+        EXPECT_EQ(RangeWords::headline(r, Range::day), week) << "a day is worded as a week";
+        EXPECT_EQ(RangeWords::headline(r, Range::week), week);
+        EXPECT_EQ(RangeWords::headline(r, Range::month), month);
     }
 }
 
 TEST(JournalCaption, FullChargeAndPeakJoinedByAMiddleDot) {
-    const std::pair<Report, const char*> cases[] = {
+    const std::pair<HistoryAnalysis::DayReport, const char*> cases[] = {
         {report(1, 60, 36.0), "Waiting for readings"},
         {report(2), "0 min at 100%"},
         {report(2, 120, 35.96), "2h at 100% · peak 36.0 °C"},
@@ -108,12 +78,10 @@ TEST(JournalCaption, FullChargeAndPeakJoinedByAMiddleDot) {
 }
 
 TEST(HistoryModelDayTitle, LocalisedTemplateWithACapital) {
-    const std::pair<const char*, const char*> cases[] = {
-        {"en", "Friday, March 7"},
-        {"fr", "Vendredi 7 mars"},
-        {"de", "Freitag, 7. März"},
-        {"ja", "3月7日金曜日"},
-    };
+    const std::pair<const char*, const char*> cases[] = {{"en", "Friday, March 7"},
+                                                         {"fr", "Vendredi 7 mars"},
+                                                         {"de", "Freitag, 7. März"},
+                                                         {"ja", "3月7日金曜日"}};
     for (const auto& [locale, title] : cases) {
         LocaleScope scope(locale);
         EXPECT_EQ(HistoryModel::dayTitle(march7 + 86'399), title) << locale;

@@ -1,114 +1,84 @@
 #include <gtest/gtest.h>
 
-#include <fstream>
-
 #include "qt_support.h"
 #include "service/charge_settings_model.h"
 #include "service/systemd_units.h"
-#include "settings_rig.h"
 
 namespace torvel::app {
 namespace {
 
-namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using testing::Rig;
-using Status = ServiceRegistration::Status;
+using testing::Status;
 
-TEST(ChargeSettings, PollsQuicklyOnlyWhileAViewWatches) {
+TEST(ChargeSettings, PollsQuicklyAndAsksTheServiceManagerEachTimeOnlyWhileAViewWatches) {
     Rig rig;
     ChargeSettings& settings = rig.make();
+    const int afterStart = rig.fake.statusCalls;
     EXPECT_EQ(settings.pollInterval(), 30'000ms);
-    settings.watchLive();
-    settings.watchLive();
-    EXPECT_EQ(settings.pollInterval(), 1'500ms);
-    settings.unwatchLive();
-    EXPECT_EQ(settings.pollInterval(), 1'500ms) << "one view still watches";
-    settings.unwatchLive();
-    EXPECT_EQ(settings.pollInterval(), 30'000ms);
-}
-
-TEST(ChargeSettings, AsksTheServiceManagerAtMostEveryTenSecondsUnlessWatched) {
-    Rig rig;
-    ChargeSettings& settings = rig.make();
-    const int afterStart = rig.units.statusCalls;
-
     rig.now += 9.9;
     settings.refreshStatus();
-    EXPECT_EQ(rig.units.statusCalls, afterStart);
+    EXPECT_EQ(rig.fake.statusCalls, afterStart) << "unwatched: at most every ten seconds";
     rig.now += 0.1;
     settings.refreshStatus();
-    EXPECT_EQ(rig.units.statusCalls, afterStart + 1);
+    EXPECT_EQ(rig.fake.statusCalls, afterStart + 1);
 
     settings.watchLive();
+    settings.watchLive();
+    settings.unwatchLive();
+    EXPECT_EQ(settings.pollInterval(), 1'500ms) << "one view still watches";
     rig.now += 1.5;
     settings.refreshStatus();
-    rig.now += 1.5;
-    settings.refreshStatus();
-    EXPECT_EQ(rig.units.statusCalls, afterStart + 3);
+    EXPECT_EQ(rig.fake.statusCalls, afterStart + 2);
+    settings.unwatchLive();
+    settings.unwatchLive();
+    EXPECT_EQ(settings.liveWatchers(), 0) << "an extra unwatch must not leave the count below zero";
+    EXPECT_EQ(settings.pollInterval(), 30'000ms);
 }
 
 TEST(ChargeSettings, EachRefreshTellsTheNotifierWhetherTheLimitWorks) {
-    struct Case {
-        const char* name;
-        std::string fields;
-        double age;
-        QVariant expected;
+    const std::tuple<std::string, double, QVariant> cases[] = {
+        {R"("state":"hold","gateVerified":true)", 0, QVariant(true)},
+        {R"("state":"hold","gateVerified":false)", 0, QVariant(false)},
+        {R"("state":"hold")", 0, QVariant()},
+        {R"("state":"hold","gateVerified":false)", 61, QVariant()},  // a stale file is not believed
     };
-    const Case cases[] = {
-        {"verified", R"("state":"hold","gateVerified":true)", 0, QVariant(true)},
-        {"failing", R"("state":"hold","gateVerified":false)", 0, QVariant(false)},
-        {"not yet known", R"("state":"hold")", 0, QVariant()},
-        {"stale file is not believed", R"("state":"hold","gateVerified":false)", 61, QVariant()},
-    };
-    for (const Case& c : cases) {
-        Rig rig;
-        rig.units.state = Status::enabled;
+    for (const auto& [fields, age, verified] : cases) {
+        Rig rig(Status::enabled);
         ChargeSettings& settings = rig.make();
         std::vector<std::pair<QVariant, bool>> refreshed;
-        QObject::connect(
-            &settings, &ChargeSettings::statusRefreshed,
-            [&](const QVariant& verified, bool locked) { refreshed.emplace_back(verified, locked); });
-        rig.writeStatus(c.fields, c.age);
+        QObject::connect(&settings, &ChargeSettings::statusRefreshed,
+                         [&](const QVariant& gate, bool locked) { refreshed.emplace_back(gate, locked); });
+        rig.writeStatus(fields, age);
         settings.refreshStatus();
-        ASSERT_EQ(refreshed.size(), 1u) << c.name;
-        EXPECT_EQ(refreshed[0].first, c.expected) << c.name;
-        EXPECT_FALSE(refreshed[0].second) << c.name << ": the system is not locked";
+        EXPECT_EQ(refreshed, (std::vector<std::pair<QVariant, bool>>{{verified, false}})) << fields;
     }
 }
 
 TEST(ChargeSettings, SavesReachTheServiceInOrderAndOnlyTheNewestAnswerSpeaks) {
-    struct Case {
-        const char* name;
-        ServiceCalls::Result first;
-        ServiceCalls::Result second;
-        QString writeError;
+    const std::string refused = "The charge service refused the change.";
+    const std::string stopped = "The charge service stopped responding.";
+    const std::tuple<ServiceCalls::Result, ServiceCalls::Result, std::string> cases[] = {
+        {std::nullopt, std::nullopt, ""},
+        {refused, std::nullopt, ""},  // overtaken by a newer save
+        {std::nullopt, stopped, stopped},
     };
-    const Case cases[] = {
-        {"both fine", std::nullopt, std::nullopt, {}},
-        {"overtaken failure is dropped", "The charge service refused the change.", std::nullopt, {}},
-        {"newest failure stands", std::nullopt, "The charge service stopped responding.",
-         QStringLiteral("The charge service stopped responding.")},
-    };
-    for (const Case& c : cases) {
-        Rig rig;
-        rig.units.state = Status::enabled;
+    for (const auto& [first, second, writeError] : cases) {
+        Rig rig(Status::enabled);
         ChargeSettings& settings = rig.make();
-        settings.setLimit(70);
-        settings.save();
-        settings.setLimit(75);
-        settings.save();
-        ASSERT_EQ(rig.calls.applies.size(), 1u) << c.name << ": the second save waits for the first";
+        for (const int limit : {70, 75}) {
+            settings.setLimit(limit);
+            settings.save();
+        }
+        ASSERT_EQ(rig.fake.applies.size(), 1u) << "the second save waits for the first";
         EXPECT_EQ(settings.savesPending(), 2u);
-
-        rig.calls.applies[0].done(c.first);
-        ASSERT_EQ(rig.calls.applies.size(), 2u) << c.name;
-        EXPECT_EQ(rig.calls.applies[0].settings.limit, 70);
-        EXPECT_EQ(rig.calls.applies[1].settings.limit, 75);
-        EXPECT_EQ(settings.writeError(), QString()) << c.name;
-
-        rig.calls.applies[1].done(c.second);
-        EXPECT_EQ(settings.writeError(), c.writeError) << c.name;
+        rig.fake.applies[0].done(first);
+        ASSERT_EQ(rig.fake.applies.size(), 2u);
+        EXPECT_EQ(rig.fake.applies[0].settings.limit, 70);
+        EXPECT_EQ(rig.fake.applies[1].settings.limit, 75);
+        EXPECT_EQ(settings.writeError(), QString());
+        rig.fake.applies[1].done(second);
+        EXPECT_EQ(settings.writeError().toStdString(), writeError);
         EXPECT_EQ(settings.savesPending(), 0u);
     }
 }
@@ -118,182 +88,126 @@ TEST(ChargeSettings, SettingsSavedBeforeInstallationAreSentOnceTheServiceAppears
     ChargeSettings& settings = rig.make();
     settings.setLimit(65);
     settings.save();
-    rig.calls.applies[0].done(std::string("The charge service isn’t reachable."));
+    rig.fake.applies[0].done(std::string("The charge service isn’t reachable."));
     EXPECT_EQ(settings.writeError(), QString()) << "not installed: nothing to report yet";
     EXPECT_TRUE(settings.settingsAwaitingService());
     EXPECT_FALSE(settings.canReachService());
 
-    rig.units.state = Status::enabled;
+    rig.fake.state = Status::enabled;
     settings.syncService();
-    ASSERT_EQ(rig.calls.applies.size(), 2u);
-    EXPECT_EQ(rig.calls.applies[1].settings.limit, 65);
+    settings.syncService();
+    ASSERT_EQ(rig.fake.applies.size(), 2u) << "sent once";
+    EXPECT_EQ(rig.fake.applies[1].settings.limit, 65);
     EXPECT_FALSE(settings.settingsAwaitingService());
-    settings.syncService();
-    EXPECT_EQ(rig.calls.applies.size(), 2u) << "sent once";
 }
 
 TEST(ChargeSettings, ACalibrateTapHoldsUntilTheServiceHasHadTimeToSeeIt) {
-    Rig rig;
-    rig.units.state = Status::enabled;
+    Rig rig(Status::enabled);
     ChargeSettings& settings = rig.make();
     settings.setCalibrate(true);
-    rig.now += 7;
-    rig.writeStatus(R"("state":"hold","cal":{"phase":"idle"})");
-    settings.refreshStatus();
-    EXPECT_TRUE(settings.value().settings.calibrate);
-    rig.now += 2;
-    rig.writeStatus(R"("state":"hold","cal":{"phase":"idle"})");
-    settings.refreshStatus();
-    EXPECT_FALSE(settings.value().settings.calibrate);
+    for (const auto& [wait, calibrating] : {std::pair{7.0, true}, std::pair{2.0, false}}) {
+        rig.now += wait;
+        rig.writeStatus(R"("state":"hold","cal":{"phase":"idle"})");
+        settings.refreshStatus();
+        EXPECT_EQ(settings.value().settings.calibrate, calibrating) << rig.now;
+    }
 }
 
-TEST(ChargeSettings, AServiceOfAnotherCopyIsTakenBackOnceAndOnlyFromAnInstalledCopy) {
+TEST(ChargeSettings, AServiceOfAnotherCopyOrVersionIsRepairedOnlyOnce) {
+    const std::string otherCopy = R"("daemonPath":"/opt/old/torvel-daemon","daemonVersion":"0.1.0")";
+    const std::string oldVersion =
+        R"("daemonPath":"/usr/libexec/torvel/torvel-daemon","daemonVersion":"0.0.9")";
     struct Case {
-        const char* name;
+        std::string daemon;
         bool installedCopy;
-        std::vector<std::string> log;
-        QString state;
+        ServiceCalls::Result restart;
+        std::string log;
+        const char* state;
     };
     const Case cases[] = {
-        {"installed copy re-points once",
-         true,
-         {"disable", "enable"},
-         QStringLiteral("elsewhereInApplications")},
-        {"copy elsewhere never does", false, {}, QStringLiteral("elsewhere")},
+        {otherCopy, true, std::nullopt, "disable;enable;", "elsewhereInApplications"},
+        {otherCopy, false, std::nullopt, "", "elsewhere"},  // only an installed copy takes the service back
+        {oldVersion, true, std::nullopt, "restart;", "outdated"},
+        {oldVersion, true, "The charge service didn’t restart.", "restart;disable;enable;", "outdated"},
     };
     for (const Case& c : cases) {
-        Rig rig;
-        rig.units.state = Status::enabled;
+        Rig rig(Status::enabled);
         rig.installation.ownCopyInApplications = c.installedCopy;
-        rig.writeStatus(R"("state":"hold","daemonPath":"/opt/old/torvel-daemon","daemonVersion":"0.1.0")");
+        rig.fake.restartResult = c.restart;
+        rig.writeStatus(R"("state":"hold",)" + c.daemon);
         ChargeSettings& settings = rig.make();
         settings.watchLive();
         for (int tick = 0; tick < 3; ++tick) {
             rig.now += 1.5;
-            rig.writeStatus(
-                R"("state":"hold","daemonPath":"/opt/old/torvel-daemon","daemonVersion":"0.1.0")");
+            rig.writeStatus(R"("state":"hold",)" + c.daemon);
             settings.refreshStatus();
         }
-        EXPECT_EQ(rig.units.log, c.log) << c.name;
-        EXPECT_EQ(settings.serviceStateName(), c.state) << c.name << ": the path still differs afterwards";
-    }
-}
-
-TEST(ChargeSettings, AnOutdatedServiceIsRestartedOnceAndRegisteredAfreshWhenTheRestartFails) {
-    struct Case {
-        const char* name;
-        ServiceCalls::Result restart;
-        std::vector<std::string> log;
-    };
-    const Case cases[] = {
-        {"restart works", std::nullopt, {}},
-        {"restart fails", std::string("The charge service didn’t restart."), {"disable", "enable"}},
-    };
-    for (const Case& c : cases) {
-        Rig rig;
-        rig.units.state = Status::enabled;
-        rig.calls.restartResult = c.restart;
-        rig.writeStatus(
-            R"("state":"hold","daemonPath":"/usr/libexec/torvel/torvel-daemon","daemonVersion":"0.0.9")");
-        ChargeSettings& settings = rig.make();
-        settings.watchLive();
-        settings.refreshStatus();
-        settings.refreshStatus();
-        EXPECT_EQ(rig.calls.restarts, 1) << c.name;
-        EXPECT_EQ(rig.units.log, c.log) << c.name;
-        EXPECT_EQ(settings.serviceStateName(), QStringLiteral("outdated")) << c.name;
+        EXPECT_EQ(rig.fake.log, c.log) << c.state;
+        EXPECT_EQ(settings.serviceStateName(), QString(c.state)) << "the service still differs afterwards";
     }
 }
 
 TEST(ChargeSettings, MigrationFromTheHandInstalledServiceEndsByItsPromptAnswer) {
-    struct Case {
-        const char* name;
-        int exitCode;
-        bool needsMigration;
-        bool fallback;
-        std::vector<std::string> log;
-    };
-    const Case cases[] = {
-        {"removed and reinstalled", 0, false, false, {"enable"}},
-        {"prompt dismissed", 126, true, false, {}},
-        {"script failed", 1, true, true, {}},
-    };
-    for (const Case& c : cases) {
+    // pkexec's exit code, then whether the old service is still to migrate, the fallback shows, the log.
+    const std::tuple<int, bool, bool, std::string> cases[] = {
+        {0, false, false, "enable;"}, {126, true, false, ""}, {127, true, true, ""}, {1, true, true, ""}};
+    for (const auto& [exitCode, needsMigration, fallback, log] : cases) {
         Rig rig;
         std::ofstream(rig.legacyUnit()) << "[Service]\n";
-        rig.elevateExit = c.exitCode;
+        rig.elevateExit = exitCode;
         ChargeSettings& settings = rig.make(rig.root.path() / "uninstall-service");
-        ASSERT_TRUE(settings.serviceNeedsMigration()) << c.name;
+        ASSERT_TRUE(settings.serviceNeedsMigration());
         EXPECT_EQ(rig.service->migrationCommand(),
                   "sudo bash \"" + (rig.root.path() / "uninstall-service").string() + "\" --keep-data");
+        rig.service->install();
+        settings.syncService();
+        EXPECT_EQ(rig.fake.log, "") << "no install over the hand-installed service";
+        EXPECT_EQ(settings.serviceError().toStdString(), legacyServicePresentText());
+        EXPECT_EQ(settings.serviceStateName(), QStringLiteral("needsMigration"));
 
         settings.migrateLegacyService();
-        EXPECT_FALSE(settings.migrating()) << c.name;
-        EXPECT_EQ(settings.serviceNeedsMigration(), c.needsMigration) << c.name;
-        EXPECT_EQ(settings.migrationFallback(), c.fallback) << c.name;
-        EXPECT_EQ(rig.units.log, c.log) << c.name;
+        EXPECT_FALSE(settings.migrating()) << exitCode;
+        EXPECT_EQ(std::pair(settings.serviceNeedsMigration(), settings.migrationFallback()),
+                  std::pair(needsMigration, fallback))
+            << exitCode;
+        EXPECT_EQ(rig.fake.log, log) << exitCode;
     }
 }
 
-TEST(ChargeSettings, InstallIsRefusedWhileTheHandInstalledServiceIsThere) {
-    Rig rig;
-    std::ofstream(rig.legacyUnit()) << "[Service]\n";
-    ChargeSettings& settings = rig.make();
-    rig.service->install();
-    settings.syncService();
-    EXPECT_TRUE(rig.units.log.empty());
-    EXPECT_EQ(settings.serviceError().toStdString(), legacyServicePresentText());
-    EXPECT_EQ(settings.serviceStateName(), QStringLiteral("needsMigration"));
-}
-
 TEST(ChargeSettings, RemovalReleasesChargingWithoutWaitingLongThenUnregisters) {
-    Rig rig;
-    rig.units.state = Status::enabled;
+    Rig rig(Status::enabled);
     ChargeSettings& settings = rig.make();
     bool done = false;
     settings.removeService([&] { done = true; });
     EXPECT_TRUE(done);
-    ASSERT_EQ(rig.calls.releases.size(), 1u);
-    EXPECT_EQ(rig.calls.releases[0], 3000ms);
-    EXPECT_EQ(rig.units.log, std::vector<std::string>{"disable"});
+    EXPECT_EQ(rig.fake.log, "release 3000;disable;");
     EXPECT_EQ(settings.serviceStateName(), QStringLiteral("notInstalled"));
 
-    rig.units.state = Status::enabled;
+    rig.fake.state = Status::enabled;
     settings.syncService();
     settings.removeEverything();
-    EXPECT_EQ(rig.calls.purges, 1);
+    EXPECT_EQ(rig.fake.log, "release 3000;disable;purge;disable;");
     EXPECT_FALSE(settings.daemonInstalled());
 }
 
 TEST(SystemdUnits, UnitFileStatesAndErrorsInTheRegistrationsTerms) {
-    EXPECT_EQ(SystemdUnits::statusFromUnitFileState("enabled"), Status::enabled);
-    EXPECT_EQ(SystemdUnits::statusFromUnitFileState("enabled-runtime"), Status::enabled);
-    EXPECT_EQ(SystemdUnits::statusFromUnitFileState("disabled"), Status::notRegistered);
-    EXPECT_EQ(SystemdUnits::statusFromUnitFileState("masked"), Status::notRegistered);
+    const std::pair<const char*, Status> states[] = {{"enabled", Status::enabled},
+                                                     {"enabled-runtime", Status::enabled},
+                                                     {"disabled", Status::notRegistered},
+                                                     {"masked", Status::notRegistered}};
+    for (const auto& [state, status] : states)
+        EXPECT_EQ(SystemdUnits::statusFromUnitFileState(state), status);
 
-    struct Case {
-        const char* errorName;
-        const char* message;
-        std::string text;
-    };
-    const Case cases[] = {
+    const std::tuple<const char*, const char*, std::string> errors[] = {
         {"org.freedesktop.systemd1.NoSuchUnit", "Unit torvel-daemon.service not found.",
          "Part of Torvel is missing. Download it again and try once more."},
         {"org.freedesktop.DBus.Error.AccessDenied", "Access denied", "Access denied"},
         {"org.freedesktop.DBus.Error.NoReply", "", "org.freedesktop.DBus.Error.NoReply"},
     };
-    for (const Case& c : cases) {
-        const RegistrationError error = SystemdUnits::errorFrom(c.errorName, c.message);
-        EXPECT_EQ(explainRegistrationError(error.code, error.description), c.text) << c.errorName;
+    for (const auto& [name, message, text] : errors) {
+        const RegistrationError error = SystemdUnits::errorFrom(name, message);
+        EXPECT_EQ(explainRegistrationError(error.code, error.description), text) << name;
     }
-}
-
-TEST(ChargeService, PkexecExitCodesBecomeTheMigrationsThreeOutcomes) {
-    using R = ChargeService::LegacyRemoval;
-    EXPECT_EQ(ChargeService::legacyRemovalFromExitCode(0), R::removed);
-    EXPECT_EQ(ChargeService::legacyRemovalFromExitCode(126), R::cancelled);
-    EXPECT_EQ(ChargeService::legacyRemovalFromExitCode(127), R::failed);
-    EXPECT_EQ(ChargeService::legacyRemovalFromExitCode(1), R::failed);
 }
 
 }  // namespace

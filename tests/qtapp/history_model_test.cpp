@@ -3,9 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <QThread>
-#include <fstream>
 
-#include "common/dates.h"
 #include "history/sample.h"
 #include "history/store.h"
 #include "qt_support.h"
@@ -13,88 +11,68 @@
 namespace torvel::app {
 namespace {
 
-namespace fs = std::filesystem;
 using testing::qtApp;
-using testing::spinUntil;
 
 // Mid-afternoon, so a day's worth of readings crosses midnight into yesterday's file.
 constexpr double now = 1'763'900'000;
 
-// A journal with a reading every ten minutes over the last `hours` hours.
-void writeJournal(const fs::path& dir, double hours) {
-    fs::create_directories(dir);
-    for (double t = now - hours * 3600; t <= now + 0.5; t += 600) {
-        const HistorySample sample{.date = t, .pct = 80, .state = "hold", .plugged = true, .temp = 31.0};
-        std::ofstream(dir / *HistoryStore::dayFileName(t), std::ios::app)
-            << JournalLine::encode(sample) << '\n';
-    }
-}
-
+// A model over a journal with a reading every ten minutes over the last `hours` hours.
 struct Journal {
     testing::TempDir dir;
-    std::vector<QString> notices;
     std::unique_ptr<HistoryModel> model;
+    std::vector<QString> notices;
+    int todayChanges = 0;
+    int rangeReloads = 0;
 
     explicit Journal(double hours) {
         qtApp();
-        writeJournal(dir.path(), hours);
+        for (double t = now - hours * 3600; t <= now + 0.5; t += 600) {
+            std::ofstream(dir.path() / *HistoryStore::dayFileName(t), std::ios::app)
+                << JournalLine::encode({t, 80, "hold", true, 31.0}) << '\n';
+        }
         model = std::make_unique<HistoryModel>(dir.path(), [] { return now; });
         QObject::connect(model.get(), &HistoryModel::journalReady,
                          [this](const QString& summary) { notices.push_back(summary); });
+        QObject::connect(model.get(), &HistoryModel::todayChanged, [this] {
+            EXPECT_EQ(QThread::currentThread(), qtApp().thread());
+            ++todayChanges;
+        });
+        QObject::connect(model.get(), &HistoryModel::rangeReloaded, [this] { ++rangeReloads; });
     }
     bool settle() {
-        return spinUntil([this] { return model->reloadsInFlight() == 0; });
+        return testing::spinUntil([this] { return model->reloadsInFlight() == 0; });
     }
 };
 
 TEST(HistoryModel, TheJournalIsAnnouncedOnlyOnceADayOfReadingsIsIn) {
-    struct Case {
-        double hours;
-        bool announced;
-    };
-    for (const Case c : {Case{0, false}, Case{22.8, false}, Case{23.0, true}, Case{26, true}}) {
-        Journal journal(c.hours);
+    for (const auto& [hours, announced] :
+         {std::pair{0.0, false}, std::pair{22.8, false}, std::pair{23.0, true}}) {
+        Journal journal(hours);
         journal.model->refresh(45);
         ASSERT_TRUE(journal.settle());
-        EXPECT_EQ(!journal.notices.empty(), c.announced) << c.hours << " h";
-        if (c.announced) {
-            EXPECT_FALSE(journal.notices[0].isEmpty());
-        }
+        ASSERT_EQ(journal.notices.size(), announced ? 1u : 0u) << hours << " h";
+        EXPECT_TRUE(!announced || !journal.notices[0].isEmpty()) << "the notice carries a summary";
     }
 }
 
-TEST(HistoryModel, ReloadsPublishOnTheMainThreadWithTheSettingsThermalLimit) {
+TEST(HistoryModel, ReloadsPublishOnTheMainThreadAndARangeSwitchReloadsOnlyTheRange) {
     Journal journal(26);
-    int todayChanges = 0;
-    QObject::connect(journal.model.get(), &HistoryModel::todayChanged, [&] {
-        EXPECT_EQ(QThread::currentThread(), qtApp().thread());
-        ++todayChanges;
-    });
     journal.model->refresh(45);
     ASSERT_TRUE(journal.settle());
-    EXPECT_EQ(todayChanges, 1);
+    EXPECT_EQ(journal.todayChanges, 1);
     EXPECT_EQ(journal.model->today().thermalLimit, 45);
     EXPECT_TRUE(journal.model->hasToday());
     EXPECT_GE(journal.model->sparklineHours(), 23.0);
     EXPECT_EQ(journal.model->daysRecorded(), 2);
-    ASSERT_TRUE(journal.model->rangeView().has_value());
-}
 
-TEST(HistoryModel, SwitchingTheRangeReloadsOnlyTheRange) {
-    Journal journal(26);
-    journal.model->refresh(40);
-    ASSERT_TRUE(journal.settle());
-    int todayChanges = 0;
-    int rangeReloads = 0;
-    QObject::connect(journal.model.get(), &HistoryModel::todayChanged, [&] { ++todayChanges; });
-    QObject::connect(journal.model.get(), &HistoryModel::rangeReloaded, [&] { ++rangeReloads; });
-
+    const int rangeReloads = journal.rangeReloads;
     journal.model->setRangeName(QStringLiteral("week"));
     ASSERT_TRUE(journal.settle());
     EXPECT_EQ(journal.model->range(), HistoryModel::Range::week);
-    EXPECT_EQ(rangeReloads, 1);
-    EXPECT_EQ(todayChanges, 0);
-    EXPECT_EQ(journal.model->rangeView()->series.buckets.empty(), false);
+    EXPECT_EQ(journal.rangeReloads, rangeReloads + 1);
+    EXPECT_EQ(journal.todayChanges, 1);
+    ASSERT_TRUE(journal.model->rangeView().has_value());
+    EXPECT_FALSE(journal.model->rangeView()->series.buckets.empty());
 
     journal.model->setRangeName(QStringLiteral("fortnight"));
     EXPECT_EQ(journal.model->range(), HistoryModel::Range::week) << "an unknown range name changes nothing";

@@ -3,11 +3,10 @@
 #include <QImage>
 #include <QSet>
 #include <QVariantMap>
-#include <fstream>
 
 #include "battery/battery_monitor.h"
 #include "history/history_model.h"
-#include "settings_rig.h"
+#include "qt_support.h"
 #include "shell/torvel_app.h"
 #include "ui/ember.h"
 #include "ui/panel_model.h"
@@ -22,167 +21,112 @@ namespace torvel::app {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::Rig;
 using testing::Status;
 
-const fs::path machines = fs::path(TORVEL_FIXTURES) / "power_supply";
+const fs::path laptop = fs::path(TORVEL_FIXTURES) / "power_supply/laptop_charging";
 
 // The panel's model over a settings rig, a copy of a fixture machine and an empty journal.
-struct PanelRig : Rig {
+struct PanelRig : testing::Rig {
     testing::TempDir machine;
     std::unique_ptr<BatteryMonitor> battery;
     std::unique_ptr<HistoryModel> history;
     std::unique_ptr<PanelModel> panel;
 
     explicit PanelRig(Status unit = Status::enabled,
-                      const char* status = R"("state":"hold","gateVerified":true)") {
-        units.state = unit;
-        fs::copy(machines / "laptop_charging", machine.path(), fs::copy_options::recursive);
+                      const char* status = R"("state":"hold","gateVerified":true)")
+        : Rig(unit) {
+        fs::copy(laptop, machine.path(), fs::copy_options::recursive);
         writeStatus(status);
         make();
     }
     PanelModel& open() {
         battery = std::make_unique<BatteryMonitor>(machine.path(), false);
         history = std::make_unique<HistoryModel>(root.path() / "history", [this] { return now; });
-        const PanelModel::Sources sources{.loginItem = [] { return LoginItem::Status::enabled; },
-                                          .updater =
-                                              [] {
-                                                  UpdaterState updates;
-                                                  updates.automatic = true;
-                                                  return updates;
-                                              }};
+        const PanelModel::Sources sources{
+            .loginItem = [] { return LoginItem::Status::enabled; },
+            .updater = [] { return UpdaterState{.available = {}, .lastCheck = {}, .automatic = true}; }};
         panel = std::make_unique<PanelModel>(*battery, *settings, *history, SystemLock{}, sources);
         return *panel;
     }
 };
 
-QStringList captions(const PanelModel& panel) {
-    QStringList out;
-    for (const QVariant& figure : panel.readings()) {
-        const QVariantMap map = figure.toMap();
-        out << map.value("caption").toString() + "=" + map.value("value").toString();
-    }
-    return out;
-}
-
 TEST(PanelModel, ReadingsShowOnlyWhatCouldBeRead) {
-    struct Case {
-        const char* name;
-        std::vector<const char*> removed;
-        QStringList expected;
+    const std::pair<std::vector<const char*>, QStringList> cases[] = {
+        {{}, {"Health=98%", "Temperature=30.1 °C", "Cycles=123"}},
+        {{"BAT0/temp"}, {"Health=98%", "Cycles=123"}},
+        {{"BAT0/charge_full", "BAT0/charge_full_design"}, {"Temperature=30.1 °C", "Cycles=123"}},
     };
-    const Case cases[] = {
-        {"everything", {}, {"Health=98%", "Temperature=30.1 °C", "Cycles=123"}},
-        {"no temperature", {"BAT0/temp"}, {"Health=98%", "Cycles=123"}},
-        {"no capacities",
-         {"BAT0/charge_full", "BAT0/charge_full_design"},
-         {"Temperature=30.1 °C", "Cycles=123"}},
-    };
-    for (const Case& c : cases) {
+    for (const auto& [removed, expected] : cases) {
         PanelRig rig;
-        for (const char* file : c.removed) fs::remove(rig.machine.path() / file);
-        EXPECT_EQ(captions(rig.open()), c.expected) << c.name;
+        for (const char* file : removed) fs::remove(rig.machine.path() / file);
+        QStringList shown;
+        for (const QVariant& figure : rig.open().readings())
+            shown << figure.toMap().value("caption").toString() + "=" +
+                         figure.toMap().value("value").toString();
+        EXPECT_EQ(shown, expected);
     }
 }
 
-TEST(PanelModel, TheGaugeKeepsTheLimitWithinTwentyAndAHundred) {
+TEST(PanelModel, TheGaugeKeepsTheLimitWithinTwentyAndAHundredAndSavesOnlyWhenADragEnds) {
     PanelRig rig;
     PanelModel& panel = rig.open();
-    struct Case {
-        int dragged;
-        int limit;
-    };
-    for (const Case c :
-         {Case{5, 20}, Case{19, 20}, Case{20, 20}, Case{64, 64}, Case{100, 100}, Case{130, 100}}) {
-        panel.dragLimit(c.dragged);
-        EXPECT_EQ(panel.limit(), c.limit) << c.dragged;
+    const std::pair<int, int> drags[] = {{5, 20}, {19, 20}, {20, 20}, {64, 64}, {100, 100}, {130, 100}};
+    for (const auto& [dragged, limit] : drags) {
+        panel.dragLimit(dragged);
+        EXPECT_EQ(panel.limit(), limit) << dragged;
     }
-    EXPECT_TRUE(rig.calls.applies.empty()) << "dragging saves only when it ends";
+    EXPECT_TRUE(rig.fake.applies.empty());
     panel.commitLimit();
-    ASSERT_EQ(rig.calls.applies.size(), 1u);
-    EXPECT_EQ(rig.calls.applies[0].settings.limit, 100);
+    ASSERT_EQ(rig.fake.applies.size(), 1u);
+    EXPECT_EQ(rig.fake.applies[0].settings.limit, 100);
 
     panel.stepLimit(+1);
-    EXPECT_EQ(rig.calls.applies.size(), 1u) << "a step past the end changes and saves nothing";
+    EXPECT_EQ(rig.fake.applies.size(), 1u) << "a step past the end changes and saves nothing";
     panel.stepLimit(-1);
     EXPECT_EQ(panel.limit(), 99);
-    EXPECT_EQ(rig.calls.applies.size(), 1u) << "queued behind the unanswered save";
-    rig.calls.applies[0].done(std::nullopt);
-    ASSERT_EQ(rig.calls.applies.size(), 2u);
-    EXPECT_EQ(rig.calls.applies[1].settings.limit, 99);
+    EXPECT_EQ(rig.fake.applies.size(), 1u) << "queued behind the unanswered save";
+    rig.fake.applies[0].done(std::nullopt);
+    ASSERT_EQ(rig.fake.applies.size(), 2u);
+    EXPECT_EQ(rig.fake.applies[1].settings.limit, 99);
 }
 
 TEST(PanelModel, TopUpNeedsAReachableService) {
-    struct Case {
-        const char* name;
-        Status unit;
-        bool enabled;
-    };
-    for (const Case c :
-         {Case{"installed", Status::enabled, true}, Case{"not installed", Status::notRegistered, false}}) {
-        PanelRig rig(c.unit);
+    for (const bool installed : {true, false}) {
+        PanelRig rig(installed ? Status::enabled : Status::notRegistered);
         PanelModel& panel = rig.open();
-        EXPECT_EQ(panel.topUpEnabled(), c.enabled) << c.name;
-        EXPECT_EQ(panel.topUpHelp(), QStringLiteral("Charge to 100% once, then go back to your limit"));
+        EXPECT_EQ(panel.topUpEnabled(), installed);
+        const QString before = panel.topUpHelp();
+        EXPECT_EQ(before, QStringLiteral("Charge to 100% once, then go back to your limit"));
         panel.setTopUp(true);
-        EXPECT_EQ(panel.topUp(), c.enabled) << c.name;
-        EXPECT_EQ(rig.calls.applies.size(), c.enabled ? 1u : 0u) << c.name;
-        if (c.enabled) {
-            EXPECT_EQ(panel.topUpHelp(), QStringLiteral("Back to 80% when you unplug"));
-        }
+        EXPECT_EQ(panel.topUp(), installed);
+        EXPECT_EQ(rig.fake.applies.size(), installed ? 1u : 0u);
+        EXPECT_EQ(panel.topUpHelp(), installed ? QStringLiteral("Back to 80% when you unplug") : before);
     }
 }
 
 TEST(PanelModel, HeaderChipAndFooterFollowTheServicesState) {
-    struct Case {
-        const char* name;
-        Status unit;
-        const char* status;
-        QString line;
-        QString tone;
-        QString toneWord;
-        QString footer;
-        QString level;
+    // The header line, the chip's tone and word, the footer and the checkup's level.
+    const std::tuple<Status, const char*, QStringList> cases[] = {
+        {Status::enabled,
+         R"("state":"hold","gateVerified":true)",
+         {"Held at 80%", "held", "Held", "Service running", "ok"}},
+        {Status::notRegistered,
+         R"("state":"hold")",
+         {"Service to install", "todo", "To do", "One thing to do", "todo"}},
+        {Status::enabled,
+         R"("state":"hold","gateVerified":false)",
+         {"Limit not working", "broken", "Broken", "Something’s wrong", "broken"}},
     };
-    const Case cases[] = {
-        {"holding", Status::enabled, R"("state":"hold","gateVerified":true)", "Held at 80%", "held", "Held",
-         "Service running", "ok"},
-        {"not installed", Status::notRegistered, R"("state":"hold")", "Service to install", "todo", "To do",
-         "One thing to do", "todo"},
-        {"limit failing", Status::enabled, R"("state":"hold","gateVerified":false)", "Limit not working",
-         "broken", "Broken", "Something’s wrong", "broken"},
-    };
-    for (const Case& c : cases) {
-        PanelRig rig(c.unit, c.status);
+    for (const auto& [unit, status, texts] : cases) {
+        PanelRig rig(unit, status);
         fs::remove(rig.machine.path() / "ADP1/online");
         std::ofstream(rig.machine.path() / "BAT0/capacity") << "80\n";
         PanelModel& panel = rig.open();
-        EXPECT_EQ(panel.charge(), 80) << c.name;
-        EXPECT_EQ(panel.line(), c.line) << c.name;
-        EXPECT_EQ(panel.tone(), c.tone) << c.name;
-        EXPECT_EQ(panel.toneWord(), c.toneWord) << c.name;
-        EXPECT_EQ(panel.footerLine(), c.footer) << c.name;
-        EXPECT_EQ(panel.checkupLevel(), c.level) << c.name;
+        EXPECT_EQ(panel.charge(), 80);
+        EXPECT_EQ(QStringList({panel.line(), panel.tone(), panel.toneWord(), panel.footerLine(),
+                               panel.checkupLevel()}),
+                  texts);
     }
-}
-
-// Distinct colours in the image, coarsely: a blank or single-colour render has one or two.
-int colourCount(const QImage& image) {
-    QSet<QRgb> colours;
-    for (int y = 0; y < image.height(); y += 3) {
-        for (int x = 0; x < image.width(); x += 3) colours.insert(image.pixel(x, y) & 0xF0F0F0);
-    }
-    return static_cast<int>(colours.size());
-}
-
-bool hasEmberPixel(const QImage& image) {
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            const QColor c = image.pixelColor(x, y);
-            if (c.red() > 200 && c.green() > 110 && c.green() < 170 && c.blue() < 110) return true;
-        }
-    }
-    return false;
 }
 
 TEST(PanelView, RendersOffscreenInBothAppearances) {
@@ -192,25 +136,35 @@ TEST(PanelView, RendersOffscreenInBothAppearances) {
     std::ofstream(root.path() / "var/lib/torvel/status.json")
         << R"({"state":"hold","ts":)" << std::time(nullptr) << "}";
     qputenv("TORVEL_ROOT", QByteArray::fromStdString(root.path().string()));
-    qputenv("TORVEL_SYSFS", QByteArray::fromStdString((machines / "laptop_charging").string()));
+    qputenv("TORVEL_SYSFS", QByteArray::fromStdString(laptop.string()));
     qputenv("TORVEL_APPEARANCE", "light");
 
     TorvelApp app({.switches = {}, .dark = false, .watchDevices = false, .useTray = false});
-    const fs::path light = root.path() / "light.png";
-    const fs::path dark = root.path() / "dark.png";
-    ASSERT_EQ(app.screenshotPanel(QString::fromStdString(light.string())), std::nullopt);
+    const QString light = QString::fromStdString((root.path() / "light.png").string());
+    const QString dark = QString::fromStdString((root.path() / "dark.png").string());
+    ASSERT_EQ(app.screenshotPanel(light), std::nullopt);
     app.ember().setDark(true);
-    ASSERT_EQ(app.screenshotPanel(QString::fromStdString(dark.string())), std::nullopt);
+    ASSERT_EQ(app.screenshotPanel(dark), std::nullopt);
 
     for (const auto& [file, background] :
          {std::pair{light, Ember().screen()}, std::pair{dark, app.ember().screen()}}) {
-        const QImage image(QString::fromStdString(file.string()));
-        ASSERT_FALSE(image.isNull()) << file;
-        EXPECT_EQ(image.width() / image.devicePixelRatio(), 340) << file;
-        EXPECT_GT(image.height(), 300) << file;
-        EXPECT_GT(colourCount(image), 40) << file << ": text, gauge and chip were drawn";
-        EXPECT_TRUE(hasEmberPixel(image)) << file << ": the gauge's ember fill is there";
-        EXPECT_EQ(image.pixelColor(2, 2).rgb(), background.rgb()) << file;
+        const QImage image(file);
+        ASSERT_FALSE(image.isNull()) << file.toStdString();
+        EXPECT_EQ(image.width() / image.devicePixelRatio(), 340);
+        EXPECT_GT(image.height(), 300);
+        EXPECT_EQ(image.pixelColor(2, 2).rgb(), background.rgb());
+        // A blank or single-colour render has one or two coarse colours; text, gauge and chip make many.
+        QSet<QRgb> coarse;
+        bool ember = false;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x) {
+                const QColor c = image.pixelColor(x, y);
+                ember = ember || (c.red() > 200 && c.green() > 110 && c.green() < 170 && c.blue() < 110);
+                if (x % 3 == 0 && y % 3 == 0) coarse.insert(c.rgb() & 0xF0F0F0);
+            }
+        }
+        EXPECT_GT(coarse.size(), 40) << file.toStdString();
+        EXPECT_TRUE(ember) << file.toStdString() << ": the gauge's ember fill is there";
     }
     qunsetenv("TORVEL_ROOT");
     qunsetenv("TORVEL_SYSFS");

@@ -3,15 +3,21 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QGuiApplication>
-#include <chrono>
+#include <QTemporaryDir>
 #include <filesystem>
+#include <fstream>
 #include <functional>
-#include <random>
-#include <string>
+#include <memory>
+
+#include "service/charge_settings_model.h"
 
 namespace torvel::app::testing {
 
-// One application object for the whole test binary, offscreen so no display is needed.
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+using Status = ServiceRegistration::Status;
+
+// One application object for the whole binary, offscreen so no display is needed.
 inline QGuiApplication& qtApp() {
     static int argc = 1;
     static char name[] = "qtapp_tests";
@@ -24,36 +30,105 @@ inline QGuiApplication& qtApp() {
     return *app;
 }
 
-// Runs the event loop until `done` holds or the time is up; returns whether it held.
-inline bool spinUntil(const std::function<bool()>& done,
-                      std::chrono::milliseconds limit = std::chrono::seconds(5)) {
+// Runs the event loop until `done` holds or five seconds pass; returns whether it held.
+inline bool spinUntil(const std::function<bool()>& done) {
     QElapsedTimer timer;
     timer.start();
-    while (!done()) {
-        if (timer.elapsed() > limit.count()) return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    }
-    return true;
+    while (!done() && timer.elapsed() < 5000) QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    return done();
 }
 
-// A directory of its own for one test, removed afterwards.
-class TempDir {
-  public:
-    TempDir() {
-        std::random_device random;
-        path_ = std::filesystem::temp_directory_path() / ("torvel-qtapp-" + std::to_string(random()));
-        std::filesystem::create_directories(path_);
-    }
-    ~TempDir() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-    TempDir(const TempDir&) = delete;
-    TempDir& operator=(const TempDir&) = delete;
-    const std::filesystem::path& path() const { return path_; }
+struct TempDir {
+    QTemporaryDir dir;
+    fs::path path() const { return dir.path().toStdString(); }
+};
 
-  private:
-    std::filesystem::path path_;
+// The charge service and systemd as the models reach them. Every call but status() is logged in order;
+// applies wait for the test to answer them.
+struct FakeSystem : ServiceCalls, UnitControl {
+    struct PendingApply {
+        Settings settings;
+        Completion done;
+    };
+    std::vector<PendingApply> applies;
+    std::string log;
+    Status state = Status::notRegistered;
+    int statusCalls = 0;
+    Result restartResult;
+
+    template <class T = std::nullopt_t>
+    T note(const std::string& call, T result = std::nullopt) {
+        log += call + ";";
+        return result;
+    }
+    void apply(const Settings& settings, const SettingsExtra&, Completion done) override {
+        applies.push_back({settings, std::move(done)});
+    }
+    void purgeAllData(Completion done) override { done(note("purge")); }
+    void releaseCharge(Timeout timeout, Completion done) override {
+        done(note("release " + std::to_string(timeout.value_or(0ms).count())));
+    }
+    void restart(Completion done) override { done(note("restart", restartResult)); }
+    Status status() override {
+        ++statusCalls;
+        return state;
+    }
+    void enableAndStart(Done done) override {
+        state = Status::enabled;
+        done(note("enable"));
+    }
+    void disableAndStop(Done done) override {
+        state = Status::notRegistered;
+        done(note("disable"));
+    }
+};
+
+// One settings model over a temporary data directory, a hand-driven clock and fake services. Delays pass at
+// once: the tests look at order and outcome, not at the wall clock.
+struct Rig {
+    TempDir root;
+    FakeSystem fake;
+    double now = 1'763'900'000;
+    int elevateExit = 0;
+    InstallationFacts installation{.ownDaemonPath = "/usr/libexec/torvel/torvel-daemon",
+                                   .ownCopyInApplications = true,
+                                   .appVersion = "0.1.0",
+                                   .uninstallerPath = {}};
+    std::unique_ptr<ChargeService> service;
+    std::unique_ptr<ChargeSettings> settings;
+
+    explicit Rig(Status unit = Status::notRegistered) {
+        qtApp();
+        fake.state = unit;
+        fs::create_directories(root.path() / "etc/systemd/system");
+    }
+
+    fs::path legacyUnit() const { return root.path() / "etc/systemd/system/torvel-daemon.service"; }
+
+    void writeStatus(const std::string& fields, double age = 0) {
+        std::ofstream(root.path() / "status.json")
+            << R"({"ts":)" << std::to_string(now - age) << "," << fields << "}";
+    }
+
+    ChargeSettings& make(std::optional<fs::path> uninstaller = std::nullopt) {
+        const auto immediately = [](std::chrono::milliseconds, std::function<void()> action) { action(); };
+        service = std::make_unique<ChargeService>(
+            fake,
+            ChargeService::Files{.legacyUnit = legacyUnit(), .installer = {}, .uninstaller = uninstaller},
+            immediately, [this](const fs::path&, std::function<void(int)> done) {
+                if (elevateExit == 0) fs::remove(legacyUnit());
+                done(elevateExit);
+            });
+        const fs::path dir = root.path();
+        const Paths paths{.config = dir / "config.json",
+                          .status = dir / "status.json",
+                          .history = dir / "history",
+                          .log = dir / "daemon.log",
+                          .powerSupply = dir / "sys"};
+        settings = std::make_unique<ChargeSettings>(ChargeSettings::Dependencies{
+            paths, installation, SystemLock{}, fake, *service, [this] { return now; }, immediately});
+        return *settings;
+    }
 };
 
 }  // namespace torvel::app::testing
