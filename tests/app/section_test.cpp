@@ -2,36 +2,24 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 namespace torvel {
 namespace {
 
 TEST(AppSection, NamedOnTheCommandLine) {
-    struct Case {
-        const char* name;
-        std::optional<AppSection::Value> section;
+    const std::pair<std::optional<AppSection::Value>, std::vector<const char*>> cases[] = {
+        {AppSection::today, {"today", "journal"}},
+        {AppSection::settings, {"settings", "charge", "system", "general", "automation"}},
+        {AppSection::mac, {"mac", "advanced", "about"}},
+        {AppSection::memory, {"memory"}},
+        {AppSection::calibration, {"calibration"}},
+        {std::nullopt, {"Settings", "", "battery"}},
     };
-    const Case cases[] = {
-        {"today", AppSection::today},
-        {"journal", AppSection::today},
-        {"settings", AppSection::settings},
-        {"charge", AppSection::settings},
-        {"system", AppSection::settings},
-        {"general", AppSection::settings},
-        {"automation", AppSection::settings},
-        {"mac", AppSection::mac},
-        {"advanced", AppSection::mac},
-        {"about", AppSection::mac},
-        {"memory", AppSection::memory},
-        {"calibration", AppSection::calibration},
-        {"Settings", std::nullopt},
-        {"", std::nullopt},
-        {"battery", std::nullopt},
-    };
-    for (const auto& c : cases) {
-        const auto found = AppSection::named(c.name);
-        EXPECT_EQ(found.has_value(), c.section.has_value()) << c.name;
-        if (found && c.section) {
-            EXPECT_EQ(AppSection::Value(*found), *c.section) << c.name;
+    for (const auto& [section, names] : cases) {
+        for (const char* name : names) {
+            const auto found = AppSection::named(name);
+            EXPECT_EQ(found ? std::optional(AppSection::Value(*found)) : std::nullopt, section) << name;
         }
     }
 }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <vector>
 
 namespace torvel {
@@ -15,6 +16,11 @@ PowerSourceKeys keys(std::initializer_list<std::pair<const char*, Value>> entrie
         if (value) result.set(key, *value);
     }
     return result;
+}
+
+// Every conversion is exact to the thousandth, so readings are compared there.
+std::optional<double> milli(std::optional<double> value) {
+    return value ? std::optional(std::round(*value * 1000) / 1000) : std::nullopt;
 }
 
 TEST(ReadPowerSources, InternalBatteryDescriptionToBasics) {
@@ -74,14 +80,8 @@ TEST(SmartBattery, ImplausibleReadingsAreAbsent) {
         const auto battery =
             keys({{"Temperature", c.temperature}, {"Amperage", c.amperage}, {"Voltage", c.voltage}});
         const auto reading = SmartBattery::reading(battery);
-        ASSERT_EQ(reading.temperatureCelsius.has_value(), c.celsius.has_value()) << c.celsius.value_or(-999);
-        if (c.celsius) {
-            EXPECT_NEAR(*reading.temperatureCelsius, *c.celsius, 1e-9);
-        }
-        ASSERT_EQ(reading.powerWatts.has_value(), c.watts.has_value()) << c.watts.value_or(-999);
-        if (c.watts) {
-            EXPECT_DOUBLE_EQ(*reading.powerWatts, *c.watts);
-        }
+        EXPECT_EQ(milli(reading.temperatureCelsius), c.celsius) << c.temperature.has_value();
+        EXPECT_EQ(milli(reading.powerWatts), c.watts) << c.amperage.has_value();
     }
 }
 

@@ -45,7 +45,6 @@ TEST(SystemLock, PretendedReleaseAndNativeFacility) {
 TEST(SystemLock, KernelReleaseGivesTheMajorAndLinuxHasNoNativeFacility) {
     EXPECT_EQ(SystemLock::releaseMajor("6.1.0-18-amd64"), 6);
     EXPECT_EQ(SystemLock::releaseMajor("rc1"), std::nullopt);
-    EXPECT_EQ(&SystemLock::current(), &SystemLock::current());
     EXPECT_FALSE(SystemLock::current().nativeAvailable);
 }
 

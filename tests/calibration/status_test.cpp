@@ -2,25 +2,19 @@
 
 #include <gtest/gtest.h>
 
+// A run names its fields up to the last one it needs.
+#pragma GCC diagnostic ignored "-Wmissing-field-initializers"
+
 namespace torvel {
 namespace {
 
 using Phase = CalibrationStatus::Phase;
 using Failure = CalibrationStatus::Failure;
 using Mah = std::optional<std::int64_t>;
+// A calibration run: at, beforeRaw, afterRaw, afterNominal, design, cyclesAfter.
+using Sweep = CalibrationStatus::Run;
 
-CalibrationStatus::Run makeRun(double at, Mah before, Mah after, Mah nominal, Mah design, Mah cycles = {}) {
-    CalibrationStatus::Run run;
-    run.at = at;
-    run.beforeRaw = before;
-    run.afterRaw = after;
-    run.afterNominal = nominal;
-    run.design = design;
-    run.cyclesAfter = cycles;
-    return run;
-}
-
-CalibrationStatus withRuns(std::vector<CalibrationStatus::Run> runs) {
+CalibrationStatus withRuns(std::vector<Sweep> runs) {
     CalibrationStatus status;
     status.runs = std::move(runs);
     return status;
@@ -53,9 +47,9 @@ TEST(CalibrationDecode, EachFieldFallsBackToItsDefaultOnItsOwn) {
         {R"({"drainTarget": 0})", idle}, {R"({"drainTarget": "12"})", idle},
         {R"({"runs": {"at": 5}})", idle},
         {R"({"runs": [7, {"at": 5, "design": 4000, "afterRaw": "4000", "beforeRaw": 3999.5}, null]})",
-         with([](auto& s) { s.runs = {makeRun(5, {}, {}, {}, 4000)}; })},
+         with([](auto& s) { s.runs = {Sweep{5, {}, {}, {}, 4000}}; })},
         {R"({"runs": [{"beforeRaw": 1, "afterRaw": 2, "afterNominal": 3, "design": 4, "cyclesAfter": 5}]})",
-         with([](auto& s) { s.runs = {makeRun(0, 1, 2, 3, 4, 5)}; })},
+         with([](auto& s) { s.runs = {Sweep{0, 1, 2, 3, 4, 5}}; })},
         {R"({"lastFailure": "Your Mac went to sleep."})",
          with([](auto& s) { s.lastFailure = Failure{"legacy", Phase::idle, "Your Mac went to sleep."}; })},
         {R"({"lastFailure": {"reason": "stalled", "phase": "refill"}})",
@@ -78,7 +72,7 @@ TEST(CalibrationEncode, DecodesBackToTheSameStatus) {
     status.soakBanked = 901.5;
     status.soakSeconds = 5400;
     status.drainTarget = 10;
-    status.runs = {makeRun(1740000000, 4100, 4050, 4000, 4382, 310), makeRun(1750000000.5, {}, 3990, {}, {})};
+    status.runs = {Sweep{1740000000, 4100, 4050, 4000, 4382, 310}, Sweep{1750000000.5, {}, 3990, {}, {}}};
     for (const auto& failure : {Failure{"stalled", Phase::drain, std::nullopt},
                                 Failure{"legacy", Phase::idle, "Your Mac went to sleep."},
                                 Failure{"legacy", Phase::fill, std::nullopt}}) {
@@ -145,7 +139,7 @@ TEST(CalibrationRun, PercentOfDesignRoundedHalfAway) {
         {3990, 0, {}}, {3990, {}, {}}, {{}, 4000, {}},
     };
     // clang-format on
-    for (const auto& c : cases) EXPECT_EQ(makeRun(0, {}, {}, {}, c.design).pct(c.value), c.pct);
+    for (const auto& c : cases) EXPECT_EQ((Sweep{0, {}, {}, {}, c.design}.pct(c.value)), c.pct);
 }
 
 TEST(CalibrationVerdict, FromTheLastRunsChangeInRawCapacity) {
@@ -165,7 +159,7 @@ TEST(CalibrationVerdict, FromTheLastRunsChangeInRawCapacity) {
     // clang-format on
     for (const auto& c : cases) {
         // A design of 0 leaves every percentage absent; the verdict needs none.
-        EXPECT_EQ(withRuns({makeRun(0, 0, 0, {}, {}), makeRun(0, c.before, c.after, {}, 0)}).verdict(),
+        EXPECT_EQ(withRuns({Sweep{0, 0, 0, {}, {}}, Sweep{0, c.before, c.after, {}, 0}}).verdict(),
                   c.verdict);
     }
     EXPECT_EQ(withRuns({}).verdict(), std::nullopt);
@@ -173,13 +167,13 @@ TEST(CalibrationVerdict, FromTheLastRunsChangeInRawCapacity) {
 
 TEST(CalibrationMacOSGap, NominalThenRawWhenTheyDiffer) {
     EXPECT_EQ(
-        withRuns({makeRun(0, {}, 4300, 4000, 5000)}).macOSGap(),
+        withRuns({Sweep{0, {}, 4300, 4000, 5000}}).macOSGap(),
         "System Settings says 80%, which is Apple's smoothed figure. 86% is what the cells reported after "
         "the sweep.");
     // 80.2% and 80% are the same figure once rounded.
-    for (const auto& last : {makeRun(0, {}, 4010, 4000, 5000), makeRun(0, {}, 4300, 4000, 0),
-                             makeRun(0, {}, {}, 4000, 5000), makeRun(0, {}, 4300, {}, 5000)}) {
-        EXPECT_EQ(withRuns({makeRun(0, {}, 4300, 4000, 5000), last}).macOSGap(), std::nullopt);
+    for (const auto& last : {Sweep{0, {}, 4010, 4000, 5000}, Sweep{0, {}, 4300, 4000, 0},
+                             Sweep{0, {}, {}, 4000, 5000}, Sweep{0, {}, 4300, {}, 5000}}) {
+        EXPECT_EQ(withRuns({Sweep{0, {}, 4300, 4000, 5000}, last}).macOSGap(), std::nullopt);
     }
 }
 
@@ -203,11 +197,11 @@ TEST(CalibrationTrend, SpanAndChangeBetweenFirstAndLastRun) {
         {1e300, 3800, 5000, std::nullopt},
     };
     for (const auto& c : cases) {
-        const auto first = makeRun(1'700'000'000, {}, 4000, {}, c.firstDesign);
-        const auto last = makeRun(1'700'000'000 + c.days * 86'400, {}, c.lastRaw, {}, 5000);
-        EXPECT_EQ(withRuns({first, makeRun(0, {}, {}, {}, {}), last}).trend(), c.trend) << c.days << " days";
+        const auto first = Sweep{1'700'000'000, {}, 4000, {}, c.firstDesign};
+        const auto last = Sweep{1'700'000'000 + c.days * 86'400, {}, c.lastRaw, {}, 5000};
+        EXPECT_EQ(withRuns({first, Sweep{0, {}, {}, {}, {}}, last}).trend(), c.trend) << c.days << " days";
     }
-    EXPECT_EQ(withRuns({makeRun(0, {}, 4000, {}, 5000)}).trend(), std::nullopt);
+    EXPECT_EQ(withRuns({Sweep{0, {}, 4000, {}, 5000}}).trend(), std::nullopt);
 }
 
 }  // namespace

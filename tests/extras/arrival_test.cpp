@@ -33,12 +33,7 @@ TEST(ChargeArrival, CooldownAndShowingDropEvents) {
 
 TEST(ChargeArrival, Label) {
     using Limit = ChargeArrival::Limit;
-    struct Case {
-        std::optional<long long> pct;
-        std::optional<Limit> limit;
-        std::optional<std::string> label;
-    };
-    const Case cases[] = {
+    const std::tuple<std::optional<long long>, std::optional<Limit>, std::optional<std::string>> cases[] = {
         {42, Limit{true, false, 80}, "42% → 80%"},
         {80, Limit{true, false, 80}, "80%"},
         {85, Limit{true, false, 80}, "85%"},
@@ -47,7 +42,7 @@ TEST(ChargeArrival, Label) {
         {42, std::nullopt, "42%"},
         {std::nullopt, Limit{true, false, 80}, std::nullopt},
     };
-    for (const auto& c : cases) EXPECT_EQ(ChargeArrival::label(c.pct, c.limit), c.label);
+    for (const auto& [pct, limit, label] : cases) EXPECT_EQ(ChargeArrival::label(pct, limit), label);
 }
 
 }  // namespace

@@ -14,7 +14,8 @@ const Mode reviewing{true, false, false};
 const Mode approvalOnly{false, true, false};
 const Mode migrationOnly{false, false, true};
 
-// A flow standing at `kind`, reached the way a user would reach it on a machine without the system limit.
+// A flow standing at `kind`, reached the way a user would reach it on a machine without the system limit; a
+// review finds the service already there.
 OnboardingFlow at(Kind kind, Mode mode = {}) {
     OnboardingFlow flow(mode);
     if (kind == Kind::checking) return flow;
@@ -24,7 +25,7 @@ OnboardingFlow at(Kind kind, Mode mode = {}) {
     }
     flow.probed(HardwareProbe::Supported{"sysfs", "inhibit", false});
     if (kind == Kind::welcome) return flow;
-    const bool ready = kind == Kind::handOver || kind == Kind::tuning || kind == Kind::done;
+    const bool ready = kind == Kind::handOver || kind == Kind::tuning || kind == Kind::done || mode.review;
     flow.next(ready, false);
     if (kind == Kind::installFailed) {
         ChargeSettingsState failed;
@@ -36,68 +37,66 @@ OnboardingFlow at(Kind kind, Mode mode = {}) {
     return flow;
 }
 
-struct MoveCase {
-    const char* what;
-    Kind from;
-    Mode mode;
-    bool ready;
-    bool usesNative;
-    Kind to;
-    bool installedOnEntry;  // after the move, for moves into `service`
-};
+enum class Move { next, back, tick };
 
-TEST(OnboardingFlow, Next) {
-    const MoveCase cases[] = {
-        {"welcome, service ready", Kind::welcome, {}, true, false, Kind::handOver, false},
-        {"welcome, ready, system limit", Kind::welcome, {}, true, true, Kind::tuning, false},
-        {"welcome, nothing installed", Kind::welcome, {}, false, false, Kind::service, false},
-        {"welcome, reviewing a ready service", Kind::welcome, reviewing, true, false, Kind::service, true},
-        {"service", Kind::service, {}, false, false, Kind::handOver, false},
-        {"service, system limit", Kind::service, {}, false, true, Kind::tuning, false},
-        {"install failed", Kind::installFailed, {}, false, false, Kind::handOver, false},
-        {"awaiting approval", Kind::awaitingApproval, {}, false, true, Kind::tuning, false},
-        {"hand-over", Kind::handOver, {}, true, false, Kind::tuning, false},
-        {"tuning", Kind::tuning, {}, true, false, Kind::done, false},
+TEST(OnboardingFlow, Moves) {
+    struct Case {
+        const char* what;
+        Move move;
+        Kind from;
+        Mode mode;
+        bool ready, usesNative;
+        Kind to;
+        bool installedOnEntry;
     };
+    using enum Move;
+    // clang-format off
+    const Case cases[] = {
+        {"welcome, service ready", next, Kind::welcome, {}, true, false, Kind::handOver, false},
+        {"welcome, ready, system limit", next, Kind::welcome, {}, true, true, Kind::tuning, false},
+        {"welcome, nothing installed", next, Kind::welcome, {}, false, false, Kind::service, false},
+        {"welcome, reviewing a ready service", next, Kind::welcome, reviewing, true, false, Kind::service, true},
+        {"service", next, Kind::service, {}, false, false, Kind::handOver, false},
+        {"service, system limit", next, Kind::service, {}, false, true, Kind::tuning, false},
+        {"install failed", next, Kind::installFailed, {}, false, false, Kind::handOver, false},
+        {"awaiting approval", next, Kind::awaitingApproval, {}, false, true, Kind::tuning, false},
+        {"hand-over", next, Kind::handOver, {}, true, false, Kind::tuning, false},
+        {"tuning", next, Kind::tuning, {}, true, false, Kind::done, false},
+        {"back from service", back, Kind::service, {}, false, false, Kind::welcome, false},
+        {"back from install failed", back, Kind::installFailed, {}, false, false, Kind::welcome, false},
+        {"back from awaiting approval", back, Kind::awaitingApproval, {}, false, false, Kind::welcome, false},
+        {"back from hand-over, ready", back, Kind::handOver, {}, true, false, Kind::welcome, false},
+        {"back from hand-over, service gone", back, Kind::handOver, {}, false, false, Kind::service, false},
+        {"back from hand-over, reviewing", back, Kind::handOver, reviewing, true, false, Kind::service, true},
+        {"back from tuning", back, Kind::tuning, {}, true, false, Kind::handOver, false},
+        {"back from tuning, system limit skips the hand-over", back, Kind::tuning, {}, true, true, Kind::welcome, false},
+        {"back from tuning, system limit, not ready", back, Kind::tuning, {}, false, true, Kind::service, false},
+        {"poll, not ready yet", tick, Kind::service, {}, false, false, Kind::service, false},
+        {"poll, ready", tick, Kind::service, {}, true, false, Kind::handOver, false},
+        {"poll, ready, system limit", tick, Kind::service, {}, true, true, Kind::tuning, false},
+        {"poll, ready on entry: the user moves on", tick, Kind::service, reviewing, true, false, Kind::service, true},
+        {"poll, approval only", tick, Kind::service, approvalOnly, true, false, Kind::done, false},
+        {"poll, migration only", tick, Kind::service, migrationOnly, true, true, Kind::done, false},
+    };
+    // clang-format on
     for (const auto& c : cases) {
         OnboardingFlow flow = at(c.from, c.mode);
-        const bool finished = flow.next(c.ready, c.usesNative);
-        EXPECT_EQ(flow.step().kind, c.to) << c.what;
-        EXPECT_EQ(finished, c.to == Kind::done) << c.what;
+        // Next tells when the flow is finished, a poll tick whether it moved.
+        bool answer = false;
+        if (c.move == next) answer = flow.next(c.ready, c.usesNative);
+        if (c.move == back) flow.back(c.ready, c.usesNative);
+        if (c.move == tick) answer = flow.tick(c.ready, c.usesNative);
+        EXPECT_EQ(answer, c.move == next ? c.to == Kind::done : c.move == tick && c.to != c.from) << c.what;
+        EXPECT_EQ(flow.step(), c.to == Kind::welcome ? Step::welcome(probed) : Step::plain(c.to)) << c.what;
         EXPECT_EQ(flow.installedOnEntry(), c.installedOnEntry) << c.what;
-    }
-}
-
-TEST(OnboardingFlow, Back) {
-    const MoveCase cases[] = {
-        {"service", Kind::service, {}, false, false, Kind::welcome, false},
-        {"install failed", Kind::installFailed, {}, false, false, Kind::welcome, false},
-        {"awaiting approval", Kind::awaitingApproval, {}, false, false, Kind::welcome, false},
-        {"hand-over, ready", Kind::handOver, {}, true, false, Kind::welcome, false},
-        {"hand-over, service gone", Kind::handOver, {}, false, false, Kind::service, false},
-        {"hand-over, reviewing", Kind::handOver, reviewing, true, false, Kind::service, true},
-        {"tuning", Kind::tuning, {}, true, false, Kind::handOver, false},
-        {"tuning, system limit skips the hand-over", Kind::tuning, {}, true, true, Kind::welcome, false},
-        {"tuning, system limit, not ready", Kind::tuning, {}, false, true, Kind::service, false},
-    };
-    for (const auto& c : cases) {
-        OnboardingFlow flow = at(c.from, c.mode);
-        flow.back(c.ready, c.usesNative);
-        EXPECT_EQ(flow.step().kind, c.to) << c.what;
-        if (c.to == Kind::welcome) {
-            EXPECT_EQ(flow.step().capability, probed) << c.what;
-        }
-        if (c.to == Kind::service) {
-            EXPECT_EQ(flow.installedOnEntry(), c.installedOnEntry) << c.what;
-        }
+        EXPECT_EQ(flow.polls(), c.to == Kind::service) << c.what;
     }
 }
 
 TEST(OnboardingFlow, ProgressAndGoingBackByStep) {
     struct Case {
         Step step;
-        std::optional<int> progress;
-        std::optional<int> progressNative;
+        std::optional<int> progress, progressNative;
         bool canGoBack;
     };
     const Case cases[] = {
@@ -115,7 +114,7 @@ TEST(OnboardingFlow, ProgressAndGoingBackByStep) {
         for (const Mode mode : {Mode{}, approvalOnly, migrationOnly}) {
             const OnboardingFlow flow = at(c.step.kind, mode);
             ASSERT_EQ(flow.step(), c.step);
-            const bool shortFlow = mode.approvalOnly || mode.migrationOnly;
+            const bool shortFlow = mode != Mode{};
             EXPECT_EQ(flow.progress(false), shortFlow ? std::nullopt : c.progress) << name(c.step.kind);
             EXPECT_EQ(flow.progress(true), shortFlow ? std::nullopt : c.progressNative) << name(c.step.kind);
             EXPECT_EQ(flow.canGoBack(), !shortFlow && c.canGoBack) << name(c.step.kind);
@@ -125,58 +124,23 @@ TEST(OnboardingFlow, ProgressAndGoingBackByStep) {
 
 TEST(OnboardingFlow, InstallOutcome) {
     struct Case {
-        const char* what;
-        void (*change)(ChargeSettingsState&);
-        bool usesNative;
+        std::optional<std::string> error;
+        bool daemonInstalled, usesNative;
         Step step;
     };
     const Case cases[] = {
-        {"error",
-         [](ChargeSettingsState& s) {
-             s.serviceError = "refused";
-             s.daemonInstalled = true;
-         },
-         false, Step::installFailed("refused")},
-        {"installed", [](ChargeSettingsState& s) { s.daemonInstalled = true; }, false,
-         Step::plain(Kind::handOver)},
-        {"installed, system limit", [](ChargeSettingsState& s) { s.daemonInstalled = true; }, true,
-         Step::plain(Kind::tuning)},
-        {"waiting for approval", [](ChargeSettingsState&) {}, false, Step::plain(Kind::awaitingApproval)},
+        {"refused", true, false, Step::installFailed("refused")},
+        {std::nullopt, true, false, Step::plain(Kind::handOver)},
+        {std::nullopt, true, true, Step::plain(Kind::tuning)},
+        {std::nullopt, false, false, Step::plain(Kind::awaitingApproval)},
     };
     for (const auto& c : cases) {
         OnboardingFlow flow = at(Kind::service);
         ChargeSettingsState settings;
-        c.change(settings);
+        settings.serviceError = c.error;
+        settings.daemonInstalled = c.daemonInstalled;
         flow.installed(settings, c.usesNative);
-        EXPECT_EQ(flow.step(), c.step) << c.what;
-    }
-}
-
-TEST(OnboardingFlow, PollTickAdvancesOnceTheServiceIsReady) {
-    struct Case {
-        const char* what;
-        Mode mode;
-        bool enteredReady;
-        bool ready;
-        bool usesNative;
-        Kind to;
-    };
-    const Case cases[] = {
-        {"not ready yet", {}, false, false, false, Kind::service},
-        {"ready", {}, false, true, false, Kind::handOver},
-        {"ready, system limit", {}, false, true, true, Kind::tuning},
-        {"ready on entry: the user moves on", reviewing, true, true, false, Kind::service},
-        {"approval only", approvalOnly, false, true, false, Kind::done},
-        {"migration only", migrationOnly, false, true, true, Kind::done},
-    };
-    for (const auto& c : cases) {
-        OnboardingFlow flow(c.mode);
-        flow.probed(HardwareProbe::Supported{"sysfs", std::nullopt, false});
-        flow.next(c.enteredReady, false);
-        ASSERT_EQ(flow.step().kind, Kind::service) << c.what;
-        EXPECT_EQ(flow.tick(c.ready, c.usesNative), c.to != Kind::service) << c.what;
-        EXPECT_EQ(flow.step().kind, c.to) << c.what;
-        EXPECT_FALSE(flow.polls() && c.to != Kind::service) << c.what;
+        EXPECT_EQ(flow.step(), c.step) << name(c.step.kind);
     }
 }
 
@@ -191,47 +155,31 @@ TEST(OnboardingFlow, PollingFollowsTheStep) {
     EXPECT_EQ(tuning.syncPolling(false, true), Change{});
 }
 
-TEST(OnboardingProfiles, RestingFloor) {
-    struct Case {
-        int limit;
-        int hysteresis;
-        bool usesNative;
-        int floor;
-    };
-    const Case cases[] = {{80, 20, false, 60}, {30, 20, false, 20}, {80, 20, true, 75}, {22, 20, true, 20}};
-    for (const auto& c : cases) {
+TEST(OnboardingProfiles, RestingFloorAndApply) {
+    // limit, band, usesNative, floor
+    const std::tuple<int, int, bool, int> floors[] = {
+        {80, 20, false, 60}, {30, 20, false, 20}, {80, 20, true, 75}, {22, 20, true, 20}};
+    for (const auto& [limit, band, usesNative, floor] : floors) {
         Settings settings;
-        settings.limit = c.limit;
-        settings.hysteresis = c.hysteresis;
-        EXPECT_EQ(OnboardingFlow::restingFloor(settings, c.usesNative), c.floor)
-            << c.limit << "/" << c.hysteresis;
+        settings.limit = limit;
+        settings.hysteresis = band;
+        EXPECT_EQ(OnboardingFlow::restingFloor(settings, usesNative), floor) << limit << "/" << band;
     }
-}
 
-TEST(OnboardingProfiles, ApplyAndMatch) {
     const auto& travel = OnboardingFlow::profiles[2];
     Settings settings;
     settings.discharge = true;
-    const Settings noDischarge = OnboardingFlow::apply(travel, settings, false);
-    EXPECT_EQ(noDischarge.limit, 90);
-    EXPECT_EQ(noDischarge.hysteresis, 20);
-    EXPECT_TRUE(noDischarge.discharge);
+    Settings applied = OnboardingFlow::apply(travel, settings, false);
+    EXPECT_EQ(std::tuple(applied.limit, applied.hysteresis, applied.discharge), std::tuple(90, 20, true));
     EXPECT_FALSE(OnboardingFlow::apply(travel, settings, true).discharge);
-
-    EXPECT_TRUE(travel.matches(noDischarge));
-    Settings limitOnly = noDischarge;
-    limitOnly.hysteresis = 5;
-    EXPECT_FALSE(travel.matches(limitOnly));
-    EXPECT_FALSE(OnboardingFlow::profiles[1].matches(noDischarge));
+    EXPECT_TRUE(travel.matches(applied));
+    applied.hysteresis = 5;
+    EXPECT_FALSE(travel.matches(applied));
 }
 
 TEST(OnboardingWindowSync, SelfOpeningFlows) {
     struct Case {
-        bool flag;
-        bool seen;
-        bool dismissed;
-        bool visible;
-        bool opens;
+        bool flag, seen, dismissed, visible, opens;
     };
     const Case cases[] = {
         {true, true, false, false, true},   {false, true, false, false, false},
@@ -240,17 +188,12 @@ TEST(OnboardingWindowSync, SelfOpeningFlows) {
     };
     for (const auto& c : cases) {
         const OnboardingWindowSync sync{c.dismissed, c.dismissed};
-        const auto approval = sync.syncApproval(c.flag, c.seen, c.visible);
-        EXPECT_EQ(approval.has_value(), c.opens);
-        if (approval) {
-            EXPECT_EQ(*approval, (approvalOnly));
-        }
+        EXPECT_EQ(sync.syncApproval(c.flag, c.seen, c.visible),
+                  c.opens ? std::optional(approvalOnly) : std::nullopt);
         // The migration flow does not wait for the first run to be complete.
-        const auto migration = sync.syncMigration(c.flag, c.visible);
-        EXPECT_EQ(migration.has_value(), c.flag && !c.dismissed && !c.visible);
-        if (migration) {
-            EXPECT_EQ(*migration, (migrationOnly));
-        }
+        const bool migrates = c.flag && !c.dismissed && !c.visible;
+        EXPECT_EQ(sync.syncMigration(c.flag, c.visible),
+                  migrates ? std::optional(migrationOnly) : std::nullopt);
     }
 }
 

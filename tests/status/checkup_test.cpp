@@ -6,23 +6,14 @@
 #pragma GCC diagnostic ignored "-Wmissing-field-initializers"
 
 namespace torvel {
-
-void PrintTo(const Checkup::Fix& fix, std::ostream* os) {
-    *os << '"' << fix.title << '"';
-}
-void PrintTo(Checkup::Level level, std::ostream* os) {
-    *os << name(level);
-}
-
 namespace {
 
 using Level = Checkup::Level;
 using Piece = Checkup::Piece;
 using Login = LoginItem::Status;
 using State = ServiceState;
-using Action = Checkup::Fix::Action;
+using Fix = Checkup::Fix;
 
-// One machine per row; the defaults read ok on every piece.
 struct Machine {
     State state = State::running;
     bool writeError = false;
@@ -40,32 +31,25 @@ struct Machine {
         ChargeSettingsState s;
         if (writeError) s.writeError = "refused";
         s.status.gateVerified = gate;
-        s.settings.led = led;
         s.status.ledSupported = ledSupported;
+        s.settings.led = led;
         s.settings.history = history;
-        SystemLock lock;
-        lock.active = locked;
-        UpdaterState updates;
-        updates.automatic = automatic;
+        UpdaterState updates{.critical = critical, .automatic = automatic};
         if (available) updates.available = available;
-        updates.critical = critical;
-        return Checkup(s, state, lock, login, updates);
+        return Checkup(s, state, SystemLock{.active = locked}, login, updates);
     }
 };
 
-struct ReadingCase {
-    Machine machine;
-    Piece piece;
-    Level level;
-    const char* word;
-};
-
 TEST(CheckupReading, FirstHoldingConditionPerPiece) {
-    const ReadingCase cases[] = {
-        {{.state = State::awaitingApproval, .writeError = true},
-         Piece::service,
-         Level::broken,
-         "Can’t write"},
+    struct Case {
+        Machine machine;
+        Piece piece;
+        Level level;
+        const char* word;
+    };
+    // clang-format off
+    const Case cases[] = {
+        {{.state = State::awaitingApproval, .writeError = true}, Piece::service, Level::broken, "Can’t write"},
         {{.state = State::notInstalled, .locked = true}, Piece::service, Level::off, "Not installed"},
         {{.state = State::notInstalled}, Piece::service, Level::todo, "Not installed"},
         {{.state = State::awaitingApproval}, Piece::service, Level::todo, "To allow"},
@@ -86,66 +70,52 @@ TEST(CheckupReading, FirstHoldingConditionPerPiece) {
         {{.led = false}, Piece::led, Level::off, "By macOS"},
         {{.ledSupported = false}, Piece::led, Level::off, "By macOS"},
         {{}, Piece::led, Level::ok, "Driven"},
+        {{}, Piece::history, Level::ok, "Recording"},
         {{.history = false}, Piece::history, Level::off, "Off"},
         {{.critical = true}, Piece::updates, Level::todo, "Available"},
         {{.automatic = false, .available = "2.0"}, Piece::updates, Level::todo, "Available"},
         {{}, Piece::updates, Level::ok, "Up to date"},
         {{.automatic = false}, Piece::updates, Level::off, "Off"},
     };
+    // clang-format on
     for (const auto& c : cases) {
-        const auto reading = c.machine.checkup().reading(c.piece);
-        EXPECT_EQ(reading.level, c.level) << c.word;
-        EXPECT_EQ(reading.word, c.word);
+        EXPECT_EQ(c.machine.checkup().reading(c.piece), (Checkup::Reading{c.piece, c.level, c.word}))
+            << name(c.piece) << ": " << c.word;
     }
 }
 
-struct RollUpCase {
-    Machine machine;
-    const char* summary;
-    std::optional<Piece> firstProblem;
-    std::optional<Checkup::Fix> fix;
-};
-
 TEST(CheckupRollUp, HeadlineFirstProblemAndFix) {
-    const Checkup::Fix seeWhat{"See what to do", Action::openMac};
-    const RollUpCase cases[] = {
+    const Fix seeWhat{"See what to do", Fix::Action::openMac};
+    const Fix loginItems{"Open Login Items", Fix::Action::openLoginItems};
+    const Fix approve{"Open Login Items", Fix::Action::approveService};
+    const Fix install{"Install the service", Fix::Action::installService};
+    const Fix update{"Update Torvel", Fix::Action::checkForUpdates};
+    struct Case {
+        Machine machine;
+        const char* summary;
+        std::optional<Piece> firstProblem;
+        std::optional<Fix> fix;
+    };
+    // clang-format off
+    const Case cases[] = {
         {{}, "All set", std::nullopt, std::nullopt},
         {{.led = false, .history = false}, "All set", std::nullopt, std::nullopt},
         // A broken piece wins over an earlier one to do, and stale has no fix of its own.
+        {{.state = State::notInstalled, .gate = false}, "Something’s wrong", Piece::verified, seeWhat},
         {{.state = State::stale, .available = "2.0"}, "Something’s wrong", Piece::service, seeWhat},
-        {{.gate = false, .login = Login::requiresApproval}, "Something’s wrong", Piece::verified, seeWhat},
         {{.state = State::notInstalled, .locked = true}, "One thing to do", Piece::verified, seeWhat},
-        {{.login = Login::requiresApproval, .available = "2.0"},
-         "Two things to do",
-         Piece::login,
-         Checkup::Fix{"Open Login Items", Action::openLoginItems}},
-        {{.state = State::outdated, .login = Login::requiresApproval, .critical = true},
-         "Three things to do",
-         Piece::service,
-         seeWhat},
-        // The approval fix only without a write error.
-        {{.state = State::awaitingApproval, .writeError = true},
-         "Something’s wrong",
-         Piece::service,
-         seeWhat},
-        {{.state = State::awaitingApproval},
-         "One thing to do",
-         Piece::service,
-         Checkup::Fix{"Open Login Items", Action::approveService}},
-        {{.state = State::notInstalled},
-         "One thing to do",
-         Piece::service,
-         Checkup::Fix{"Install the service", Action::installService}},
-        {{.available = "2.0"},
-         "One thing to do",
-         Piece::updates,
-         Checkup::Fix{"Update Torvel", Action::checkForUpdates}},
+        {{.login = Login::requiresApproval, .available = "2.0"}, "Two things to do", Piece::login, loginItems},
+        {{.state = State::awaitingApproval, .writeError = true}, "Something’s wrong", Piece::service, seeWhat},
+        {{.state = State::awaitingApproval}, "One thing to do", Piece::service, approve},
+        {{.state = State::notInstalled}, "One thing to do", Piece::service, install},
+        {{.available = "2.0"}, "One thing to do", Piece::updates, update},
     };
+    // clang-format on
     for (const auto& c : cases) {
         const Checkup checkup = c.machine.checkup();
         EXPECT_EQ(checkup.summary(), c.summary);
         EXPECT_EQ(checkup.firstProblem(), c.firstProblem) << c.summary;
-        EXPECT_EQ(checkup.fix(), c.fix) << c.summary;
+        EXPECT_EQ(checkup.fix(), c.fix) << c.summary << " / " << (c.fix ? c.fix->title : "no fix");
     }
 }
 
