@@ -1,0 +1,134 @@
+#pragma once
+
+// Temporary folders, child processes and a dbus-daemon of the tests' own (with python-dbusmock's polkit
+// authority on it when asked): nothing touches the real system bus or the machine's battery.
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <systemd/sd-bus.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "common/paths.h"
+
+extern char** environ;
+
+namespace torvel::testing {
+
+struct TempDir {
+    TempDir() {
+        char pattern[] = "/tmp/torvel-daemon-XXXXXX";
+        path = ::mkdtemp(pattern);
+    }
+    TempDir(const TempDir&) = delete;
+    ~TempDir() { std::filesystem::remove_all(path); }
+    std::filesystem::path path;
+};
+
+// The service's files under `root`, and its power-supply tree in root/sys.
+inline Paths pathsUnder(const std::filesystem::path& root) {
+    return Paths::fromEnvironment([&](const char* name) -> std::optional<std::string> {
+        if (std::string_view(name) == "TORVEL_ROOT") return root.string();
+        if (std::string_view(name) == "TORVEL_SYSFS") return (root / "sys").string();
+        return std::nullopt;
+    });
+}
+
+// A child process of the test, ended by its own pid.
+class Child {
+  public:
+    Child() = default;
+    Child(const Child&) = delete;
+    ~Child() { stop(); }
+
+    // `env` comes ahead of the test's own environment, so it wins over anything inherited (a real
+    // DBUS_SYSTEM_BUS_ADDRESS above all). With `firstLine`, reads the first line of the child's output.
+    bool start(const std::vector<std::string>& argv, std::vector<std::string> env = {},
+               std::string* firstLine = nullptr) {
+        int fds[2] = {-1, -1};
+        if (firstLine && ::pipe2(fds, O_CLOEXEC) != 0) return false;
+        for (char** e = environ; *e != nullptr; ++e) env.emplace_back(*e);
+        std::vector<char*> args, envp;
+        for (const auto& a : argv) args.push_back(const_cast<char*>(a.c_str()));
+        for (const auto& e : env) envp.push_back(const_cast<char*>(e.c_str()));
+        args.push_back(nullptr);
+        envp.push_back(nullptr);
+        pid_ = ::fork();
+        if (pid_ == 0) {  // only async-signal-safe calls until exec: the test has threads
+            if (firstLine) ::dup2(fds[1], STDOUT_FILENO);
+            ::execve(args[0], args.data(), envp.data());
+            ::_exit(127);
+        }
+        if (firstLine) {
+            ::close(fds[1]);
+            for (char c = 0; ::read(fds[0], &c, 1) == 1 && c != '\n';) firstLine->push_back(c);
+            ::close(fds[0]);
+        }
+        return pid_ > 0;
+    }
+
+    // Sends `signal` and waits for the exit; returns the status as waitpid gives it.
+    int stop(int signal = SIGTERM) {
+        int status = -1;
+        if (pid_ > 0 && ::kill(pid_, signal) == 0) ::waitpid(pid_, &status, 0);
+        pid_ = -1;
+        return status;
+    }
+
+  private:
+    pid_t pid_ = -1;
+};
+
+inline sd_bus* connect(const std::string& address) {
+    sd_bus* bus = nullptr;
+    if (sd_bus_new(&bus) < 0) return nullptr;
+    sd_bus_set_address(bus, address.c_str());
+    sd_bus_set_bus_client(bus, 1);
+    if (sd_bus_start(bus) >= 0) return bus;
+    sd_bus_unref(bus);
+    return nullptr;
+}
+
+class PrivateBus {
+  public:
+    bool start(bool withPolkit) {
+        if (!daemon_.start({"/usr/bin/dbus-daemon", "--session", "--nofork", "--print-address=1"}, {},
+                           &address_) ||
+            address_.empty()) {
+            return false;
+        }
+        if (!withPolkit) return true;
+        if (!polkit_.start({"/usr/bin/python3", "-m", "dbusmock", "--system", "--template", "polkitd"},
+                           {"DBUS_SYSTEM_BUS_ADDRESS=" + address_})) {
+            return false;
+        }
+        sd_bus* bus = connect(address_);
+        int up = 0;
+        for (int tries = 0; bus && !up && tries < 500; ++tries) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            sd_bus_message* reply = nullptr;
+            if (sd_bus_call_method(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                   "org.freedesktop.DBus", "NameHasOwner", nullptr, &reply, "s",
+                                   "org.freedesktop.PolicyKit1") >= 0) {
+                sd_bus_message_read(reply, "b", &up);
+            }
+            sd_bus_message_unref(reply);
+        }
+        sd_bus_flush_close_unref(bus);
+        return up;
+    }
+    const std::string& address() const { return address_; }
+
+  private:
+    Child daemon_;
+    Child polkit_;
+    std::string address_;
+};
+
+}  // namespace torvel::testing
