@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "battery/battery_monitor.h"
+#include "common/fmt.h"
 #include "service/charge_settings_model.h"
 #include "ui/panel_model.h"
 
@@ -39,6 +40,12 @@ CommandLine CommandLine::parse(const QStringList& arguments) {
             line.seconds = n;
         } else if (word == u"--dark") {
             line.options.dark = true;
+        } else if (word == u"--locale") {
+            if (i + 1 >= arguments.size() || arguments[i + 1].isEmpty()) {
+                line.error = QStringLiteral("--locale needs a locale identifier such as en or ja");
+                return line;
+            }
+            line.locale = arguments[++i].toStdString();
         } else {
             words.push_back(word.toStdString());
         }
@@ -78,6 +85,8 @@ int run(int argc, char** argv) {
     QStringList arguments;
     for (int i = 0; i < argc; ++i) arguments << QString::fromLocal8Bit(argv[i]);
     CommandLine line = CommandLine::parse(arguments);
+    // Numbers, dates and spelled counts follow the chosen localisation; English unless one is asked for.
+    if (line.locale) Fmt::useLocale(*line.locale);
     if (line.error) {
         std::fprintf(stderr, "torvel: %s\n", qPrintable(*line.error));
         return 2;

@@ -2,6 +2,7 @@
 
 #include <QStringList>
 #include <optional>
+#include <string>
 
 #include "shell/torvel_app.h"
 
@@ -13,6 +14,7 @@ struct CommandLine {
     std::optional<QString> screenshot;  // --screenshot FILE: render and exit
     bool headless = false;              // --headless: print the charge and the panel line every second
     std::optional<int> seconds;         // --seconds N: stop the headless run after N seconds
+    std::optional<std::string> locale;  // --locale ID: the display locale of numbers, dates and counts
     std::optional<QString> error;
 
     static CommandLine parse(const QStringList& arguments);
