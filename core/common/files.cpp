@@ -9,10 +9,12 @@
 namespace torvel {
 namespace {
 
-std::error_code lastError() { return {errno, std::generic_category()}; }
+std::error_code lastError() {
+    return {errno, std::generic_category()};
+}
 
 class FileDescriptor {
-public:
+  public:
     explicit FileDescriptor(int fd) : fd_(fd) {}
     FileDescriptor(const FileDescriptor&) = delete;
     FileDescriptor& operator=(const FileDescriptor&) = delete;
@@ -21,7 +23,7 @@ public:
     }
     int get() const { return fd_; }
 
-private:
+  private:
     int fd_;
 };
 
@@ -46,12 +48,14 @@ FileContents readWholeFile(const std::filesystem::path& path) {
     if (fd.get() < 0) return lastError();
     std::string bytes;
     struct stat info {};
-    if (::fstat(fd.get(), &info) == 0 && info.st_size > 0) bytes.reserve(static_cast<std::size_t>(info.st_size));
+    if (::fstat(fd.get(), &info) == 0 && info.st_size > 0)
+        bytes.reserve(static_cast<std::size_t>(info.st_size));
     if (auto error = readRest(fd.get(), bytes)) return error;
     return bytes;
 }
 
-std::variant<FileTail, std::error_code> readFileTail(const std::filesystem::path& path, std::size_t maxBytes) {
+std::variant<FileTail, std::error_code> readFileTail(const std::filesystem::path& path,
+                                                     std::size_t maxBytes) {
     FileDescriptor fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (fd.get() < 0) return lastError();
     struct stat info {};

@@ -37,7 +37,9 @@ void Fmt::useLocale(std::string_view id) {
     chosenLocale = id.empty() ? "en" : std::string(id);
 }
 
-std::string Fmt::decimal(double value) { return decimal(value, locale()); }
+std::string Fmt::decimal(double value) {
+    return decimal(value, locale());
+}
 
 std::string Fmt::decimal(double value, std::string_view localeId) {
     UErrorCode status = U_ZERO_ERROR;
@@ -50,13 +52,21 @@ std::string Fmt::decimal(double value, std::string_view localeId) {
     return utf8(text);
 }
 
-std::string Fmt::terminator() { return locale().starts_with("ja") ? "。" : "."; }
+std::string Fmt::terminator() {
+    return locale().starts_with("ja") ? "。" : ".";
+}
 
-std::string Fmt::separator() { return locale().starts_with("ja") ? "" : " "; }
+std::string Fmt::separator() {
+    return locale().starts_with("ja") ? "" : " ";
+}
 
-std::string Fmt::percent(long long value) { return std::to_string(value) + "%"; }
+std::string Fmt::percent(long long value) {
+    return std::to_string(value) + "%";
+}
 
-std::string Spelled::count(long long n, bool capitalized) { return count(n, capitalized, Fmt::locale()); }
+std::string Spelled::count(long long n, bool capitalized) {
+    return count(n, capitalized, Fmt::locale());
+}
 
 std::string Spelled::count(long long n, bool capitalized, std::string_view localeId) {
     if (n > 12) return std::to_string(n);

@@ -8,7 +8,7 @@ namespace torvel {
 // The display locale and its number formatting. The locale is the application's chosen localisation,
 // "en" unless the app or the command line picks another before the first text is built.
 class Fmt {
-public:
+  public:
     static std::string locale();
     static void useLocale(std::string_view id);
 

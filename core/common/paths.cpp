@@ -25,6 +25,8 @@ Paths Paths::fromEnvironment(const Environment& env) {
     return paths;
 }
 
-Paths Paths::fromProcessEnvironment() { return fromEnvironment(processEnvironment); }
+Paths Paths::fromProcessEnvironment() {
+    return fromEnvironment(processEnvironment);
+}
 
 }  // namespace torvel

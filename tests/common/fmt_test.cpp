@@ -13,8 +13,8 @@ struct DecimalCase {
 
 TEST(FmtDecimal, AlwaysOneFractionDigitInTheLocale) {
     const DecimalCase cases[] = {
-        {31, "en", "31.0"},        {29.96, "en", "30.0"}, {29.95, "en", "30.0"}, {-3.25, "en", "-3.2"},
-        {41.04, "fr", "41,0"},     {0.05, "de", "0,0"},  {36.55, "ja", "36.6"},
+        {31, "en", "31.0"},    {29.96, "en", "30.0"}, {29.95, "en", "30.0"}, {-3.25, "en", "-3.2"},
+        {41.04, "fr", "41,0"}, {0.05, "de", "0,0"},   {36.55, "ja", "36.6"},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(Fmt::decimal(c.value, c.locale), c.expected) << c.value << " in " << c.locale;
