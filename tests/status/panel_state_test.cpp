@@ -31,6 +31,11 @@ struct Case {
     std::optional<std::string> help = std::nullopt;
 };
 
+const std::string dischargeRefused =
+    "This charger won’t let Torvel cut the power. Unplug and the battery comes back down to 80%; Torvel "
+    "tries "
+    "again the next time you plug in.";
+
 TEST(PanelState, DecisionTable) {
     const Case cases[] = {
         {"system lock beats a stopped service",
@@ -88,10 +93,7 @@ TEST(PanelState, DecisionTable) {
              s.settings.settings.discharge = true;
              s.settings.status.dischargeFailed = true;
          },
-         "Discharge not possible", Tone::todo,
-         "This charger won’t let Torvel cut the power. Unplug and the battery comes back down to 80%; Torvel "
-         "tries "
-         "again the next time you plug in."},
+         "Discharge not possible", Tone::todo, dischargeRefused},
         {"above, discharge on but not failed",
          [](Scene& s) {
              s.charge = 85;
@@ -146,10 +148,7 @@ TEST(PanelState, DecisionTable) {
              s.settings.settings.discharge = true;
              s.settings.status.dischargeFailed = true;
          },
-         "Discharge not possible", Tone::todo,
-         "This charger won’t let Torvel cut the power. Unplug and the battery comes back down to 80%; Torvel "
-         "tries "
-         "again the next time you plug in."},
+         "Discharge not possible", Tone::todo, dischargeRefused},
     };
     for (const auto& c : cases) {
         Scene scene;
