@@ -32,9 +32,8 @@ struct Case {
 };
 
 const std::string dischargeRefused =
-    "This charger won’t let Torvel cut the power. Unplug and the battery comes back down to 80%; Torvel "
-    "tries "
-    "again the next time you plug in.";
+    "This charger won’t let Torvel cut the power. Unplug and the battery comes back down to 80%; "
+    "Torvel tries again the next time you plug in.";
 
 TEST(PanelState, DecisionTable) {
     const Case cases[] = {
