@@ -35,6 +35,7 @@ void BatteryMonitor::refresh() {
         reading.smartBattery ? std::optional(SmartBattery::reading(*reading.smartBattery)) : std::nullopt;
     const BatterySnapshot previous = snapshot_;
     snapshot_ = merge(previous, powerSources, smart);
+    if (powerSources) percentageKnown_ = true;
     const bool edge = edge_.observe(previous, snapshot_);
     emit snapshotChanged();
     if (edge) emit pluggedIn();

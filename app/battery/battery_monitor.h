@@ -19,6 +19,9 @@ class BatteryMonitor : public QObject {
     Q_PROPERTY(qint64 percentage READ percentage NOTIFY snapshotChanged)
     Q_PROPERTY(bool isCharging READ isCharging NOTIFY snapshotChanged)
     Q_PROPERTY(bool isPluggedIn READ isPluggedIn NOTIFY snapshotChanged)
+    // False until a machine battery has been read once: the snapshot's 0% is then a placeholder, not a
+    // charge.
+    Q_PROPERTY(bool percentageKnown READ percentageKnown NOTIFY snapshotChanged)
     // Absent readings are invalid variants, never zero.
     Q_PROPERTY(QVariant cycleCount READ cycleCount NOTIFY snapshotChanged)
     Q_PROPERTY(QVariant healthPercent READ healthPercent NOTIFY snapshotChanged)
@@ -37,6 +40,7 @@ class BatteryMonitor : public QObject {
     qint64 percentage() const { return snapshot_.percentage; }
     bool isCharging() const { return snapshot_.isCharging; }
     bool isPluggedIn() const { return snapshot_.isPluggedIn; }
+    bool percentageKnown() const { return percentageKnown_; }
     QVariant cycleCount() const;
     QVariant healthPercent() const;
     QVariant temperatureCelsius() const;
@@ -59,6 +63,7 @@ class BatteryMonitor : public QObject {
     std::filesystem::path powerSupply_;
     BatterySnapshot snapshot_;
     PlugInEdge edge_;
+    bool percentageKnown_ = false;
     QTimer timer_;
     UeventWatcher* events_ = nullptr;
 };

@@ -64,6 +64,9 @@ PanelModel::PanelModel(BatteryMonitor& battery, ChargeSettings& settings, Histor
 int PanelModel::charge() const {
     return static_cast<int>(std::clamp<qint64>(battery_.percentage(), 0, 100));
 }
+bool PanelModel::chargeKnown() const {
+    return battery_.percentageKnown();
+}
 int PanelModel::limit() const {
     return settings_.limit();
 }

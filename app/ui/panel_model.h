@@ -20,6 +20,7 @@ class HistoryModel;
 class PanelModel : public QObject {
     Q_OBJECT
     Q_PROPERTY(int charge READ charge NOTIFY changed)
+    Q_PROPERTY(bool chargeKnown READ chargeKnown NOTIFY changed)
     Q_PROPERTY(QString line READ line NOTIFY changed)
     Q_PROPERTY(QString help READ help NOTIFY changed)
     Q_PROPERTY(QString tone READ tone NOTIFY changed)
@@ -53,6 +54,7 @@ class PanelModel : public QObject {
                Sources sources, QObject* parent = nullptr);
 
     int charge() const;
+    bool chargeKnown() const;
     QString line() const { return line_; }
     QString help() const { return help_; }
     QString tone() const { return tone_; }

@@ -6,6 +6,7 @@ import Torvel
 FocusScope {
     id: gauge
     property int charge: 0
+    property bool chargeKnown: true
     property int limit: 80
     property int minimum: 20
     property int maximum: 100
@@ -62,6 +63,7 @@ FocusScope {
 
                 Rectangle {
                     id: fill
+                    visible: gauge.chargeKnown
                     height: parent.height
                     width: Math.max(height, gauge.position(gauge.charge))
                     radius: height / 2

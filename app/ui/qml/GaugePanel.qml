@@ -29,15 +29,17 @@ Rectangle {
                     spacing: 2
                     Text {
                         id: charge
-                        text: Panel.charge
+                        // A machine without a readable battery shows a dash, never a made-up 0.
+                        text: Panel.chargeKnown ? Panel.charge : "—"
                         font.family: Ember.words(54, "bold").family
                         font.weight: Font.Bold
                         font.pixelSize: 54
                         font.letterSpacing: -1.5
-                        color: Ember.text
+                        color: Panel.chargeKnown ? Ember.text : Ember.text3
                     }
                     Text {
                         anchors.baseline: charge.baseline
+                        visible: Panel.chargeKnown
                         text: "%"
                         font: Ember.words(24, "semibold")
                         color: Ember.text2
@@ -72,6 +74,7 @@ Rectangle {
         ChargeGauge {
             width: parent.width
             charge: Panel.charge
+            chargeKnown: Panel.chargeKnown
             limit: Panel.limit
             minimum: Panel.minimumLimit
             maximum: Panel.maximumLimit
