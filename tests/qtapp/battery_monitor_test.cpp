@@ -56,6 +56,11 @@ TEST(BatteryMonitor, UnreadableValuesStayAbsentAndAFailedReadKeepsTheLastCharge)
     EXPECT_EQ(machine.monitor->percentage(), 57);
     EXPECT_TRUE(machine.monitor->isPluggedIn());
     EXPECT_EQ(machine.published, 2) << "every refresh publishes, changed or not";
+    EXPECT_TRUE(machine.monitor->percentageKnown()) << "the last charge read still stands";
+
+    testing::TempDir noBattery;
+    EXPECT_FALSE(BatteryMonitor(noBattery.path(), false).percentageKnown())
+        << "0% is a placeholder, not a charge";
 }
 
 TEST(UeventWatcher, OnlyPowerSupplyEventsCount) {
