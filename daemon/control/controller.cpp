@@ -50,7 +50,8 @@ void ChargeController::reapply() {
 
 void ChargeController::refreshCapabilities() {
     caps_ = device_.capabilities();
-    capsKnown_ = !caps_.batteryName.empty();
+    // Settling on an unreadable charge_behaviour would give up forced discharge for the whole run.
+    capsKnown_ = !caps_.batteryName.empty() && !caps_.incomplete;
     view_.chargeMode = chargeModeOf(caps_);
     view_.dischargeSupported = caps_.offers(behaviourForceDischarge);
     view_.controlFiles.clear();

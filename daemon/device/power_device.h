@@ -37,6 +37,8 @@ struct DeviceCapabilities {
     std::vector<std::string> behaviours;
     // Where the temperature comes from ("temp", a thermal zone or hwmon path); empty when unknown.
     std::string temperatureSource;
+    // A control file that exists but could not be read this time: look again rather than settle on less.
+    bool incomplete = false;
 
     bool offers(std::string_view behaviour) const {
         for (const auto& offered : behaviours) {

@@ -201,7 +201,11 @@ DeviceCapabilities SysfsDevice::capabilities() {
     caps.endThreshold = attributeWritable(*battery_ / thresholdAttribute(Threshold::end));
     caps.startThreshold = attributeWritable(*battery_ / thresholdAttribute(Threshold::start));
     if (attributeWritable(*battery_ / "charge_behaviour")) {
-        if (auto parsed = behaviour()) caps.behaviours = parsed->offered;
+        if (auto parsed = behaviour()) {
+            caps.behaviours = parsed->offered;
+        } else {
+            caps.incomplete = true;
+        }
     }
     temperature(&caps.temperatureSource);
     return caps;

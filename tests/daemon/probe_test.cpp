@@ -4,6 +4,7 @@
 
 #include <fstream>
 
+#include "device/sysfs_device.h"
 #include "harness.h"
 
 namespace torvel::daemon {
@@ -58,6 +59,22 @@ TEST(Probe, AnswersFromWhatTheDriverOffersAndWritesNothing) {
         EXPECT_EQ(probeJson(supply), c.expected) << c.name;
         EXPECT_EQ(fs::last_write_time(supply), before) << c.name;
     }
+}
+
+// A charge_behaviour caught mid-rewrite reads empty; settling on that would give up forced discharge for
+// good.
+TEST(SysfsDevice, AnUnreadableBehaviourIsAskedAgain) {
+    const testing::TempDir root;
+    const fs::path battery = root.path / "BAT0";
+    fs::create_directories(battery);
+    std::ofstream(battery / "type") << "Battery\n";
+    std::ofstream(battery / "charge_behaviour") << "";
+    SysfsDevice device(root.path);
+    EXPECT_TRUE(device.capabilities().incomplete);
+    std::ofstream(battery / "charge_behaviour") << "[auto] inhibit-charge force-discharge\n";
+    const auto caps = device.capabilities();
+    EXPECT_FALSE(caps.incomplete);
+    EXPECT_TRUE(caps.offers("force-discharge"));
 }
 
 }  // namespace
