@@ -18,8 +18,8 @@ struct PowerSupplyReading {
     bool operator==(const PowerSupplyReading&) const = default;
 };
 
-// Reads a power-supply class directory (normally /sys/class/power_supply). The first system battery in name
-// order is used; peripheral batteries (mice, keyboards) are ignored. Unreadable attributes omit their key.
+// The battery of a power-supply class directory (see power_supply.h) as the keys the conversion rules read.
+// Unreadable attributes omit their key.
 PowerSupplyReading readPowerSupplies(const std::filesystem::path& powerSupply);
 
 }  // namespace torvel

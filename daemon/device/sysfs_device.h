@@ -8,8 +8,8 @@
 
 namespace torvel::daemon {
 
-// The battery and mains of a power-supply class directory (/sys/class/power_supply, or a simulated tree).
-// The class directory's entries are links into /sys/devices and are followed; attribute files never are.
+// The battery and mains of a power-supply class directory (/sys/class/power_supply, or a simulated tree),
+// read through core's power-supply rules; what this adds is the writing.
 class SysfsDevice final : public PowerDevice {
   public:
     explicit SysfsDevice(std::filesystem::path powerSupply);
@@ -26,16 +26,10 @@ class SysfsDevice final : public PowerDevice {
     WriteError setBehaviour(std::string_view value) override;
 
   private:
-    std::optional<double> temperature(std::string* source);
-    bool mainsOnline() const;
-
     std::filesystem::path powerSupply_;
     std::optional<std::filesystem::path> battery_;
 };
 
-// One attribute's text without its trailing newline; absent when it cannot be read. Never follows a link.
-std::optional<std::string> readAttribute(const std::filesystem::path& file);
-std::optional<std::int64_t> readIntegerAttribute(const std::filesystem::path& file);
 // The failure text names the attribute: "cannot write charge_control_end_threshold: Invalid argument".
 WriteError writeAttribute(const std::filesystem::path& file, std::string_view value);
 // Whether the attribute exists and its permission bits let someone write it (sysfs marks them 0644).

@@ -77,5 +77,28 @@ TEST(SysfsDevice, AnUnreadableBehaviourIsAskedAgain) {
     EXPECT_TRUE(caps.offers("force-discharge"));
 }
 
+// The service runs as root: a write goes to the attribute itself or nowhere, and says why in words.
+TEST(SysfsDevice, WritesRefuseWhatIsNotAnAttribute) {
+    const testing::TempDir root;
+    const fs::path battery = root.path / "BAT0";
+    fs::create_directories(battery / "charge_behaviour");
+    std::ofstream(root.path / "elsewhere") << "80\n";
+    fs::create_symlink(root.path / "elsewhere", battery / "charge_control_end_threshold");
+    const struct {
+        const char* attribute;
+        const char* expected;
+    } cases[] = {
+        {"charge_control_end_threshold",
+         "cannot write charge_control_end_threshold: Too many levels of symbolic links"},
+        {"charge_control_start_threshold",
+         "cannot write charge_control_start_threshold: No such file or directory"},
+        {"charge_behaviour", "cannot write charge_behaviour: Is a directory"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(writeAttribute(battery / c.attribute, "75"), c.expected) << c.attribute;
+    std::ifstream target(root.path / "elsewhere");
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(target), {}), "80\n") << "the link was not followed";
+}
+
 }  // namespace
 }  // namespace torvel::daemon

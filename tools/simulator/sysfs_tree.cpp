@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <fstream>
 
+#include "battery/power_supply.h"
+#include "common/syscalls.h"
 #include "device/sysfs_device.h"
 
 namespace torvel::sim {
@@ -26,11 +28,10 @@ void SysfsTree::put(const fs::path& relative, const std::string& text, bool inPl
     const std::string bytes = text + "\n";
     if (inPlace) {
         // Control files keep their inode: the service may have one open for writing at this moment.
-        const int fd = ::open(target.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-        if (fd >= 0) {
-            [[maybe_unused]] const auto written = ::write(fd, bytes.data(), bytes.size());
-            ::close(fd);
-        }
+        const FileDescriptor fd(retryOnInterrupt(
+            [&] { return ::open(target.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644); }));
+        // A failed write shows as a stale value, which the next publish puts right.
+        if (fd.valid()) writeAll(fd.get(), bytes);
     } else {
         // Readings are swapped in whole, so a reader never sees an empty attribute.
         const fs::path temporary = target.string() + ".new";
@@ -44,7 +45,7 @@ std::optional<std::string> SysfsTree::create() {
     std::error_code error;
     fs::create_directories(root_ / "BAT0", error);
     if (!error) fs::create_directories(root_ / "AC", error);
-    if (error) return "cannot create " + root_.string() + ": " + error.message();
+    if (error) return systemError("create", root_.string(), error.value());
     put("BAT0/type", "Battery", false);
     put("BAT0/present", "1", false);
     put("BAT0/technology", "Li-ion", false);
@@ -64,7 +65,7 @@ void SysfsTree::absorbWrites() {
     // What the service wrote since the last look, if anything: the file no longer shows what we published.
     const auto written = [&](const fs::path& relative) -> std::optional<std::string> {
         const auto shown = shown_.find(relative);
-        const auto now = daemon::readAttribute(root_ / relative);
+        const auto now = readAttribute(root_ / relative);
         // An empty file is a write caught between its truncation and its bytes: look again next time.
         if (!now || now->empty() || shown == shown_.end() || *now == shown->second) return std::nullopt;
         return now;

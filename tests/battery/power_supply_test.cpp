@@ -1,0 +1,153 @@
+#include "battery/power_supply.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <string>
+#include <vector>
+
+namespace torvel {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Attribute {
+    std::string path;  // under the class directory
+    std::string text;
+};
+
+// A class directory of plain files, rebuilt for every case.
+class SupplyTree {
+  public:
+    explicit SupplyTree(const char* name) : root_(fs::path(::testing::TempDir()) / name) {
+        fs::remove_all(root_);
+        fs::create_directories(classDirectory());
+    }
+    ~SupplyTree() { fs::remove_all(root_); }
+    SupplyTree(const SupplyTree&) = delete;
+    SupplyTree& operator=(const SupplyTree&) = delete;
+
+    void write(const std::vector<Attribute>& attributes) const {
+        for (const auto& attribute : attributes) {
+            const fs::path file = classDirectory() / attribute.path;
+            fs::create_directories(file.parent_path());
+            std::ofstream(file) << attribute.text;
+        }
+    }
+    fs::path classDirectory() const { return root_ / "power_supply"; }
+
+  private:
+    fs::path root_;
+};
+
+// The app's reader and the service's device once applied different rules to these trees.
+TEST(PowerSupply, MainsIsAnOnlineAdapterOrPowerDeliverySource) {
+    const struct {
+        const char* name;
+        std::vector<Attribute> tree;
+        bool onMains;
+    } cases[] = {
+        {"mains adapter", {{"AC/type", "Mains\n"}, {"AC/online", "1\n"}}, true},
+        {"mains adapter offline", {{"AC/type", "Mains\n"}, {"AC/online", "0\n"}}, false},
+        {"USB_PD supply type", {{"ucsi/type", "USB_PD\n"}, {"ucsi/online", "1\n"}}, true},
+        {"USB_PD_DRP supply type", {{"ucsi/type", "USB_PD_DRP\n"}, {"ucsi/online", "1\n"}}, true},
+        {"USB port negotiating PD", {{"ucsi/type", "USB\n"}, {"ucsi/usb_type", "C [PD] PD_PPS\n"}, {"ucsi/online", "1\n"}}, true},
+        {"USB port with PPS active", {{"ucsi/type", "USB\n"}, {"ucsi/usb_type", "C PD [PD_PPS]\n"}, {"ucsi/online", "1\n"}}, true},
+        {"USB port with one type only", {{"ucsi/type", "USB\n"}, {"ucsi/usb_type", "PD\n"}, {"ucsi/online", "1\n"}}, true},
+        {"USB port at plain type C", {{"ucsi/type", "USB\n"}, {"ucsi/usb_type", "[C] PD PD_PPS\n"}, {"ucsi/online", "1\n"}}, false},
+        {"USB port with an unclosed bracket", {{"ucsi/type", "USB\n"}, {"ucsi/usb_type", "C [PD\n"}, {"ucsi/online", "1\n"}}, false},
+        {"PD port charging a device", {{"ucsi/type", "USB_PD\n"}, {"ucsi/scope", "Device\n"}, {"ucsi/online", "1\n"}}, false},
+        {"online written with padding", {{"AC/type", " Mains \n"}, {"AC/online", "\t1\r\n"}}, true},
+    };
+    for (const auto& c : cases) {
+        const SupplyTree tree("torvel_mains");
+        tree.write(c.tree);
+        tree.write({{"BAT0/type", "Battery\n"}});
+        const auto supplies = findPowerSupplies(tree.classDirectory());
+        ASSERT_TRUE(supplies) << c.name;
+        EXPECT_EQ(supplies->onMains, c.onMains) << c.name;
+        EXPECT_EQ(supplies->battery, tree.classDirectory() / "BAT0") << c.name;
+    }
+}
+
+TEST(PowerSupply, BatteryAttributesFollowOneSetOfRules) {
+    const struct {
+        const char* name;
+        std::vector<Attribute> tree;
+        std::optional<int> percent;
+        std::optional<std::int64_t> fullChargeMah, designMah, signedMilliamps;
+    } cases[] = {
+        {"charge in µAh rounds to the nearest mAh",
+         {{"capacity", "57\n"}, {"charge_full", "4300500\n"}, {"charge_full_design", "4382499\n"}},
+         57, 4301, 4382, std::nullopt},
+        {"energy over the minimum design voltage",
+         {{"energy_full", "45600000\n"}, {"energy_full_design", "57000000\n"}, {"voltage_min_design", "11400000\n"}},
+         std::nullopt, 4000, 5000, std::nullopt},
+        {"a zero charge file falls back to energy",
+         {{"charge_full", "0\n"}, {"energy_full", "45600000\n"}, {"voltage_min_design", "11400000\n"}},
+         std::nullopt, 4000, std::nullopt, std::nullopt},
+        {"no usable capacity or design voltage", {{"charge_full_design", "0\n"}, {"energy_full", "50000000\n"}},
+         std::nullopt, std::nullopt, std::nullopt, std::nullopt},
+        {"padded values are trimmed", {{"capacity", " 64 \n"}, {"status", "Discharging\r\n"}, {"current_now", "1500400\n"}},
+         64, std::nullopt, std::nullopt, -1500},
+        {"a percentage past 100 is dropped", {{"capacity", "150\n"}, {"status", "Charging\n"}, {"current_now", "-1499500\n"}},
+         std::nullopt, std::nullopt, std::nullopt, 1500},
+        {"current from power over voltage", {{"status", "Discharging\n"}, {"power_now", "9360000\n"}, {"voltage_now", "11700000\n"}},
+         std::nullopt, std::nullopt, std::nullopt, -800},
+        {"no status, no direction", {{"current_now", "1200000\n"}}, std::nullopt, std::nullopt, std::nullopt,
+         std::nullopt},
+    };
+    for (const auto& c : cases) {
+        const SupplyTree tree("torvel_battery");
+        tree.write({{"BAT0/type", "Battery\n"}});
+        for (const auto& attribute : c.tree) {
+            tree.write({{"BAT0/" + attribute.path, attribute.text}});
+        }
+        const auto battery = readBatteryAttributes(tree.classDirectory() / "BAT0");
+        EXPECT_EQ(battery.percent, c.percent) << c.name;
+        EXPECT_EQ(battery.fullChargeMah, c.fullChargeMah) << c.name;
+        EXPECT_EQ(battery.designMah, c.designMah) << c.name;
+        EXPECT_EQ(battery.signedCurrentMilliamps(), c.signedMilliamps) << c.name;
+    }
+}
+
+TEST(PowerSupply, TemperatureComesFromTheFirstSensorThatAnswers) {
+    const struct {
+        const char* name;
+        std::vector<Attribute> tree;
+        std::optional<BatteryTemperature> expected;
+    } cases[] = {
+        {"temp in tenths", {{"power_supply/BAT0/temp", "301\n"}, {"power_supply/BAT0/hwmon2/temp1_input", "40000\n"}},
+         BatteryTemperature{30.1, "temp"}},
+        {"hwmon child in millidegrees", {{"power_supply/BAT0/hwmon2/temp1_input", "31500\n"}},
+         BatteryTemperature{31.5, "hwmon2/temp1_input"}},
+        {"thermal zone named after the battery",
+         {{"thermal/thermal_zone0/type", "x86_pkg_temp\n"}, {"thermal/thermal_zone0/temp", "60000\n"},
+          {"thermal/thermal_zone3/type", "Battery\n"}, {"thermal/thermal_zone3/temp", "29000\n"}},
+         BatteryTemperature{29.0, "thermal_zone3"}},
+        {"unreadable temp and no sensor", {{"power_supply/BAT0/temp", "n/a\n"}}, std::nullopt},
+    };
+    for (const auto& c : cases) {
+        const SupplyTree tree("torvel_temperature");
+        tree.write({{"BAT0/type", "Battery\n"}});
+        for (const auto& attribute : c.tree) {
+            const fs::path file = tree.classDirectory().parent_path() / attribute.path;
+            fs::create_directories(file.parent_path());
+            std::ofstream(file) << attribute.text;
+        }
+        EXPECT_EQ(batteryTemperature(tree.classDirectory() / "BAT0"), c.expected) << c.name;
+    }
+}
+
+TEST(PowerSupply, AttributesAreShortTextFiles) {
+    const SupplyTree tree("torvel_attributes");
+    tree.write({{"BAT0/model_name", std::string(5000, 'x')}, {"BAT0/status", "\n"}, {"BAT0/capacity", "5O\n"}});
+    const fs::path battery = tree.classDirectory() / "BAT0";
+    EXPECT_FALSE(readAttribute(battery / "model_name")) << "larger than any attribute";
+    EXPECT_FALSE(readAttribute(battery / "status")) << "blank";
+    EXPECT_FALSE(readIntegerAttribute(battery / "capacity")) << "not a number";
+    EXPECT_FALSE(readAttribute(battery / "missing"));
+}
+
+}  // namespace
+}  // namespace torvel
