@@ -6,6 +6,8 @@
 #include <cmath>
 #include <variant>
 
+#include "common/syscalls.h"
+
 namespace torvel::daemon {
 ChargeService::ChargeService(const Paths& paths, PowerDevice& device, Identity identity, Instant startedAt)
     : paths_(paths),
@@ -131,7 +133,8 @@ CallReply ChargeService::purgeAllData(Instant now) {
     controller_.forgetMemory();
     savedMemory_.reset();
     const auto unlinkIfThere = [](const std::filesystem::path& file) -> FileError {
-        if (::unlink(file.c_str()) != 0 && errno != ENOENT) return systemError("delete", file, errno);
+        if (::unlink(file.c_str()) != 0 && errno != ENOENT)
+            return systemError("delete", file.filename().string(), errno);
         return std::nullopt;
     };
     auto olderLog = paths_.log;

@@ -14,6 +14,7 @@
 #include "bus/authoriser.h"
 #include "bus/bus_service.h"
 #include "charge_service.h"
+#include "common/syscalls.h"
 #include "device/sysfs_device.h"
 
 namespace torvel::daemon {
@@ -121,7 +122,7 @@ RunEnd runService(const RunOptions& options) {
         std::optional<BusService> busService;
         // Without a bus the service still holds the limit from config.json; only the remote calls are lost.
         if (int result = sd_bus_open_system(&bus); result < 0) {
-            loop.log(std::string("cannot connect to the system bus: ") + std::strerror(-result));
+            loop.log(systemError("connect to", "the system bus", -result));
             bus = nullptr;
         } else {
             sd_bus_attach_event(bus, event, SD_EVENT_PRIORITY_NORMAL);

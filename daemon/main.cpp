@@ -6,6 +6,7 @@
 #include <iostream>
 #include <string>
 
+#include "common/syscalls.h"
 #include "event_loop.h"
 #include "probe.h"
 
@@ -51,7 +52,7 @@ int main(int argc, char** argv) {
     if (end == torvel::daemon::RunEnd::restartRequested) {
         // The same process image afresh: new code after an update, a clean state otherwise.
         ::execv("/proc/self/exe", argv);
-        std::cerr << "torvel-daemon: cannot restart: " << std::strerror(errno) << "\n";
+        std::cerr << "torvel-daemon: " << torvel::systemError("restart", {}, errno) << "\n";
         return 1;
     }
     return end == torvel::daemon::RunEnd::failed ? 1 : 0;

@@ -6,6 +6,7 @@
 
 #include <QSocketNotifier>
 #include <array>
+#include <utility>
 
 namespace torvel::app {
 
@@ -21,23 +22,19 @@ UeventWatcher::UeventWatcher(QObject* parent) : QObject(parent) {
     settle_.setInterval(settleMilliseconds);
     connect(&settle_, &QTimer::timeout, this, &UeventWatcher::powerSupplyChanged);
 
-    fd_ = ::socket(AF_NETLINK, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, NETLINK_KOBJECT_UEVENT);
-    if (fd_ < 0) return;
+    FileDescriptor socket(
+        ::socket(AF_NETLINK, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, NETLINK_KOBJECT_UEVENT));
+    if (!socket.valid()) return;
     sockaddr_nl address{};
     address.nl_family = AF_NETLINK;
     address.nl_groups = kernelEvents;
-    if (::bind(fd_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-        ::close(fd_);
-        fd_ = -1;
-        return;
-    }
-    notifier_ = new QSocketNotifier(fd_, QSocketNotifier::Read, this);
+    if (::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) return;
+    fd_ = std::move(socket);
+    notifier_ = new QSocketNotifier(fd_.get(), QSocketNotifier::Read, this);
     connect(notifier_, &QSocketNotifier::activated, this, &UeventWatcher::readEvents);
 }
 
-UeventWatcher::~UeventWatcher() {
-    if (fd_ >= 0) ::close(fd_);
-}
+UeventWatcher::~UeventWatcher() = default;
 
 bool UeventWatcher::isPowerSupplyEvent(const QByteArray& payload) {
     for (const QByteArray& field : payload.split('\0')) {
@@ -49,7 +46,8 @@ bool UeventWatcher::isPowerSupplyEvent(const QByteArray& payload) {
 void UeventWatcher::readEvents() {
     std::array<char, 8192> buffer{};
     for (;;) {
-        const ssize_t got = ::recv(fd_, buffer.data(), buffer.size(), 0);
+        const ssize_t got =
+            retryOnInterrupt([&] { return ::recv(fd_.get(), buffer.data(), buffer.size(), 0); });
         if (got <= 0) return;
         if (isPowerSupplyEvent(QByteArray(buffer.data(), static_cast<qsizetype>(got)))) settle_.start();
     }

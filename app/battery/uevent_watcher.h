@@ -3,6 +3,8 @@
 #include <QObject>
 #include <QTimer>
 
+#include "common/syscalls.h"
+
 class QSocketNotifier;
 
 namespace torvel::app {
@@ -17,7 +19,7 @@ class UeventWatcher : public QObject {
     explicit UeventWatcher(QObject* parent = nullptr);
     ~UeventWatcher() override;
 
-    bool listening() const { return fd_ >= 0; }
+    bool listening() const { return fd_.valid(); }
 
     // Whether one event's payload (NUL-separated KEY=value fields) concerns a power supply.
     static bool isPowerSupplyEvent(const QByteArray& payload);
@@ -29,7 +31,7 @@ class UeventWatcher : public QObject {
   private:
     void readEvents();
 
-    int fd_ = -1;
+    FileDescriptor fd_;
     QSocketNotifier* notifier_ = nullptr;
     QTimer settle_;
 };

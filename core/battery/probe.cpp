@@ -12,6 +12,7 @@
 #include "common/fmt.h"
 #include "common/json.h"
 #include "common/numbers.h"
+#include "common/syscalls.h"
 
 extern char** environ;
 
@@ -25,14 +26,6 @@ bool isExecutableFile(const std::filesystem::path& path) {
     struct stat info {};
     return ::stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode) && ::access(path.c_str(), X_OK) == 0;
 }
-
-// Closes a descriptor on every path out of run().
-struct Descriptor {
-    int fd = -1;
-    ~Descriptor() {
-        if (fd >= 0) ::close(fd);
-    }
-};
 
 }  // namespace
 
@@ -76,12 +69,12 @@ HardwareProbe::ProbeRun HardwareProbe::run(const std::filesystem::path& executab
 
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC) != 0) return launchFailure(errno);
-    Descriptor readEnd{ends[0]};
-    Descriptor writeEnd{ends[1]};
+    const FileDescriptor readEnd(ends[0]);
+    FileDescriptor writeEnd(ends[1]);
 
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, writeEnd.fd, STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, writeEnd.get(), STDOUT_FILENO);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
 
     std::string path = executable.string();
@@ -94,23 +87,18 @@ HardwareProbe::ProbeRun HardwareProbe::run(const std::filesystem::path& executab
     if (spawned != 0) return launchFailure(spawned);
 
     // Our copy of the write end must go, or the read below would never see the end of the output.
-    ::close(writeEnd.fd);
-    writeEnd.fd = -1;
+    writeEnd.reset();
 
     std::string output;
     char buffer[4096];
     for (;;) {
-        const ssize_t count = ::read(readEnd.fd, buffer, sizeof buffer);
-        if (count > 0) {
-            output.append(buffer, static_cast<std::size_t>(count));
-        } else if (count == 0 || errno != EINTR) {
-            break;
-        }
+        const ssize_t count = retryOnInterrupt([&] { return ::read(readEnd.get(), buffer, sizeof buffer); });
+        if (count <= 0) break;
+        output.append(buffer, static_cast<std::size_t>(count));
     }
     // The exit status says nothing the answer does not; only the child needs reaping.
     int status = 0;
-    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
+    retryOnInterrupt([&] { return ::waitpid(child, &status, 0); });
     return Output{std::move(output)};
 }
 

@@ -6,6 +6,8 @@
 
 #include <cerrno>
 
+#include "common/syscalls.h"
+
 namespace torvel {
 namespace {
 
@@ -13,30 +15,13 @@ std::error_code lastError() {
     return {errno, std::generic_category()};
 }
 
-class FileDescriptor {
-  public:
-    explicit FileDescriptor(int fd) : fd_(fd) {}
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-    ~FileDescriptor() {
-        if (fd_ >= 0) ::close(fd_);
-    }
-    int get() const { return fd_; }
-
-  private:
-    int fd_;
-};
-
 // Reads until end of file from the current offset; files in /sys and pipes report no useful size.
 std::error_code readRest(int fd, std::string& out) {
     char buffer[65536];
     for (;;) {
-        const ssize_t n = ::read(fd, buffer, sizeof buffer);
+        const ssize_t n = retryOnInterrupt([&] { return ::read(fd, buffer, sizeof buffer); });
         if (n == 0) return {};
-        if (n < 0) {
-            if (errno == EINTR) continue;
-            return lastError();
-        }
+        if (n < 0) return lastError();
         out.append(buffer, static_cast<std::size_t>(n));
     }
 }
@@ -44,8 +29,8 @@ std::error_code readRest(int fd, std::string& out) {
 }  // namespace
 
 FileContents readWholeFile(const std::filesystem::path& path) {
-    FileDescriptor fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (fd.get() < 0) return lastError();
+    const FileDescriptor fd(retryOnInterrupt([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC); }));
+    if (!fd.valid()) return lastError();
     std::string bytes;
     struct stat info {};
     if (::fstat(fd.get(), &info) == 0 && info.st_size > 0)
@@ -56,8 +41,8 @@ FileContents readWholeFile(const std::filesystem::path& path) {
 
 std::variant<FileTail, std::error_code> readFileTail(const std::filesystem::path& path,
                                                      std::size_t maxBytes) {
-    FileDescriptor fd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (fd.get() < 0) return lastError();
+    const FileDescriptor fd(retryOnInterrupt([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC); }));
+    if (!fd.valid()) return lastError();
     struct stat info {};
     if (::fstat(fd.get(), &info) != 0) return lastError();
     FileTail tail;
@@ -72,16 +57,10 @@ std::variant<FileTail, std::error_code> readFileTail(const std::filesystem::path
 }
 
 std::error_code writeWholeFile(const std::filesystem::path& path, std::string_view bytes) {
-    FileDescriptor fd(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0644));
-    if (fd.get() < 0) return lastError();
-    while (!bytes.empty()) {
-        const ssize_t n = ::write(fd.get(), bytes.data(), bytes.size());
-        if (n < 0) {
-            if (errno == EINTR) continue;
-            return lastError();
-        }
-        bytes.remove_prefix(static_cast<std::size_t>(n));
-    }
+    const FileDescriptor fd(retryOnInterrupt(
+        [&] { return ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0644); }));
+    if (!fd.valid()) return lastError();
+    if (!writeAll(fd.get(), bytes)) return lastError();
     return {};
 }
 

@@ -5,11 +5,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
 
+#include "common/syscalls.h"
 #include "history/journal_parser.h"
 
 namespace torvel {
@@ -31,15 +31,14 @@ class DayReader {
   private:
     // Reads the file in one go into the buffer, followed by the zeroed padding the parser reads past the end.
     std::optional<std::size_t> load(const std::filesystem::path& path) {
-        const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-        if (fd < 0) return std::nullopt;
-        std::optional<std::size_t> result;
+        const FileDescriptor fd(
+            retryOnInterrupt([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); }));
+        if (!fd.valid()) return std::nullopt;
         struct stat info {};
-        if (::fstat(fd, &info) == 0 && S_ISREG(info.st_mode) &&
-            static_cast<std::uintmax_t>(info.st_size) <= maxDayFileBytes)
-            result = readAll(fd, static_cast<std::size_t>(info.st_size));
-        ::close(fd);
-        return result;
+        if (::fstat(fd.get(), &info) != 0 || !S_ISREG(info.st_mode) ||
+            static_cast<std::uintmax_t>(info.st_size) > maxDayFileBytes)
+            return std::nullopt;
+        return readAll(fd.get(), static_cast<std::size_t>(info.st_size));
     }
 
     std::optional<std::size_t> readAll(int fd, std::size_t expected) {
@@ -50,11 +49,8 @@ class DayReader {
                 buffer_.resize(std::max(expected, length * 2) + 4096 + detail::JournalParser::padding);
             }
             const std::size_t room = buffer_.size() - detail::JournalParser::padding - length;
-            const ssize_t n = ::read(fd, buffer_.data() + length, room);
-            if (n < 0) {
-                if (errno == EINTR) continue;
-                return std::nullopt;
-            }
+            const ssize_t n = retryOnInterrupt([&] { return ::read(fd, buffer_.data() + length, room); });
+            if (n < 0) return std::nullopt;
             if (n == 0) break;
             length += static_cast<std::size_t>(n);
             if (length > maxDayFileBytes) return std::nullopt;

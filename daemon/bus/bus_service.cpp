@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "common/syscalls.h"
+
 namespace torvel::daemon {
 BusService::~BusService() {
     sd_bus_slot_unref(slot_);
@@ -23,10 +25,10 @@ std::optional<std::string> BusService::start(bool takeName) {
         SD_BUS_VTABLE_END,
     };
     int result = sd_bus_add_object_vtable(bus_, &slot_, objectPath, interfaceName, table, this);
-    if (result < 0) return std::string("cannot register ") + objectPath + ": " + std::strerror(-result);
+    if (result < 0) return systemError("register", objectPath, -result);
     if (takeName) {
         result = sd_bus_request_name(bus_, busName, 0);
-        if (result < 0) return std::string("cannot own ") + busName + ": " + std::strerror(-result);
+        if (result < 0) return systemError("own", busName, -result);
     }
     return std::nullopt;
 }

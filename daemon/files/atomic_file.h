@@ -9,7 +9,8 @@
 
 namespace torvel::daemon {
 
-// Failure text ("cannot write config.json: No space left on device"), absent on success.
+// Failure text ("cannot write config.json: No space left on device"), absent on success. The texts name the
+// file, never its whole path, so they read the same under a test root.
 using FileError = std::optional<std::string>;
 
 // Replaces `file` so that a reader sees the old bytes or the new ones, never a mix, even across a crash:
@@ -24,8 +25,5 @@ FileError ensureDirectory(const std::filesystem::path& directory, mode_t mode = 
 // The whole file, refusing a link at the name (ELOOP) as a service running as root must. On failure
 // `error` receives the errno.
 std::optional<std::string> readFileNoFollow(const std::filesystem::path& file, int& error);
-
-// "cannot <operation> <name>: <strerror(error)>".
-std::string systemError(std::string_view operation, const std::filesystem::path& file, int error);
 
 }  // namespace torvel::daemon

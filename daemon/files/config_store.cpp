@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cmath>
 
+#include "common/syscalls.h"
 #include "service/settings_rules.h"
 
 namespace torvel::daemon {
@@ -57,7 +58,9 @@ ConfigStore::Loaded ConfigStore::load() const {
     const auto bytes = readFileNoFollow(file_, error);
     if (!bytes) {
         if (error == ENOENT) return {};
-        if (error != ELOOP) return {Settings{}, systemError("read", file_, error) + "; using the defaults"};
+        if (error != ELOOP)
+            return {Settings{},
+                    systemError("read", file_.filename().string(), error) + "; using the defaults"};
     }
     if (bytes) {
         auto result = validateSettings(*bytes, Settings{});
@@ -68,7 +71,8 @@ ConfigStore::Loaded ConfigStore::load() const {
     auto bad = file_;
     bad += ".bad";
     if (::rename(file_.c_str(), bad.c_str()) != 0) {
-        return {Settings{}, systemError("set aside", file_, errno) + "; using the defaults"};
+        return {Settings{},
+                systemError("set aside", file_.filename().string(), errno) + "; using the defaults"};
     }
     return {Settings{}, file_.filename().string() + " could not be used and was kept as " +
                             bad.filename().string() + "; using the defaults"};

@@ -10,32 +10,26 @@
 #include <string>
 #include <vector>
 
+#include "common/syscalls.h"
 #include "history/store.h"
 
 namespace torvel::daemon {
 namespace {
 
-struct Descriptor {
-    int fd = -1;
-    ~Descriptor() {
-        if (fd >= 0) ::close(fd);
-    }
-};
-
 // The directory itself must not be a link either: a planted link would send appends and deletions elsewhere.
-int openDirectory(const std::filesystem::path& directory) {
-    return ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+FileDescriptor openDirectory(const std::filesystem::path& directory) {
+    return FileDescriptor(retryOnInterrupt(
+        [&] { return ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC); }));
 }
 
 std::vector<std::string> dayFiles(int directoryFd) {
     std::vector<std::string> names;
-    const int copy = ::dup(directoryFd);
-    if (copy < 0) return names;
-    DIR* listing = ::fdopendir(copy);
-    if (listing == nullptr) {
-        ::close(copy);
-        return names;
-    }
+    FileDescriptor copy(::dup(directoryFd));
+    if (!copy.valid()) return names;
+    DIR* listing = ::fdopendir(copy.get());
+    if (listing == nullptr) return names;
+    // closedir closes it from here on.
+    copy.release();
     while (const dirent* entry = ::readdir(listing)) {
         if (!JournalWriter::isDayFileName(entry->d_name)) continue;
         struct stat info {};
@@ -75,17 +69,16 @@ std::variant<bool, std::string> JournalWriter::record(const HistorySample& sampl
     const auto name = HistoryStore::dayFileName(sample.date);
     if (!name) return std::string("cannot name the journal file for this date");
     if (auto error = ensureDirectory(directory_)) return *error;
-    Descriptor directory{openDirectory(directory_)};
-    if (directory.fd < 0) return systemError("open", directory_, errno);
-    Descriptor out{
-        ::openat(directory.fd, name->c_str(), O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0644)};
-    if (out.fd < 0) return systemError("open", *name, errno);
+    const FileDescriptor directory = openDirectory(directory_);
+    if (!directory.valid()) return systemError("open", directory_.filename().string(), errno);
+    const FileDescriptor out(retryOnInterrupt([&] {
+        return ::openat(directory.get(), name->c_str(),
+                        O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0644);
+    }));
+    if (!out.valid()) return systemError("open", *name, errno);
     // One write per line: a reader never sees half a line from us, only a line or none.
     const std::string line = JournalLine::encode(sample) + "\n";
-    ssize_t written = 0;
-    do {
-        written = ::write(out.fd, line.data(), line.size());
-    } while (written < 0 && errno == EINTR);
+    const ssize_t written = retryOnInterrupt([&] { return ::write(out.get(), line.data(), line.size()); });
     if (written < 0) return systemError("append to", *name, errno);
     last_ = sample;
     return true;
@@ -96,22 +89,24 @@ FileError JournalWriter::prune(Instant now, int historyDays, bool force) {
     lastPrune_ = now;
     const auto oldestKept = Dates::addLocalDays(now, -historyDays);
     if (!oldestKept) return std::nullopt;
-    Descriptor directory{openDirectory(directory_)};
-    if (directory.fd < 0) return errno == ENOENT ? FileError{} : systemError("open", directory_, errno);
-    for (const auto& name : dayFiles(directory.fd)) {
+    const FileDescriptor directory = openDirectory(directory_);
+    if (!directory.valid())
+        return errno == ENOENT ? FileError{} : systemError("open", directory_.filename().string(), errno);
+    for (const auto& name : dayFiles(directory.get())) {
         const auto day = Dates::parseIsoDay(std::string_view(name).substr(0, 10));
         if (!day || *day >= *oldestKept) continue;
-        if (::unlinkat(directory.fd, name.c_str(), 0) != 0) return systemError("delete", name, errno);
+        if (::unlinkat(directory.get(), name.c_str(), 0) != 0) return systemError("delete", name, errno);
     }
     return std::nullopt;
 }
 
 FileError JournalWriter::removeAll() {
     last_.reset();
-    Descriptor directory{openDirectory(directory_)};
-    if (directory.fd < 0) return errno == ENOENT ? FileError{} : systemError("open", directory_, errno);
-    for (const auto& name : dayFiles(directory.fd)) {
-        if (::unlinkat(directory.fd, name.c_str(), 0) != 0) return systemError("delete", name, errno);
+    const FileDescriptor directory = openDirectory(directory_);
+    if (!directory.valid())
+        return errno == ENOENT ? FileError{} : systemError("open", directory_.filename().string(), errno);
+    for (const auto& name : dayFiles(directory.get())) {
+        if (::unlinkat(directory.get(), name.c_str(), 0) != 0) return systemError("delete", name, errno);
     }
     // Fails harmlessly when something else lives there: that is not ours to remove.
     ::rmdir(directory_.c_str());

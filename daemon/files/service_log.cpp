@@ -9,6 +9,8 @@
 #include <ctime>
 #include <string>
 
+#include "common/syscalls.h"
+
 namespace torvel::daemon {
 
 void ServiceLog::write(Instant now, std::string_view text) {
@@ -30,13 +32,11 @@ void ServiceLog::write(Instant now, std::string_view text) {
         older += ".1";
         ::rename(file_.c_str(), older.c_str());
     }
-    const int fd = ::open(file_.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0644);
-    if (fd < 0) return;
-    ssize_t written = 0;
-    do {
-        written = ::write(fd, line.data(), line.size());
-    } while (written < 0 && errno == EINTR);
-    ::close(fd);
+    const FileDescriptor fd(retryOnInterrupt(
+        [&] { return ::open(file_.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0644); }));
+    if (!fd.valid()) return;
+    // The log has nowhere to report its own failure; a lost line is all that can go wrong.
+    retryOnInterrupt([&] { return ::write(fd.get(), line.data(), line.size()); });
 }
 
 }  // namespace torvel::daemon

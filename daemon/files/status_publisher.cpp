@@ -4,6 +4,8 @@
 
 #include <cerrno>
 
+#include "common/syscalls.h"
+
 namespace torvel::daemon {
 namespace {
 
@@ -28,7 +30,8 @@ std::variant<bool, std::string> StatusPublisher::publish(PublishedStatus status,
 
 FileError StatusPublisher::remove() {
     last_.reset();
-    if (::unlink(file_.c_str()) != 0 && errno != ENOENT) return systemError("delete", file_, errno);
+    if (::unlink(file_.c_str()) != 0 && errno != ENOENT)
+        return systemError("delete", file_.filename().string(), errno);
     return std::nullopt;
 }
 

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "common/paths.h"
+#include "common/syscalls.h"
 
 extern char** environ;
 
@@ -66,9 +67,12 @@ class Child {
             ::_exit(127);
         }
         if (firstLine) {
-            ::close(fds[1]);
-            for (char c = 0; ::read(fds[0], &c, 1) == 1 && c != '\n';) firstLine->push_back(c);
-            ::close(fds[0]);
+            const FileDescriptor readEnd(fds[0]);
+            // Our copy of the write end goes now, so a child that dies before its line ends the read.
+            FileDescriptor(fds[1]).reset();
+            char c = 0;
+            while (retryOnInterrupt([&] { return ::read(readEnd.get(), &c, 1); }) == 1 && c != '\n')
+                firstLine->push_back(c);
         }
         return pid_ > 0;
     }

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <numbers>
 
+#include "common/syscalls.h"
 #include "history/store.h"
 
 namespace torvel::tools {
@@ -92,7 +93,7 @@ std::variant<std::int64_t, std::string> writeJournal(const std::filesystem::path
                                                      const JournalPlan& plan) {
     std::error_code error;
     std::filesystem::create_directories(directory, error);
-    if (error) return "cannot create " + directory.string() + ": " + error.message();
+    if (error) return systemError("create", directory.string(), error.value());
     const auto first = Dates::addLocalDays(plan.lastDay, 1 - plan.days);
     if (!first) return "cannot place the first day in the calendar";
     JournalSimulator simulator(plan.seed, plan.limit);
