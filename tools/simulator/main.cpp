@@ -6,15 +6,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
 #include <iostream>
 #include <sstream>
 #include <string>
 
 #include "battery_model.h"
+#include "common/syscalls.h"
 #include "sysfs_tree.h"
 
 namespace {
@@ -132,17 +133,22 @@ bool run(const std::string& line, torvel::sim::SimulatedBattery& battery, double
     return true;
 }
 
-// Reads whatever complete lines are waiting on `fd`, without blocking.
-bool drain(int fd, std::string& pending, torvel::sim::SimulatedBattery& battery, double& speed) {
+enum class Input { open, ended, quit };
+
+// Runs whatever complete lines are waiting on `fd`, without blocking. At the end of the input its last,
+// unterminated line counts too.
+Input drain(int fd, std::string& pending, torvel::sim::SimulatedBattery& battery, double& speed) {
     char buffer[512];
-    const ssize_t n = ::read(fd, buffer, sizeof buffer);
+    const ssize_t n = torvel::retryOnInterrupt([&] { return ::read(fd, buffer, sizeof buffer); });
+    const bool ended = n == 0 || (n < 0 && errno != EAGAIN && errno != EWOULDBLOCK);
     if (n > 0) pending.append(buffer, static_cast<std::size_t>(n));
+    if (ended && !pending.empty() && pending.back() != '\n') pending += '\n';
     for (std::size_t end; (end = pending.find('\n')) != std::string::npos;) {
         const std::string line = pending.substr(0, end);
         pending.erase(0, end + 1);
-        if (!run(line, battery, speed)) return false;
+        if (!run(line, battery, speed)) return Input::quit;
     }
-    return true;
+    return ended ? Input::ended : Input::open;
 }
 
 }  // namespace
@@ -166,25 +172,35 @@ int main(int argc, char** argv) {
         return 1;
     }
 
-    int fifo = -1;
+    torvel::FileDescriptor fifo;
     if (!options.commands.empty()) {
         ::mkfifo(options.commands.c_str(), 0600);
-        // Read-write keeps the FIFO open when a writer comes and goes.
-        fifo = ::open(options.commands.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
-        if (fifo < 0)
-            std::cerr << "torvel-simbattery: cannot open " << options.commands << ": " << std::strerror(errno)
+        // Read-write keeps the FIFO open when a writer comes and goes, so it never reaches its end.
+        fifo.reset(::open(options.commands.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
+        if (!fifo.valid())
+            std::cerr << "torvel-simbattery: " << torvel::systemError("open", options.commands, errno)
                       << "\n";
     }
     ::fcntl(STDIN_FILENO, F_SETFL, ::fcntl(STDIN_FILENO, F_GETFL) | O_NONBLOCK);
 
+    // An ended or closed standard input stays readable for ever; watching it then would turn the wait below
+    // into a busy loop, so it is dropped (poll skips a negative descriptor).
+    int input = STDIN_FILENO;
     std::string stdinPending, fifoPending;
     auto last = std::chrono::steady_clock::now();
     std::size_t refusalsShown = 0;
     while (!stopRequested) {
-        pollfd waits[2] = {{STDIN_FILENO, POLLIN, 0}, {fifo, POLLIN, 0}};
-        ::poll(waits, fifo >= 0 ? 2 : 1, 200);
-        if ((waits[0].revents & POLLIN) && !drain(STDIN_FILENO, stdinPending, battery, options.speed)) break;
-        if (fifo >= 0 && (waits[1].revents & POLLIN) && !drain(fifo, fifoPending, battery, options.speed))
+        pollfd waits[2] = {{input, POLLIN, 0}, {fifo.get(), POLLIN, 0}};
+        ::poll(waits, 2, 200);
+        if (waits[0].revents & POLLNVAL) {
+            input = -1;
+        } else if (waits[0].revents & (POLLIN | POLLHUP | POLLERR)) {
+            const Input stdinState = drain(input, stdinPending, battery, options.speed);
+            if (stdinState == Input::quit) break;
+            if (stdinState == Input::ended) input = -1;
+        }
+        if ((waits[1].revents & POLLIN) &&
+            drain(fifo.get(), fifoPending, battery, options.speed) == Input::quit)
             break;
 
         tree.absorbWrites();
