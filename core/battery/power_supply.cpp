@@ -81,8 +81,8 @@ std::optional<std::int64_t> currentMicroamps(const fs::path& battery,
 }  // namespace
 
 std::optional<std::string> readAttribute(const fs::path& file) {
-    const FileDescriptor fd(
-        retryOnInterrupt([&] { return ::open(file.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK); }));
+    const FileDescriptor fd(retryOnInterrupt(
+        [&] { return ::open(file.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK); }));
     if (!fd.valid()) return std::nullopt;
     std::string text;
     char buffer[attributeLimit + 1];
@@ -180,9 +180,10 @@ std::optional<std::int64_t> BatteryAttributes::signedCurrentMilliamps() const {
 
 BatteryAttributes readBatteryAttributes(const fs::path& battery) {
     BatteryAttributes attributes;
-    attributes.present = readIntegerAttribute(battery / "present").value_or(1) != 0;
-    if (auto capacity = readIntegerAttribute(battery / "capacity"); capacity && *capacity >= 0 && *capacity <= 100)
-        attributes.percent = static_cast<int>(*capacity);
+    attributes.batteryPresent = readIntegerAttribute(battery / "present").value_or(1) != 0;
+    if (auto capacity = readIntegerAttribute(battery / "capacity");
+        capacity && *capacity >= 0 && *capacity <= 100)
+        attributes.capacity = static_cast<int>(*capacity);
     attributes.status = readAttribute(battery / "status");
     attributes.cycleCount = positive(readIntegerAttribute(battery / "cycle_count"));
     const auto microVolts = positive(readIntegerAttribute(battery / "voltage_now"));
@@ -190,7 +191,7 @@ BatteryAttributes readBatteryAttributes(const fs::path& battery) {
     attributes.currentMicroamps = currentMicroamps(battery, microVolts);
     attributes.fullChargeMah = capacityMah(battery, "charge_full", "energy_full");
     attributes.designMah = capacityMah(battery, "charge_full_design", "energy_full_design");
-    attributes.temperature = batteryTemperature(battery);
+    if (auto temperature = batteryTemperature(battery)) attributes.temperatureCelsius = temperature->celsius;
     return attributes;
 }
 

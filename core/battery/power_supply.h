@@ -45,8 +45,10 @@ struct BatteryTemperature {
 
 // One look at a battery. Values that cannot be read, or that no battery could report, are absent.
 struct BatteryAttributes {
-    bool present = true;
-    std::optional<int> percent;
+    // False until a battery has been read, and for a bay whose battery is out (`present` 0).
+    bool batteryPresent = false;
+    // Percent, 0 to 100.
+    std::optional<int> capacity;
     // "Charging", "Discharging", "Not charging", "Full" or "Unknown", as the kernel words it.
     std::optional<std::string> status;
     // Absent when the driver does not count (it reports 0).
@@ -56,7 +58,7 @@ struct BatteryAttributes {
     std::optional<std::int64_t> currentMicroamps;
     std::optional<std::int64_t> fullChargeMah;
     std::optional<std::int64_t> designMah;
-    std::optional<BatteryTemperature> temperature;
+    std::optional<double> temperatureCelsius;
 
     // Negative while discharging. The direction comes from `status` alone, so without one it is absent.
     std::optional<std::int64_t> signedCurrentMilliamps() const;

@@ -8,7 +8,7 @@ namespace {
 PowerSourceKeys describe(const BatteryAttributes& battery, bool onMains) {
     PowerSourceKeys keys;
     keys.set("Type", "InternalBattery");
-    if (battery.percent) keys.set("Current Capacity", std::int64_t{*battery.percent});
+    if (battery.capacity) keys.set("Current Capacity", std::int64_t{*battery.capacity});
     // sysfs capacity is already a percentage.
     keys.set("Max Capacity", std::int64_t{100});
     if (battery.status) keys.set("Is Charging", *battery.status == "Charging");
@@ -20,7 +20,7 @@ PowerSourceKeys properties(const BatteryAttributes& battery) {
     PowerSourceKeys keys;
     if (battery.cycleCount) keys.set("CycleCount", *battery.cycleCount);
     // Tenths of a kelvin; the half tenth is kept so 30.0 °C stays 30.0 °C.
-    if (battery.temperature) keys.set("Temperature", battery.temperature->celsius * 10.0 + 2731.5);
+    if (battery.temperatureCelsius) keys.set("Temperature", *battery.temperatureCelsius * 10.0 + 2731.5);
     if (battery.voltageMillivolts) keys.set("Voltage", *battery.voltageMillivolts);
     if (auto milliamps = battery.signedCurrentMilliamps()) keys.set("Amperage", *milliamps);
     if (battery.fullChargeMah) keys.set("AppleRawMaxCapacity", *battery.fullChargeMah);

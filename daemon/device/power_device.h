@@ -6,23 +6,14 @@
 #include <string_view>
 #include <vector>
 
+#include "battery/power_supply.h"
 #include "device/charge_behaviour.h"
 
 namespace torvel::daemon {
 
-// One look at the battery and the mains. Absent values could not be read.
-struct DeviceReading {
-    bool batteryPresent = false;
-    std::optional<int> capacity;
-    // "Charging", "Discharging", "Not charging", "Full" or "Unknown", as the kernel words it.
-    std::string status = "Unknown";
+// One look at the battery, as core reads it, and at the mains.
+struct DeviceReading : BatteryAttributes {
     bool plugged = false;
-    std::optional<double> temperatureCelsius;
-    // Magnitude only: ACPI does not sign it, so the direction comes from `status`.
-    std::optional<std::int64_t> currentMicroamps;
-    std::optional<std::int64_t> fullChargeMah;
-    std::optional<std::int64_t> designMah;
-    std::optional<std::int64_t> cycleCount;
 
     bool charging() const { return status == "Charging"; }
     bool full() const { return status == "Full" || (capacity && *capacity >= 100); }

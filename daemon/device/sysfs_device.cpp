@@ -47,15 +47,7 @@ DeviceReading SysfsDevice::read() {
     reading.plugged = supplies.onMains;
     if (!battery_ || !fs::exists(*battery_)) battery_ = supplies.battery;
     if (!battery_) return reading;
-    const BatteryAttributes battery = readBatteryAttributes(*battery_);
-    reading.batteryPresent = battery.present;
-    reading.capacity = battery.percent;
-    reading.status = battery.status.value_or("Unknown");
-    if (battery.temperature) reading.temperatureCelsius = battery.temperature->celsius;
-    reading.currentMicroamps = battery.currentMicroamps;
-    reading.fullChargeMah = battery.fullChargeMah;
-    reading.designMah = battery.designMah;
-    reading.cycleCount = battery.cycleCount;
+    static_cast<BatteryAttributes&>(reading) = readBatteryAttributes(*battery_);
     return reading;
 }
 

@@ -51,12 +51,24 @@ TEST(PowerSupply, MainsIsAnOnlineAdapterOrPowerDeliverySource) {
         {"mains adapter offline", {{"AC/type", "Mains\n"}, {"AC/online", "0\n"}}, false},
         {"USB_PD supply type", {{"ucsi/type", "USB_PD\n"}, {"ucsi/online", "1\n"}}, true},
         {"USB_PD_DRP supply type", {{"ucsi/type", "USB_PD_DRP\n"}, {"ucsi/online", "1\n"}}, true},
-        {"USB port negotiating PD", {{"ucsi/type", "USB\n"}, {"ucsi/usb_type", "C [PD] PD_PPS\n"}, {"ucsi/online", "1\n"}}, true},
-        {"USB port with PPS active", {{"ucsi/type", "USB\n"}, {"ucsi/usb_type", "C PD [PD_PPS]\n"}, {"ucsi/online", "1\n"}}, true},
-        {"USB port with one type only", {{"ucsi/type", "USB\n"}, {"ucsi/usb_type", "PD\n"}, {"ucsi/online", "1\n"}}, true},
-        {"USB port at plain type C", {{"ucsi/type", "USB\n"}, {"ucsi/usb_type", "[C] PD PD_PPS\n"}, {"ucsi/online", "1\n"}}, false},
-        {"USB port with an unclosed bracket", {{"ucsi/type", "USB\n"}, {"ucsi/usb_type", "C [PD\n"}, {"ucsi/online", "1\n"}}, false},
-        {"PD port charging a device", {{"ucsi/type", "USB_PD\n"}, {"ucsi/scope", "Device\n"}, {"ucsi/online", "1\n"}}, false},
+        {"USB port negotiating PD",
+         {{"ucsi/type", "USB\n"}, {"ucsi/usb_type", "C [PD] PD_PPS\n"}, {"ucsi/online", "1\n"}},
+         true},
+        {"USB port with PPS active",
+         {{"ucsi/type", "USB\n"}, {"ucsi/usb_type", "C PD [PD_PPS]\n"}, {"ucsi/online", "1\n"}},
+         true},
+        {"USB port with one type only",
+         {{"ucsi/type", "USB\n"}, {"ucsi/usb_type", "PD\n"}, {"ucsi/online", "1\n"}},
+         true},
+        {"USB port at plain type C",
+         {{"ucsi/type", "USB\n"}, {"ucsi/usb_type", "[C] PD PD_PPS\n"}, {"ucsi/online", "1\n"}},
+         false},
+        {"USB port with an unclosed bracket",
+         {{"ucsi/type", "USB\n"}, {"ucsi/usb_type", "C [PD\n"}, {"ucsi/online", "1\n"}},
+         false},
+        {"PD port charging a device",
+         {{"ucsi/type", "USB_PD\n"}, {"ucsi/scope", "Device\n"}, {"ucsi/online", "1\n"}},
+         false},
         {"online written with padding", {{"AC/type", " Mains \n"}, {"AC/online", "\t1\r\n"}}, true},
     };
     for (const auto& c : cases) {
@@ -79,22 +91,53 @@ TEST(PowerSupply, BatteryAttributesFollowOneSetOfRules) {
     } cases[] = {
         {"charge in µAh rounds to the nearest mAh",
          {{"capacity", "57\n"}, {"charge_full", "4300500\n"}, {"charge_full_design", "4382499\n"}},
-         57, 4301, 4382, std::nullopt},
+         57,
+         4301,
+         4382,
+         std::nullopt},
         {"energy over the minimum design voltage",
-         {{"energy_full", "45600000\n"}, {"energy_full_design", "57000000\n"}, {"voltage_min_design", "11400000\n"}},
-         std::nullopt, 4000, 5000, std::nullopt},
+         {{"energy_full", "45600000\n"},
+          {"energy_full_design", "57000000\n"},
+          {"voltage_min_design", "11400000\n"}},
+         std::nullopt,
+         4000,
+         5000,
+         std::nullopt},
         {"a zero charge file falls back to energy",
          {{"charge_full", "0\n"}, {"energy_full", "45600000\n"}, {"voltage_min_design", "11400000\n"}},
-         std::nullopt, 4000, std::nullopt, std::nullopt},
-        {"no usable capacity or design voltage", {{"charge_full_design", "0\n"}, {"energy_full", "50000000\n"}},
-         std::nullopt, std::nullopt, std::nullopt, std::nullopt},
-        {"padded values are trimmed", {{"capacity", " 64 \n"}, {"status", "Discharging\r\n"}, {"current_now", "1500400\n"}},
-         64, std::nullopt, std::nullopt, -1500},
-        {"a percentage past 100 is dropped", {{"capacity", "150\n"}, {"status", "Charging\n"}, {"current_now", "-1499500\n"}},
-         std::nullopt, std::nullopt, std::nullopt, 1500},
-        {"current from power over voltage", {{"status", "Discharging\n"}, {"power_now", "9360000\n"}, {"voltage_now", "11700000\n"}},
-         std::nullopt, std::nullopt, std::nullopt, -800},
-        {"no status, no direction", {{"current_now", "1200000\n"}}, std::nullopt, std::nullopt, std::nullopt,
+         std::nullopt,
+         4000,
+         std::nullopt,
+         std::nullopt},
+        {"no usable capacity or design voltage",
+         {{"charge_full_design", "0\n"}, {"energy_full", "50000000\n"}},
+         std::nullopt,
+         std::nullopt,
+         std::nullopt,
+         std::nullopt},
+        {"padded values are trimmed",
+         {{"capacity", " 64 \n"}, {"status", "Discharging\r\n"}, {"current_now", "1500400\n"}},
+         64,
+         std::nullopt,
+         std::nullopt,
+         -1500},
+        {"a percentage past 100 is dropped",
+         {{"capacity", "150\n"}, {"status", "Charging\n"}, {"current_now", "-1499500\n"}},
+         std::nullopt,
+         std::nullopt,
+         std::nullopt,
+         1500},
+        {"current from power over voltage",
+         {{"status", "Discharging\n"}, {"power_now", "9360000\n"}, {"voltage_now", "11700000\n"}},
+         std::nullopt,
+         std::nullopt,
+         std::nullopt,
+         -800},
+        {"no status, no direction",
+         {{"current_now", "1200000\n"}},
+         std::nullopt,
+         std::nullopt,
+         std::nullopt,
          std::nullopt},
     };
     for (const auto& c : cases) {
@@ -104,7 +147,7 @@ TEST(PowerSupply, BatteryAttributesFollowOneSetOfRules) {
             tree.write({{"BAT0/" + attribute.path, attribute.text}});
         }
         const auto battery = readBatteryAttributes(tree.classDirectory() / "BAT0");
-        EXPECT_EQ(battery.percent, c.percent) << c.name;
+        EXPECT_EQ(battery.capacity, c.percent) << c.name;
         EXPECT_EQ(battery.fullChargeMah, c.fullChargeMah) << c.name;
         EXPECT_EQ(battery.designMah, c.designMah) << c.name;
         EXPECT_EQ(battery.signedCurrentMilliamps(), c.signedMilliamps) << c.name;
@@ -117,13 +160,17 @@ TEST(PowerSupply, TemperatureComesFromTheFirstSensorThatAnswers) {
         std::vector<Attribute> tree;
         std::optional<BatteryTemperature> expected;
     } cases[] = {
-        {"temp in tenths", {{"power_supply/BAT0/temp", "301\n"}, {"power_supply/BAT0/hwmon2/temp1_input", "40000\n"}},
+        {"temp in tenths",
+         {{"power_supply/BAT0/temp", "301\n"}, {"power_supply/BAT0/hwmon2/temp1_input", "40000\n"}},
          BatteryTemperature{30.1, "temp"}},
-        {"hwmon child in millidegrees", {{"power_supply/BAT0/hwmon2/temp1_input", "31500\n"}},
+        {"hwmon child in millidegrees",
+         {{"power_supply/BAT0/hwmon2/temp1_input", "31500\n"}},
          BatteryTemperature{31.5, "hwmon2/temp1_input"}},
         {"thermal zone named after the battery",
-         {{"thermal/thermal_zone0/type", "x86_pkg_temp\n"}, {"thermal/thermal_zone0/temp", "60000\n"},
-          {"thermal/thermal_zone3/type", "Battery\n"}, {"thermal/thermal_zone3/temp", "29000\n"}},
+         {{"thermal/thermal_zone0/type", "x86_pkg_temp\n"},
+          {"thermal/thermal_zone0/temp", "60000\n"},
+          {"thermal/thermal_zone3/type", "Battery\n"},
+          {"thermal/thermal_zone3/temp", "29000\n"}},
          BatteryTemperature{29.0, "thermal_zone3"}},
         {"unreadable temp and no sensor", {{"power_supply/BAT0/temp", "n/a\n"}}, std::nullopt},
     };
@@ -141,7 +188,8 @@ TEST(PowerSupply, TemperatureComesFromTheFirstSensorThatAnswers) {
 
 TEST(PowerSupply, AttributesAreShortTextFiles) {
     const SupplyTree tree("torvel_attributes");
-    tree.write({{"BAT0/model_name", std::string(5000, 'x')}, {"BAT0/status", "\n"}, {"BAT0/capacity", "5O\n"}});
+    tree.write(
+        {{"BAT0/model_name", std::string(5000, 'x')}, {"BAT0/status", "\n"}, {"BAT0/capacity", "5O\n"}});
     const fs::path battery = tree.classDirectory() / "BAT0";
     EXPECT_FALSE(readAttribute(battery / "model_name")) << "larger than any attribute";
     EXPECT_FALSE(readAttribute(battery / "status")) << "blank";

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <string>
 
 namespace torvel {
 namespace {
@@ -21,7 +20,8 @@ TEST(SystemError, NamesTheOperationTheObjectAndTheCause) {
         int error;
         const char* expected;
     } cases[] = {
-        {"write", "charge_control_end_threshold", EINVAL, "cannot write charge_control_end_threshold: Invalid argument"},
+        {"write", "charge_control_end_threshold", EINVAL,
+         "cannot write charge_control_end_threshold: Invalid argument"},
         {"create a temporary file for", "config.json", ENOSPC,
          "cannot create a temporary file for config.json: No space left on device"},
         {"restart", "", ENOENT, "cannot restart: No such file or directory"},
@@ -79,26 +79,6 @@ TEST(FileDescriptor, ClosesExactlyWhatItStillOwns) {
     EXPECT_TRUE(isOpen(ends[1])) << "a released descriptor is the caller's";
     FileDescriptor(ends[1]).reset();
     EXPECT_FALSE(isOpen(ends[1]));
-}
-
-TEST(WriteAll, DeliversEveryByteAndReportsTheCause) {
-    int ends[2];
-    ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
-    FileDescriptor reader(ends[0]);
-    FileDescriptor writer(ends[1]);
-    const std::string text(10000, 'x');
-    ASSERT_TRUE(writeAll(writer.get(), text));
-    std::string got(text.size(), '\0');
-    std::size_t have = 0;
-    while (have < got.size()) {
-        const ssize_t n = ::read(reader.get(), got.data() + have, got.size() - have);
-        ASSERT_GT(n, 0);
-        have += static_cast<std::size_t>(n);
-    }
-    EXPECT_EQ(got, text);
-
-    EXPECT_FALSE(writeAll(-1, "x"));
-    EXPECT_EQ(errno, EBADF);
 }
 
 }  // namespace

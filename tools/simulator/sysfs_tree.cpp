@@ -109,7 +109,7 @@ void SysfsTree::publish() {
     if (!options.behaviours.empty()) put(behaviourFile, battery_.behaviourText(), true);
     const auto reading = battery_.read();
     put("BAT0/capacity", std::to_string(reading.capacity.value_or(0)), false);
-    put("BAT0/status", reading.status, false);
+    put("BAT0/status", reading.status.value_or("Unknown"), false);
     put("BAT0/current_now", std::to_string(reading.currentMicroamps.value_or(0)), false);
     put("BAT0/voltage_now", std::to_string(11400000 + static_cast<long>(battery_.percent() * 15000)), false);
     put("BAT0/charge_now", std::to_string(static_cast<long>(options.fullChargeMah * 10 * battery_.percent())),
