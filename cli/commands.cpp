@@ -30,7 +30,10 @@ void printUsage(std::FILE* stream) {
         std::fprintf(stream, "  %-10.*s %.*s\n", static_cast<int>(entry.name.size()), entry.name.data(),
                      static_cast<int>(entry.summary.size()), entry.summary.data());
     }
-    std::fputs("\nThe data directory is /var/lib/torvel, or $TORVEL_ROOT/var/lib/torvel when set.\n", stream);
+    std::fputs(
+        "\n  --version  the version of torvelctl\n\nThe data directory is /var/lib/torvel, or "
+        "$TORVEL_ROOT/var/lib/torvel when set.\n",
+        stream);
 }
 
 }  // namespace
@@ -42,6 +45,10 @@ int run(const std::vector<std::string>& args, std::FILE* out, std::FILE* err) {
     }
     if (args.front() == "--help" || args.front() == "-h" || args.front() == "help") {
         printUsage(out);
+        return exitOk;
+    }
+    if (args.front() == "--version") {
+        std::fprintf(out, "torvelctl %s\n", TORVEL_VERSION);
         return exitOk;
     }
     for (const auto& entry : commands) {
