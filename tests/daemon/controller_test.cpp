@@ -54,6 +54,24 @@ struct Rig {
     ChargeController controller;
 };
 
+TEST(ChargeController, PublishesWhenTheStateBeganAndWhatItWrites) {
+    Rig rig({.startPercent = 50}, {.limit = 80});
+    const Instant started = rig.now;
+    rig.run(600);
+    EXPECT_EQ(rig.view().state, ChargeState::allow);
+    EXPECT_EQ(rig.view().since, started) << "still charging: the state has not changed";
+    ASSERT_TRUE(rig.runUntil([&] { return rig.view().state == ChargeState::hold; }, 4 * 3600));
+    const auto held = rig.view().since;
+    ASSERT_TRUE(held);
+    EXPECT_GT(*held, started);
+    rig.run(600);
+    EXPECT_EQ(rig.view().since, held);
+    EXPECT_EQ(rig.view().smcKeys,
+              (std::vector<std::string>{"charge_control_end_threshold", "charge_control_start_threshold",
+                                        "charge_behaviour"}));
+    EXPECT_FALSE(rig.view().ledSupported);
+}
+
 TEST(ChargeController, HoldsTheLimitVerifiesTheGateAndReappliesWhatTheFirmwareForgot) {
     Rig rig({.startPercent = 50}, {.limit = 80});
     rig.run(4 * 3600);
