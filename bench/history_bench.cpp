@@ -83,7 +83,8 @@ void BM_BareParseMonth(benchmark::State& state) {
                     } else if (key == "ct") {
                         keep(value.get_double().get(sample.ct));
                     } else if (key == "s") {
-                        if (!value.get_string().get(word)) sample.hold = word == "hold";
+                        if (!value.get_string().get(word))
+                            sample.hold = torvel::chargeStateNamed(word) == torvel::ChargeState::hold;
                     } else if (key == "g") {
                         keep(value.get_bool().get(sample.g));
                     }

@@ -22,7 +22,7 @@ DataDirectoryState loadDataDirectory(const Paths& paths, double now, bool servic
     const auto* statusBytes = std::get_if<std::string>(&statusFile);
     refreshStatus(s.status, statusBytes ? std::optional<std::string_view>(*statusBytes) : std::nullopt, now,
                   s.daemonInstalled);
-    s.settings.calibrate = followCalibrate(s.settings.calibrate, std::nullopt, s.status.cal, now);
+    s.settings.calibrate = followCalibrate(s.settings.calibrate, std::nullopt, s.status.published.cal, now);
 
     std::error_code error;
     const auto resolved = std::filesystem::weakly_canonical(installedDaemonPath, error);

@@ -67,36 +67,10 @@ json::Ordered settingsJson(const Settings& s) {
     return out;
 }
 
+// The calibration object as the service publishes it, with the sentences the pages make of it.
 json::Ordered calJson(const CalibrationStatus& cal) {
-    json::Ordered out;
-    out["phase"] = cal.phase.wireWord();
-    out["startedAt"] = json::orNull(cal.startedAt);
-    out["soakBanked"] = cal.soakBanked;
-    out["soakSeconds"] = cal.soakSeconds;
-    out["drainTarget"] = cal.drainTarget;
-    json::Ordered runs = json::Ordered::array();
-    for (const auto& run : cal.runs) {
-        json::Ordered item;
-        item["at"] = run.at;
-        item["beforeRaw"] = json::orNull(run.beforeRaw);
-        item["afterRaw"] = json::orNull(run.afterRaw);
-        item["afterNominal"] = json::orNull(run.afterNominal);
-        item["design"] = json::orNull(run.design);
-        item["cyclesAfter"] = json::orNull(run.cyclesAfter);
-        runs.push_back(std::move(item));
-    }
-    out["runs"] = std::move(runs);
-    if (cal.lastFailure) {
-        json::Ordered failure;
-        failure["reason"] = cal.lastFailure->reason;
-        failure["phase"] = cal.lastFailure->phase.wireWord();
-        failure["legacyText"] = json::orNull(cal.lastFailure->legacyText);
-        out["lastFailure"] = std::move(failure);
-        out["failureText"] = cal.lastFailure->text();
-    } else {
-        out["lastFailure"] = nullptr;
-        out["failureText"] = nullptr;
-    }
+    json::Ordered out = cal.encode();
+    out["failureText"] = cal.lastFailure ? json::Ordered(cal.lastFailure->text()) : json::Ordered(nullptr);
     out["verdict"] = json::orNull(cal.verdict());
     out["macOSGap"] = json::orNull(cal.macOSGap());
     out["trend"] = json::orNull(cal.trend());
@@ -105,27 +79,13 @@ json::Ordered calJson(const CalibrationStatus& cal) {
 
 json::Ordered statusJson(const DataDirectoryState& data, const SystemLock& lock, const PanelState& panel) {
     const ChargeSettingsState& s = data.settings;
-    const ServiceStatus& st = s.status;
     json::Ordered out;
     out["settings"] = settingsJson(s.settings);
-    out["state"] = st.state;
-    out["statusPct"] = st.statusPct;
-    out["statusPlugged"] = st.statusPlugged;
-    out["statusHot"] = st.statusHot;
-    out["statusTemp"] = json::orNull(st.statusTemp);
-    out["statusTopUp"] = st.statusTopUp;
-    out["statusProtectedSeconds"] = st.statusProtectedSeconds;
-    out["statusSince"] = json::orNull(st.statusSince);
-    out["ledSupported"] = st.ledSupported;
-    out["dischargeSupported"] = st.dischargeSupported;
-    out["dischargeFailed"] = st.dischargeFailed;
-    out["smcKeys"] = st.smcKeys;
-    out["chargeMode"] = json::orNull(st.chargeMode);
-    out["gateVerified"] = json::orNull(st.gateVerified);
-    out["nativeFloor"] = json::orNull(st.nativeFloor);
-    out["daemonVersion"] = json::orNull(st.daemonVersion);
-    out["daemonStartedAt"] = json::orNull(st.daemonStartedAt);
-    out["daemonPath"] = json::orNull(st.daemonPath);
+    // The status file's own keys and values, as the app believes them: the state word says how fresh.
+    const json::Value published = s.status.published.encode();
+    for (const auto& [key, value] : published.items()) out[key] = value;
+    out["state"] = s.status.stateWord();
+    out["cal"] = calJson(s.status.published.cal);
     out["daemonInstalled"] = s.daemonInstalled;
     out["heldLimit"] = s.heldLimit();
     out["serviceState"] = name(s.serviceState(data.installation));
@@ -134,7 +94,6 @@ json::Ordered statusJson(const DataDirectoryState& data, const SystemLock& lock,
                          {"nativeAvailable", lock.nativeAvailable},
                          {"usesNative", lock.usesNative},
                          {"active", lock.active}};
-    out["cal"] = calJson(st.cal);
     out["panel"] = {{"text", panel.text}, {"tone", name(panel.tone)}, {"help", json::orNull(panel.help)}};
     out["target"] = PanelStatus::target(s);
     return out;
@@ -154,7 +113,7 @@ void printForPerson(std::FILE* out, const DataDirectoryState& data, const PanelS
                  plugged ? "plugged in" : "on battery", Fmt::percent(PanelStatus::target(s)).c_str());
 
     std::fprintf(out, "\nService: %s (state word “%s”)\n", std::string(name(state)).c_str(),
-                 s.status.state.c_str());
+                 std::string(s.status.stateWord()).c_str());
     const bool manualInstaller = data.installation.uninstallerPath.has_value();
     std::fprintf(out, "  %s\n", ServiceWords::explanation(s, state, manualInstaller).c_str());
 
@@ -171,7 +130,7 @@ void printForPerson(std::FILE* out, const DataDirectoryState& data, const PanelS
     std::fprintf(out, "  history      %s, keeps %d days\n", onOff(set.history).c_str(), set.historyDays);
     std::fprintf(out, "  calibrate    %s\n", onOff(set.calibrate).c_str());
 
-    const CalibrationStatus& cal = s.status.cal;
+    const CalibrationStatus& cal = s.status.published.cal;
     std::fprintf(out, "\nCalibration\n");
     if (cal.phase == CalibrationStatus::Phase::idle) {
         std::fprintf(out, "  no run under way, %zu completed\n", cal.runs.size());
@@ -197,8 +156,8 @@ int statusCommand(const std::vector<std::string>& args, std::FILE* out, std::FIL
     const DataDirectoryState data =
         loadDataDirectory(Paths::fromProcessEnvironment(), request.now, request.serviceInstalled);
     const SystemLock& lock = SystemLock::current();
-    const long long charge = request.charge.value_or(data.settings.status.statusPct);
-    const bool plugged = request.plugged.value_or(data.settings.status.statusPlugged);
+    const long long charge = request.charge.value_or(data.settings.status.published.pct);
+    const bool plugged = request.plugged.value_or(data.settings.status.published.plugged);
     const PanelState panel =
         PanelState::make(data.settings, data.settings.serviceState(data.installation), lock, plugged, charge);
 

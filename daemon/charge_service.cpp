@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cmath>
 #include <variant>
 
 #include "common/syscalls.h"
@@ -50,27 +49,10 @@ void ChargeService::tick(Instant now) {
 }
 
 void ChargeService::publish(Instant now) {
-    const ControlView& view = controller_.view();
-    PublishedStatus status;
-    status.state = view.state;
-    status.pct = view.pct;
-    status.plugged = view.plugged;
-    status.hot = view.hot;
-    status.temp = view.temp;
-    status.topUp = view.topUp;
-    status.protectedSeconds = std::floor(view.protectedSeconds);
-    status.since = view.since;
-    status.ledSupported = false;
-    status.dischargeSupported = view.dischargeSupported;
-    status.dischargeFailed = view.dischargeFailed;
-    status.smcKeys = view.controlFiles;
-    status.chargeMode = view.chargeMode;
-    status.nativeFloor = view.nativeFloor;
-    status.gateVerified = view.gateVerified;
+    PublishedStatus status = controller_.status();
     status.daemonVersion = identity_.version;
     status.startedAt = startedAt_;
     status.daemonPath = identity_.executablePath;
-    status.cal = view.cal;
 
     std::string error;
     if (auto published = status_.publish(status, now); auto* text = std::get_if<std::string>(&published)) {
@@ -78,7 +60,7 @@ void ChargeService::publish(Instant now) {
     }
     const Settings& settings = controller_.settings();
     if (settings.history) {
-        HistorySample sample{now, view.pct, view.state, view.plugged, view.temp};
+        HistorySample sample{now, status.pct, status.state, status.plugged, status.temp};
         if (auto recorded = journal_.record(sample); auto* text = std::get_if<std::string>(&recorded)) {
             error = *text;
         }

@@ -69,9 +69,9 @@ void ChargeSettings::refreshStatus() {
     torvel::refreshStatus(state_.status, bytes ? std::optional<std::string_view>(*bytes) : std::nullopt, now,
                           state_.daemonInstalled);
     state_.settings.calibrate =
-        followCalibrate(state_.settings.calibrate, calibrateAskedAt_, state_.status.cal, now);
+        followCalibrate(state_.settings.calibrate, calibrateAskedAt_, state_.status.published.cal, now);
     emit changed();
-    const auto& verified = state_.status.gateVerified;
+    const auto& verified = state_.status.published.gateVerified;
     emit statusRefreshed(verified ? QVariant(*verified) : QVariant(), lock_.active && state_.daemonInstalled);
 }
 

@@ -76,7 +76,7 @@ class ChargeSettings : public QObject {
     bool topUp() const { return state_.settings.topUp; }
     int thermalLimit() const { return state_.settings.thermalLimit; }
     bool canReachService() const { return state_.canReachService(); }
-    QString state() const { return QString::fromStdString(state_.status.state); }
+    QString state() const { return QString::fromUtf8(state_.status.stateWord()); }
     QString serviceStateName() const;
     QString writeError() const { return text(state_.writeError); }
     QString serviceError() const { return text(state_.serviceError); }

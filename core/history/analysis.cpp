@@ -88,7 +88,7 @@ HistoryAnalysis::DayReport HistoryAnalysis::report(std::vector<HistorySample> sa
             deep += weight;
         }
         if (sample.temp && *sample.temp >= hotCelsius) hot += weight;
-        if (sample.state != "allow" && sample.plugged) capped += weight;
+        if (sample.state != ChargeState::allow && sample.plugged) capped += weight;
         if (sample.temp && (!report.maxTemp || *sample.temp > *report.maxTemp)) {
             report.maxTemp = sample.temp;
             report.maxTempDate = sample.date;
@@ -100,7 +100,8 @@ HistoryAnalysis::DayReport HistoryAnalysis::report(std::vector<HistorySample> sa
             // In double: percentages come from files and may be anything, their difference included.
             const double rise = static_cast<double>(sample.pct) - static_cast<double>(previous.pct);
             if (rise >= 1) throughput += rise;
-            if (previous.state == "allow" && sample.state == "hold") ++report.chargeStops;
+            if (previous.state == ChargeState::allow && sample.state == ChargeState::hold)
+                ++report.chargeStops;
         }
     }
     const double score = std::min(hot / 12.0, 25.0) + std::min(full * 0.125, 45.0) +

@@ -174,7 +174,7 @@ bool JournalParser::parseLine(const char* data, std::size_t size, std::size_t re
     } else {
         out.temp.reset();
     }
-    out.state.assign(state ? *state : std::string_view("allow"));
+    out.state = state ? chargeStateNamed(*state) : ChargeState::allow;
     out.plugged = plugged;
     return true;
 }

@@ -24,39 +24,6 @@ void appendNumber(std::string& out, double value) {
     out.append(buffer, result.ptr);
 }
 
-void appendString(std::string& out, std::string_view text) {
-    out += '"';
-    for (const char c : text) {
-        switch (c) {
-            case '"':
-                out += "\\\"";
-                break;
-            case '\\':
-                out += "\\\\";
-                break;
-            case '\n':
-                out += "\\n";
-                break;
-            case '\r':
-                out += "\\r";
-                break;
-            case '\t':
-                out += "\\t";
-                break;
-            default:
-                if (static_cast<unsigned char>(c) < 0x20) {
-                    static constexpr char hex[] = "0123456789abcdef";
-                    out += "\\u00";
-                    out += hex[(c >> 4) & 0xF];
-                    out += hex[c & 0xF];
-                } else {
-                    out += c;
-                }
-        }
-    }
-    out += '"';
-}
-
 }  // namespace
 
 std::string JournalLine::encode(const HistorySample& sample) {
@@ -74,8 +41,11 @@ std::string JournalLine::encode(const HistorySample& sample) {
         const double rounded = std::round(tenths);
         appendNumber(line, std::fabs(tenths - rounded) < 1e-6 ? rounded : tenths);
     }
-    line += ",\"s\":";
-    appendString(line, sample.state);
+    line += ",\"s\":\"";
+    // A word this version did not know cannot be written back as it was; an empty one keeps it unknown
+    // rather than turning it into "allow".
+    if (sample.state) line += word(*sample.state);
+    line += '"';
     line += sample.plugged ? ",\"g\":true}" : ",\"g\":false}";
     return line;
 }

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "common/dates.h"
+#include "service/charge_state.h"
 
 namespace torvel {
 
@@ -13,8 +14,8 @@ namespace torvel {
 struct HistorySample {
     Instant date = 0;
     std::int64_t pct = 0;
-    // What the service was doing with the charger ("allow", "hold", ...).
-    std::string state = "allow";
+    // Absent for a word this version does not know.
+    std::optional<ChargeState> state = ChargeState::allow;
     bool plugged = false;
     // Degrees Celsius; absent when the line carried no usable temperature.
     std::optional<double> temp;

@@ -5,7 +5,7 @@
 namespace torvel {
 
 int ChargeSettingsState::heldLimit() const {
-    return std::max(settings.limit, status.nativeFloor.value_or(0));
+    return std::max(settings.limit, status.published.nativeFloor.value_or(0));
 }
 
 ServiceFacts ChargeSettingsState::serviceFacts(const InstallationFacts& installation) const {
@@ -13,9 +13,10 @@ ServiceFacts ChargeSettingsState::serviceFacts(const InstallationFacts& installa
         .serviceNeedsApproval = serviceNeedsApproval,
         .daemonInstalled = daemonInstalled,
         .serviceNeedsMigration = serviceNeedsMigration,
-        .state = status.state,
-        .daemonPath = status.daemonPath,
-        .daemonVersion = status.daemonVersion,
+        .stale = status.freshness == ServiceStatus::Freshness::stale,
+        .state = status.state(),
+        .daemonPath = status.published.daemonPath,
+        .daemonVersion = status.published.daemonVersion,
         .ownDaemonPath = installation.ownDaemonPath,
         .ownCopyInApplications = installation.ownCopyInApplications,
         .appVersion = installation.appVersion,

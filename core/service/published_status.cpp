@@ -1,7 +1,5 @@
 #include "service/published_status.h"
 
-#include "common/json.h"
-
 namespace torvel {
 namespace {
 
@@ -10,32 +8,83 @@ json::Value valueOrNull(const std::optional<T>& value) {
     return value ? json::Value(*value) : json::Value(nullptr);
 }
 
+std::vector<std::string> textList(const json::Value& file, std::string_view key) {
+    const json::Value* array = json::member(file, key);
+    if (array == nullptr || !array->is_array()) return {};
+    std::vector<std::string> texts;
+    texts.reserve(array->size());
+    for (const auto& element : *array) {
+        if (!element.is_string()) return {};
+        texts.push_back(element.get<std::string>());
+    }
+    return texts;
+}
+
+// A floor outside 0..100 is not a floor any machine has; believing it would pin the held limit.
+std::optional<int> percentage(const json::Value& file, std::string_view key) {
+    const auto value = json::integer(file, key);
+    if (!value || *value < 0 || *value > 100) return std::nullopt;
+    return static_cast<int>(*value);
+}
+
 }  // namespace
 
-std::string publishedStatusText(const PublishedStatus& status) {
+json::Value PublishedStatus::encode() const {
     json::Value file = json::Value::object();
-    file["ts"] = status.ts;
-    file["state"] = status.state;
-    file["pct"] = status.pct;
-    file["plugged"] = status.plugged;
-    file["hot"] = status.hot;
-    file["temp"] = valueOrNull(status.temp);
-    file["topUp"] = status.topUp;
-    file["protectedSeconds"] = status.protectedSeconds;
-    file["since"] = valueOrNull(status.since);
-    file["ledSupported"] = status.ledSupported;
-    file["dischargeSupported"] = status.dischargeSupported;
-    file["dischargeFailed"] = status.dischargeFailed;
-    file["smcKeys"] = status.smcKeys;
-    file["chargeMode"] = valueOrNull(status.chargeMode);
-    file["nativeFloor"] = valueOrNull(status.nativeFloor);
-    file["gateVerified"] = valueOrNull(status.gateVerified);
-    file["daemonVersion"] = valueOrNull(status.daemonVersion);
-    file["startedAt"] = valueOrNull(status.startedAt);
-    file["daemonPath"] = valueOrNull(status.daemonPath);
-    file["cal"] = status.cal.encode();
+    file["ts"] = valueOrNull(ts);
+    file["state"] = state ? json::Value(std::string(word(*state))) : json::Value(nullptr);
+    file["pct"] = pct;
+    file["plugged"] = plugged;
+    file["hot"] = hot;
+    file["temp"] = valueOrNull(temp);
+    file["topUp"] = topUp;
+    file["protectedSeconds"] = protectedSeconds;
+    file["since"] = valueOrNull(since);
+    file["ledSupported"] = ledSupported;
+    file["dischargeSupported"] = dischargeSupported;
+    file["dischargeFailed"] = dischargeFailed;
+    file["smcKeys"] = smcKeys;
+    file["chargeMode"] = valueOrNull(chargeMode);
+    file["nativeFloor"] = valueOrNull(nativeFloor);
+    file["gateVerified"] = valueOrNull(gateVerified);
+    file["daemonVersion"] = valueOrNull(daemonVersion);
+    file["startedAt"] = valueOrNull(startedAt);
+    file["daemonPath"] = valueOrNull(daemonPath);
+    file["cal"] = cal.encode();
+    return file;
+}
+
+std::string PublishedStatus::fileText() const {
     // A path or a word with invalid UTF-8 must not make the whole file unwritable.
-    return file.dump(-1, ' ', false, json::Value::error_handler_t::replace);
+    return encode().dump(-1, ' ', false, json::Value::error_handler_t::replace);
+}
+
+std::optional<PublishedStatus> PublishedStatus::decode(std::string_view fileBytes) {
+    const auto file = json::parseObject(fileBytes);
+    if (!file) return std::nullopt;
+    PublishedStatus status;
+    status.ts = json::number(*file, "ts");
+    if (const auto stateWord = json::text(*file, "state")) status.state = chargeStateNamed(*stateWord);
+    status.pct = json::toInt(json::truncatedInteger(*file, "pct")).value_or(0);
+    status.plugged = json::boolean(*file, "plugged").value_or(false);
+    status.hot = json::boolean(*file, "hot").value_or(false);
+    status.temp = json::number(*file, "temp");
+    status.topUp = json::boolean(*file, "topUp").value_or(false);
+    status.protectedSeconds = json::number(*file, "protectedSeconds").value_or(0);
+    status.since = json::number(*file, "since");
+    status.ledSupported = json::boolean(*file, "ledSupported").value_or(true);
+    status.dischargeSupported = json::boolean(*file, "dischargeSupported").value_or(true);
+    status.dischargeFailed = json::boolean(*file, "dischargeFailed").value_or(false);
+    status.smcKeys = textList(*file, "smcKeys");
+    status.chargeMode = json::text(*file, "chargeMode");
+    status.nativeFloor = percentage(*file, "nativeFloor");
+    status.gateVerified = json::boolean(*file, "gateVerified");
+    status.daemonVersion = json::text(*file, "daemonVersion");
+    status.startedAt = json::number(*file, "startedAt");
+    status.daemonPath = json::text(*file, "daemonPath");
+    const json::Value* cal = json::object(*file, "cal");
+    status.cal = CalibrationStatus::decode(cal != nullptr ? *cal : json::Value::object());
+    return status;
 }
 
 }  // namespace torvel

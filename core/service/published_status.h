@@ -2,41 +2,56 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "calibration/status.h"
+#include "common/json.h"
+#include "service/charge_state.h"
 
 namespace torvel {
 
-// Everything the service publishes in status.json: the writer's side of refreshStatus.
+// status.json: what the service publishes and the app reads back, one key per field under the same name.
+// Each default is what a reader takes for a key that is missing or of the wrong type.
 struct PublishedStatus {
-    double ts = 0;
-    std::string state = "allow";
+    // When the service wrote the file; absent makes the file stale.
+    std::optional<double> ts;
+    std::optional<ChargeState> state;
+    // When the current state began.
+    std::optional<double> since;
     int pct = 0;
     bool plugged = false;
-    bool hot = false;
     std::optional<double> temp;
+    bool hot = false;
     bool topUp = false;
     double protectedSeconds = 0;
-    std::optional<double> since;
-    bool ledSupported = false;
-    bool dischargeSupported = false;
-    bool dischargeFailed = false;
-    std::vector<std::string> smcKeys;
-    std::optional<std::string> chargeMode;
-    std::optional<int> nativeFloor;
     std::optional<bool> gateVerified;
+    CalibrationStatus cal;
+
+    // What the machine lets the service do.
+    std::optional<std::string> chargeMode;
+    // The control files the service writes.
+    std::vector<std::string> smcKeys;
+    std::optional<int> nativeFloor;
+    bool ledSupported = true;
+    bool dischargeSupported = true;
+    bool dischargeFailed = false;
+
+    // The running service itself.
     std::optional<std::string> daemonVersion;
     std::optional<double> startedAt;
     std::optional<std::string> daemonPath;
-    CalibrationStatus cal;
 
     bool operator==(const PublishedStatus&) const = default;
-};
 
-// The status file's bytes: one compact object with sorted keys. Every key is always written; a value the
-// service does not know is null, which readers take as absent, so a reader can tell an unknown value from
-// an older service that never wrote the key.
-std::string publishedStatusText(const PublishedStatus& status);
+    // Every key is always there; a value the service does not know is null, which readers take as absent,
+    // so a reader can tell an unknown value from an older service that never wrote the key.
+    json::Value encode() const;
+    // The file's bytes: the encoded object, compact, with sorted keys.
+    std::string fileText() const;
+    // Lenient: each field falls back to its default on its own. Absent only when the bytes are not one
+    // JSON object.
+    static std::optional<PublishedStatus> decode(std::string_view fileBytes);
+};
 
 }  // namespace torvel

@@ -87,8 +87,8 @@ ServiceState serviceState(const ServiceFacts& facts) {
         return facts.ownCopyInApplications ? ServiceState::elsewhereInApplications : ServiceState::elsewhere;
     }
     if (serviceOutdated(facts)) return ServiceState::outdated;
-    if (facts.state == "stale") return ServiceState::stale;
-    if (facts.state == "unknown") return ServiceState::unknown;
+    if (facts.stale) return ServiceState::stale;
+    if (!facts.state) return ServiceState::unknown;
     return ServiceState::running;
 }
 

@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "service/charge_state.h"
+
 namespace torvel {
 
 // The charge service's situation in one word for the pages, decided in this order: the first case that
@@ -27,7 +29,8 @@ struct ServiceFacts {
     bool serviceNeedsApproval = false;
     bool daemonInstalled = false;
     bool serviceNeedsMigration = false;
-    std::string_view state;                    // the status word, "stale" and "unknown" included
+    bool stale = false;                        // the status file was left behind by a stopped service
+    std::optional<ChargeState> state;          // from a fresh status file
     std::optional<std::string> daemonPath;     // from a fresh status file
     std::optional<std::string> daemonVersion;  // from a fresh status file
     std::string ownDaemonPath;                 // the service executable this copy ships

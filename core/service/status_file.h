@@ -1,36 +1,34 @@
 #pragma once
 
 #include <optional>
-#include <string>
 #include <string_view>
-#include <vector>
 
 #include "calibration/status.h"
-#include "common/json.h"
+#include "service/charge_state.h"
+#include "service/published_status.h"
 
 namespace torvel {
 
-// What the service last published in status.json, as the app reads it.
+// The app's side of status.json: the last record it read, and how far that record is believed.
 struct ServiceStatus {
-    std::string state = "unknown";
-    int statusPct = 0;
-    bool statusPlugged = false;
-    bool statusHot = false;
-    std::optional<double> statusTemp;
-    bool statusTopUp = false;
-    double statusProtectedSeconds = 0;
-    std::optional<double> statusSince;
-    bool ledSupported = true;
-    bool dischargeSupported = true;
-    bool dischargeFailed = false;
-    std::vector<std::string> smcKeys;
-    std::optional<std::string> chargeMode;
-    std::optional<bool> gateVerified;
-    std::optional<int> nativeFloor;
-    std::optional<std::string> daemonVersion;
-    std::optional<double> daemonStartedAt;
-    std::optional<std::string> daemonPath;
-    CalibrationStatus cal;
+    enum class Freshness {
+        // Not read yet, or the last read failed: the state is unknown, the other values are the last ones
+        // read.
+        unreadable,
+        // Left behind by a service that stopped: its values still show, its state and its word on the gate
+        // and
+        // its own identity are not believed.
+        stale,
+        fresh,
+    };
+
+    PublishedStatus published;
+    Freshness freshness = Freshness::unreadable;
+
+    // The service's state while the file is fresh and names one this version knows.
+    std::optional<ChargeState> state() const;
+    // The state as the app shows it: the service's word, "stale" or "unknown".
+    std::string_view stateWord() const;
 
     bool operator==(const ServiceStatus&) const = default;
 };

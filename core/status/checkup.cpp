@@ -14,10 +14,10 @@ Checkup::Checkup(const ChargeSettingsState& settings, ServiceState serviceState,
     : writeError_(settings.writeError.has_value()),
       serviceState_(serviceState),
       systemLocked_(lock.active),
-      gateVerified_(settings.status.gateVerified),
+      gateVerified_(settings.status.published.gateVerified),
       login_(login),
       led_(settings.settings.led),
-      ledSupported_(settings.status.ledSupported),
+      ledSupported_(settings.status.published.ledSupported),
       history_(settings.settings.history),
       updates_(updates) {}
 

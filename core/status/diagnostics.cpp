@@ -72,7 +72,7 @@ std::string Diagnostics::machineModel(const FileContents& productName, const Fil
 }
 
 std::string Diagnostics::report(const ChargeSettingsState& settings, const DiagnosticFacts& facts) {
-    const ServiceStatus& status = settings.status;
+    const PublishedStatus& status = settings.status.published;
     std::string out;
     const auto line = [&out](std::string_view text) {
         if (!out.empty()) out += '\n';
@@ -86,7 +86,7 @@ std::string Diagnostics::report(const ChargeSettingsState& settings, const Diagn
     line(std::string("Limit verified: ") + (!status.gateVerified   ? "not checked yet"
                                             : *status.gateVerified ? "yes"
                                                                    : "NO, charging continues"));
-    line("Published state: " + status.state);
+    line("Published state: " + std::string(settings.status.stateWord()));
     line(std::string("MagSafe light: ") + (status.ledSupported ? "supported" : "not supported"));
     line(std::string("Forced discharge: ") + (!status.dischargeSupported ? "not supported"
                                               : status.dischargeFailed

@@ -15,7 +15,7 @@ PanelState line(std::string text, Tone tone, std::optional<std::string> help = s
 // Every row after the system-lock one; the floor note is added by the caller.
 PanelState chargeLine(const ChargeSettingsState& s, ServiceState serviceState, const SystemLock& lock,
                       bool snapshotPluggedIn, long long charge) {
-    const ServiceStatus& status = s.status;
+    const PublishedStatus& status = s.status.published;
     const int held = s.heldLimit();
     const std::string heldPct = Fmt::percent(held);
 
@@ -23,18 +23,19 @@ PanelState chargeLine(const ChargeSettingsState& s, ServiceState serviceState, c
     if (serviceState == ServiceState::awaitingApproval) return line("Service to allow", Tone::todo);
     if (serviceState == ServiceState::notInstalled) return line("Service to install", Tone::todo);
     if (status.gateVerified == false) return line("Limit not working", Tone::broken);
-    if (status.statusHot) {
+    if (status.hot) {
         // Without a temperature the bare "Paused · " is kept on purpose: the heat pause is what matters.
-        const std::string temp = status.statusTemp ? Fmt::decimal(*status.statusTemp) + " °C" : "";
+        const std::string temp = status.temp ? Fmt::decimal(*status.temp) + " °C" : "";
         return line("Paused · " + temp, Tone::moving);
     }
-    if (status.statusTopUp && charge < 100) return line("Top-up → " + Fmt::percent(100), Tone::moving);
-    if (status.statusTopUp && charge == 100) return line("Top-up · " + Fmt::percent(100), Tone::held);
+    if (status.topUp && charge < 100) return line("Top-up → " + Fmt::percent(100), Tone::moving);
+    if (status.topUp && charge == 100) return line("Top-up · " + Fmt::percent(100), Tone::held);
     if (status.cal.phase != Phase::idle) return line("Calibrating", Tone::moving);
     if (!s.settings.enabled) return line("No limit", Tone::idle);
 
-    if (status.state == "discharge") return line("Discharging → " + heldPct, Tone::moving);
-    if (status.state == "hold") {
+    const auto state = s.status.state();
+    if (state == ChargeState::discharge) return line("Discharging → " + heldPct, Tone::moving);
+    if (state == ChargeState::hold) {
         if (held < charge && s.settings.discharge && status.dischargeFailed) {
             return line(
                 "Discharge not possible", Tone::todo,
@@ -45,7 +46,7 @@ PanelState chargeLine(const ChargeSettingsState& s, ServiceState serviceState, c
         if (charge <= held) return line("Held at " + heldPct, Tone::held);
         return line("Above " + heldPct, Tone::idle);
     }
-    if (status.state == "allow" && status.statusPlugged) {
+    if (state == ChargeState::allow && status.plugged) {
         // The system's own limit never pulls the charge down, so above it there is nothing to announce.
         if (lock.usesNative && held < charge) return line("Plugged in", Tone::idle);
         if (charge >= held) return line("Held at " + heldPct, Tone::held);
@@ -66,7 +67,7 @@ PanelState PanelState::make(const ChargeSettingsState& settings, ServiceState se
                         "80% on its own: System Settings ▸ Battery.");
     }
     PanelState state = chargeLine(settings, serviceState, lock, snapshotPluggedIn, charge);
-    const auto floor = settings.status.nativeFloor;
+    const auto floor = settings.status.published.nativeFloor;
     if (!state.help && floor && settings.settings.limit < *floor) {
         const std::string floorPct = Fmt::percent(*floor);
         state.help =
@@ -92,7 +93,7 @@ std::string_view name(PanelState::Tone tone) {
 }
 
 int PanelStatus::target(const ChargeSettingsState& settings) {
-    const CalibrationStatus& cal = settings.status.cal;
+    const CalibrationStatus& cal = settings.status.published.cal;
     switch (cal.phase) {
         case Phase::fill:
         case Phase::refill:
@@ -104,7 +105,7 @@ int PanelStatus::target(const ChargeSettingsState& settings) {
         case Phase::restore:
             break;
     }
-    return settings.status.statusTopUp ? 100 : settings.settings.limit;
+    return settings.status.published.topUp ? 100 : settings.settings.limit;
 }
 
 }  // namespace torvel

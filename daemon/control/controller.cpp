@@ -1,6 +1,7 @@
 #include "control/controller.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace torvel::daemon {
 
@@ -17,18 +18,27 @@ ChargeController::ChargeController(PowerDevice& device, ControlMemory memory, Lo
       log_(std::move(log)),
       writer_(device),
       calibration_(std::move(memory.cal), memory.calBeforeRaw) {
-    view_.protectedSeconds = memory.protectedSeconds;
-    view_.cal = calibration_.status();
+    status_.state = ChargeState::allow;
+    // Nothing drives a charger light on Linux; forced discharge is known once the device has been looked at.
+    status_.ledSupported = false;
+    status_.dischargeSupported = false;
+    status_.cal = calibration_.status();
+    setProtectedSeconds(memory.protectedSeconds);
 }
 
 ControlMemory ChargeController::memory() const {
-    return ControlMemory{view_.protectedSeconds, calibration_.status(), calibration_.beforeRaw()};
+    return ControlMemory{protectedSeconds_, calibration_.status(), calibration_.beforeRaw()};
 }
 
 void ChargeController::forgetMemory() {
-    view_.protectedSeconds = 0;
+    setProtectedSeconds(0);
     calibration_ = CalibrationRun({}, std::nullopt);
-    view_.cal = calibration_.status();
+    status_.cal = calibration_.status();
+}
+
+void ChargeController::setProtectedSeconds(double seconds) {
+    protectedSeconds_ = seconds;
+    status_.protectedSeconds = std::floor(seconds);
 }
 
 void ChargeController::setSettings(const Settings& settings) {
@@ -52,12 +62,12 @@ void ChargeController::refreshCapabilities() {
     caps_ = device_.capabilities();
     // Settling on an unreadable charge_behaviour would give up forced discharge for the whole run.
     capsKnown_ = !caps_.batteryName.empty() && !caps_.incomplete;
-    view_.chargeMode = chargeModeOf(caps_);
-    view_.dischargeSupported = caps_.offers(behaviourForceDischarge);
-    view_.controlFiles.clear();
-    if (caps_.endThreshold) view_.controlFiles.emplace_back(thresholdAttribute(Threshold::end));
-    if (caps_.startThreshold) view_.controlFiles.emplace_back(thresholdAttribute(Threshold::start));
-    if (!caps_.behaviours.empty()) view_.controlFiles.emplace_back("charge_behaviour");
+    status_.chargeMode = chargeModeOf(caps_);
+    status_.dischargeSupported = caps_.offers(behaviourForceDischarge);
+    status_.smcKeys.clear();
+    if (caps_.endThreshold) status_.smcKeys.emplace_back(thresholdAttribute(Threshold::end));
+    if (caps_.startThreshold) status_.smcKeys.emplace_back(thresholdAttribute(Threshold::start));
+    if (!caps_.behaviours.empty()) status_.smcKeys.emplace_back("charge_behaviour");
 }
 
 void ChargeController::note(const WriteError& error) {
@@ -70,14 +80,14 @@ void ChargeController::note(const WriteError& error) {
 
 void ChargeController::updateHeat(const DeviceReading& reading) {
     if (!settings_.thermal || !reading.temperatureCelsius) {
-        view_.hot = false;
+        status_.hot = false;
         return;
     }
     const double temp = *reading.temperatureCelsius;
     if (temp > settings_.thermalLimit) {
-        view_.hot = true;
+        status_.hot = true;
     } else if (temp <= settings_.thermalLimit - heatReturnCelsius) {
-        view_.hot = false;
+        status_.hot = false;
     }
 }
 
@@ -105,7 +115,7 @@ std::optional<int> ChargeController::target() const {
 }
 
 void ChargeController::apply(const DeviceReading& reading, std::optional<int> goal, bool forcing) {
-    const int pct = reading.capacity.value_or(view_.pct);
+    const int pct = reading.capacity.value_or(status_.pct);
     WriteError error;
 
     if (caps_.endThreshold) {
@@ -115,7 +125,7 @@ void ChargeController::apply(const DeviceReading& reading, std::optional<int> go
         if (goal && (calibration_.fillingUp() || (settings_.topUp && !calibration_.running()))) {
             start = std::max(0, end - 1);
         }
-        if (view_.hot && !caps_.offers(behaviourInhibit)) {
+        if (status_.hot && !caps_.offers(behaviourInhibit)) {
             end = std::clamp(pct, 0, end);
             start = std::max(0, end - settings_.hysteresis);
         }
@@ -132,13 +142,101 @@ void ChargeController::apply(const DeviceReading& reading, std::optional<int> go
     if (forcing) {
         behaviour = behaviourForceDischarge;
     } else if (caps_.offers(behaviourInhibit) &&
-               (view_.hot || inhibitLatched_ || (calibration_.draining() && reading.plugged))) {
+               (status_.hot || inhibitLatched_ || (calibration_.draining() && reading.plugged))) {
         behaviour = behaviourInhibit;
     }
     if (auto behaviourError = writer_.applyBehaviour(caps_, behaviour); behaviourError && !error) {
         error = behaviourError;
     }
     note(error);
+}
+
+bool ChargeController::followPlug(bool plugged) {
+    const bool pluggedIn = wasPlugged_ && !*wasPlugged_ && plugged;
+    const bool unplugged = wasPlugged_ && *wasPlugged_ && !plugged;
+    wasPlugged_ = plugged;
+    if (pluggedIn) discharge_.pluggedIn();
+    return unplugged;
+}
+
+void ChargeController::takeReading(const DeviceReading& reading) {
+    // A charge that could not be read this once keeps the last one rather than showing 0%.
+    if (reading.capacity) status_.pct = *reading.capacity;
+    status_.plugged = reading.plugged;
+    status_.temp = reading.temperatureCelsius;
+}
+
+void ChargeController::advanceCalibration(const DeviceReading& reading, Instant now, double elapsed) {
+    if (calibration_.update(settings_.calibrate, settings_.limit, reading, now, elapsed)) {
+        settings_.calibrate = false;
+        settingsChange_ = settings_;
+        if (log_)
+            log_(calibration_.status().lastFailure ? "calibration stopped: nothing moved"
+                                                   : "calibration over");
+    }
+    status_.cal = calibration_.status();
+}
+
+bool ChargeController::superviseDischarge(const DeviceReading& reading, std::optional<int> goal,
+                                          Instant now) {
+    const bool dischargeAllowed = settings_.discharge || calibration_.pullingDown();
+    const bool wanted = goal && reading.plugged && reading.capacity && status_.pct > *goal &&
+                        dischargeAllowed && caps_.offers(behaviourForceDischarge);
+    const auto onDevice = caps_.behaviours.empty() ? std::nullopt : device_.behaviour();
+    const bool forcing = discharge_.update(
+        wanted, reading, onDevice ? std::optional<std::string_view>(onDevice->current) : std::nullopt, now);
+    if (discharge_.failed() && !status_.dischargeFailed && log_) log_("forced discharge did not take");
+    status_.dischargeFailed = discharge_.failed();
+    return forcing;
+}
+
+ChargeState ChargeController::stateOf(const DeviceReading& reading, std::optional<int> goal,
+                                      bool forcing) const {
+    if (forcing) return ChargeState::discharge;
+    if (!reading.plugged) return ChargeState::allow;
+    const bool holding = goal && status_.pct >= *goal - settings_.hysteresis;
+    if (status_.hot || (holding && !reading.charging()) || (calibration_.draining() && !reading.charging())) {
+        return ChargeState::hold;
+    }
+    return ChargeState::allow;
+}
+
+void ChargeController::verifyGate(const DeviceReading& reading, std::optional<int> goal, bool forcing,
+                                  Instant now) {
+    // Verification looks at a stretch of holding at or above the target, where nothing should flow in.
+    const bool atLimit = reading.plugged && goal && *goal < 100 && status_.pct >= *goal && !forcing;
+    if (!atLimit) {
+        holdingSince_.reset();
+    } else if (!holdingSince_) {
+        holdingSince_ = now;
+    } else if (now - *holdingSince_ >= gateDelaySeconds) {
+        const bool stillFlowing = reading.charging() && reading.currentMicroamps.value_or(
+                                                            gateCurrentMicroamps) >= gateCurrentMicroamps;
+        status_.gateVerified = !stillFlowing;
+    }
+}
+
+void ChargeController::countProtectedTime(ChargeState state, std::optional<int> goal, double elapsed) {
+    if (state == ChargeState::hold && goal && *goal < 100 && status_.pct < 100) {
+        setProtectedSeconds(protectedSeconds_ + elapsed);
+    }
+}
+
+ChargeState ChargeController::control(const DeviceReading& reading, Instant now, double elapsed) {
+    const auto goal = target();
+    const bool forcing = superviseDischarge(reading, goal, now);
+    apply(reading, goal, forcing);
+    const ChargeState state = stateOf(reading, goal, forcing);
+    verifyGate(reading, goal, forcing, now);
+    countProtectedTime(state, goal, elapsed);
+    return state;
+}
+
+void ChargeController::enterState(ChargeState state, Instant now) {
+    if (status_.state != state || !status_.since) {
+        status_.state = state;
+        status_.since = now;
+    }
 }
 
 void ChargeController::tick(Instant now) {
@@ -149,72 +247,23 @@ void ChargeController::tick(Instant now) {
     }
     const double elapsed = lastTick_ ? std::clamp(now - *lastTick_, 0.0, 120.0) : 0.0;
     lastTick_ = now;
-    const bool plugged = reading.plugged;
-    const bool pluggedIn = wasPlugged_ && !*wasPlugged_ && plugged;
-    const bool unplugged = wasPlugged_ && *wasPlugged_ && !plugged;
-    wasPlugged_ = plugged;
-    if (pluggedIn) discharge_.pluggedIn();
-
-    if (reading.capacity) view_.pct = *reading.capacity;
-    view_.plugged = plugged;
-    view_.temp = reading.temperatureCelsius;
-    const int pct = view_.pct;
-
-    if (calibration_.update(settings_.calibrate, settings_.limit, reading, now, elapsed)) {
-        settings_.calibrate = false;
-        settingsChange_ = settings_;
-        if (log_)
-            log_(calibration_.status().lastFailure ? "calibration stopped: nothing moved"
-                                                   : "calibration over");
-    }
-    view_.cal = calibration_.status();
+    const bool unplugged = followPlug(reading.plugged);
+    takeReading(reading);
+    advanceCalibration(reading, now, elapsed);
     updateTopUp(reading, unplugged, elapsed);
-    view_.topUp = settings_.topUp;
+    status_.topUp = settings_.topUp;
     updateHeat(reading);
 
-    std::string state = "allow";
-    const auto goal = target();
+    ChargeState state = ChargeState::allow;
     if (released_) {
+        // Released: the firmware has the charger, and nothing is held or verified meanwhile.
         discharge_.stop();
         holdingSince_.reset();
     } else {
-        const bool dischargeAllowed = settings_.discharge || calibration_.pullingDown();
-        const bool wanted = goal && plugged && reading.capacity && pct > *goal && dischargeAllowed &&
-                            caps_.offers(behaviourForceDischarge);
-        const auto onDevice = caps_.behaviours.empty() ? std::nullopt : device_.behaviour();
-        const bool forcing = discharge_.update(
-            wanted, reading, onDevice ? std::optional<std::string_view>(onDevice->current) : std::nullopt,
-            now);
-        if (discharge_.failed() && !view_.dischargeFailed && log_) log_("forced discharge did not take");
-        view_.dischargeFailed = discharge_.failed();
-        apply(reading, goal, forcing);
-
-        const bool holding = plugged && goal && pct >= *goal - settings_.hysteresis && !forcing;
-        if (forcing) {
-            state = "discharge";
-        } else if (plugged && (view_.hot || (holding && !reading.charging()) ||
-                               (calibration_.draining() && !reading.charging()))) {
-            state = "hold";
-        }
-
-        // Verification looks at a stretch of holding at or above the target, where nothing should flow in.
-        const bool atLimit = plugged && goal && *goal < 100 && pct >= *goal && !forcing;
-        if (!atLimit) {
-            holdingSince_.reset();
-        } else if (!holdingSince_) {
-            holdingSince_ = now;
-        } else if (now - *holdingSince_ >= gateDelaySeconds) {
-            const bool stillFlowing = reading.charging() && reading.currentMicroamps.value_or(
-                                                                gateCurrentMicroamps) >= gateCurrentMicroamps;
-            view_.gateVerified = !stillFlowing;
-        }
-        if (state == "hold" && goal && *goal < 100 && pct < 100) view_.protectedSeconds += elapsed;
+        state = control(reading, now, elapsed);
     }
-    view_.nativeFloor = writer_.nativeFloor();
-    if (state != view_.state || view_.since == 0) {
-        view_.state = state;
-        view_.since = now;
-    }
+    status_.nativeFloor = writer_.nativeFloor();
+    enterState(state, now);
 }
 
 WriteError ChargeController::release() {

@@ -12,6 +12,7 @@
 #include "control/charge_writer.h"
 #include "control/discharge_supervisor.h"
 #include "device/power_device.h"
+#include "service/published_status.h"
 #include "service/settings.h"
 
 namespace torvel::daemon {
@@ -23,28 +24,6 @@ struct ControlMemory {
     std::optional<std::int64_t> calBeforeRaw;
 
     bool operator==(const ControlMemory&) const = default;
-};
-
-// The controller's published view, in the status file's terms.
-struct ControlView {
-    // "hold", "allow" or "discharge".
-    std::string state = "allow";
-    double since = 0;
-    int pct = 0;
-    bool plugged = false;
-    bool hot = false;
-    std::optional<double> temp;
-    bool topUp = false;
-    double protectedSeconds = 0;
-    bool dischargeSupported = false;
-    bool dischargeFailed = false;
-    std::vector<std::string> controlFiles;
-    std::optional<std::string> chargeMode;
-    std::optional<int> nativeFloor;
-    std::optional<bool> gateVerified;
-    CalibrationStatus cal;
-
-    bool operator==(const ControlView&) const = default;
 };
 
 // "thresholds", "behaviour" or "thresholds+behaviour"; absent when nothing can hold a limit.
@@ -67,7 +46,7 @@ class ChargeController {
     // Also ends a release: a new settings message means "control again".
     void setSettings(const Settings& settings);
     const Settings& settings() const { return settings_; }
-    void resetProtected() { view_.protectedSeconds = 0; }
+    void resetProtected() { setProtectedSeconds(0); }
     // Drops the protected time and the calibration record (a purge); a run in progress ends.
     void forgetMemory();
     // Writes the full range and auto, then leaves the device alone until the next settings or start.
@@ -78,7 +57,8 @@ class ChargeController {
     // The state to leave behind when the service stops: never forced discharge, never inhibited charging.
     WriteError shutdown();
 
-    const ControlView& view() const { return view_; }
+    // What the service publishes, but for the time of writing and its own identity.
+    const PublishedStatus& status() const { return status_; }
     ControlMemory memory() const;
     const DeviceCapabilities& capabilities() const { return caps_; }
     // Settings the service changed by itself (a top-up or a calibration run that ended), to be stored.
@@ -86,10 +66,23 @@ class ChargeController {
 
   private:
     void refreshCapabilities();
-    void updateHeat(const DeviceReading& reading);
+    // Returns whether the charger was just unplugged.
+    bool followPlug(bool plugged);
+    void takeReading(const DeviceReading& reading);
+    void advanceCalibration(const DeviceReading& reading, Instant now, double elapsed);
     void updateTopUp(const DeviceReading& reading, bool unplugged, double elapsed);
+    void updateHeat(const DeviceReading& reading);
     std::optional<int> target() const;
-    void apply(const DeviceReading& reading, std::optional<int> target, bool forcing);
+    // The state this tick ends in, after every write it takes.
+    ChargeState control(const DeviceReading& reading, Instant now, double elapsed);
+    // Returns whether the battery is being forced down.
+    bool superviseDischarge(const DeviceReading& reading, std::optional<int> goal, Instant now);
+    void apply(const DeviceReading& reading, std::optional<int> goal, bool forcing);
+    ChargeState stateOf(const DeviceReading& reading, std::optional<int> goal, bool forcing) const;
+    void verifyGate(const DeviceReading& reading, std::optional<int> goal, bool forcing, Instant now);
+    void countProtectedTime(ChargeState state, std::optional<int> goal, double elapsed);
+    void enterState(ChargeState state, Instant now);
+    void setProtectedSeconds(double seconds);
     void note(const WriteError& error);
 
     PowerDevice& device_;
@@ -99,7 +92,9 @@ class ChargeController {
     ChargeWriter writer_;
     DischargeSupervisor discharge_;
     CalibrationRun calibration_;
-    ControlView view_;
+    PublishedStatus status_;
+    // Kept in fractions of a second; the status shows whole ones.
+    double protectedSeconds_ = 0;
 
     bool released_ = false;
     bool capsKnown_ = false;

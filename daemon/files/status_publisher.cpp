@@ -11,7 +11,7 @@ namespace {
 
 // The counter grows on every tick while the limit holds; on its own it is not news worth a write.
 PublishedStatus comparable(PublishedStatus status) {
-    status.ts = 0;
+    status.ts.reset();
     status.protectedSeconds = 0;
     return status;
 }
@@ -22,7 +22,7 @@ std::variant<bool, std::string> StatusPublisher::publish(PublishedStatus status,
     status.ts = now;
     const bool changed = !last_ || comparable(*last_) != comparable(status);
     if (!changed && now - lastWrite_ < refreshEvery && now >= lastWrite_) return false;
-    if (auto error = replaceFile(file_, publishedStatusText(status), 0644)) return *error;
+    if (auto error = replaceFile(file_, status.fileText(), 0644)) return *error;
     last_ = status;
     lastWrite_ = now;
     return true;

@@ -34,6 +34,10 @@ TEST_F(StatusCommand, JsonDescribesTheSampleAsALiveService) {
     EXPECT_EQ((*status)["settings"]["limit"], 80);
     EXPECT_EQ((*status)["target"], 80);
     EXPECT_TRUE((*status)["nativeFloor"].is_null());
+    // The status file's values under the file's own keys.
+    EXPECT_EQ((*status)["state"], "hold");
+    EXPECT_EQ((*status)["pct"], 80);
+    EXPECT_EQ((*status)["startedAt"], 1763791200);
     EXPECT_EQ((*status)["cal"]["runs"].size(), 2u);
     EXPECT_TRUE((*status)["cal"]["trend"].is_string());
 }

@@ -41,7 +41,7 @@ struct Rig {
         settings.*key = value;
         controller.setSettings(settings);
     }
-    const ControlView& view() const { return controller.view(); }
+    const PublishedStatus& view() const { return controller.status(); }
     // What the driver holds, as "start-end behaviour".
     std::string device() const {
         return std::to_string(battery.startThresholdValue()) + "-" +
@@ -54,12 +54,30 @@ struct Rig {
     ChargeController controller;
 };
 
+TEST(ChargeController, PublishesWhenTheStateBeganAndWhatItWrites) {
+    Rig rig({.startPercent = 50}, {.limit = 80});
+    const Instant started = rig.now;
+    rig.run(600);
+    EXPECT_EQ(rig.view().state, ChargeState::allow);
+    EXPECT_EQ(rig.view().since, started) << "still charging: the state has not changed";
+    ASSERT_TRUE(rig.runUntil([&] { return rig.view().state == ChargeState::hold; }, 4 * 3600));
+    const auto held = rig.view().since;
+    ASSERT_TRUE(held);
+    EXPECT_GT(*held, started);
+    rig.run(600);
+    EXPECT_EQ(rig.view().since, held);
+    EXPECT_EQ(rig.view().smcKeys,
+              (std::vector<std::string>{"charge_control_end_threshold", "charge_control_start_threshold",
+                                        "charge_behaviour"}));
+    EXPECT_FALSE(rig.view().ledSupported);
+}
+
 TEST(ChargeController, HoldsTheLimitVerifiesTheGateAndReappliesWhatTheFirmwareForgot) {
     Rig rig({.startPercent = 50}, {.limit = 80});
     rig.run(4 * 3600);
     EXPECT_EQ(rig.device(), "75-80 auto");
     EXPECT_EQ(rig.view().pct, 80);
-    EXPECT_EQ(rig.view().state, "hold");
+    EXPECT_EQ(rig.view().state, ChargeState::hold);
     EXPECT_EQ(rig.view().gateVerified, true);
     EXPECT_GT(rig.view().protectedSeconds, 3600);
     EXPECT_EQ(rig.view().chargeMode, "thresholds+behaviour");
@@ -116,7 +134,7 @@ TEST(ChargeController, HoldsWithChargeBehaviourWhenThereAreNoThresholds) {
     ASSERT_TRUE(rig.runUntil([&] { return rig.battery.behaviourValue() == "inhibit-charge"; }, 4 * 3600));
     rig.run(5);
     EXPECT_EQ(rig.view().pct, 80);
-    EXPECT_EQ(rig.view().state, "hold");
+    EXPECT_EQ(rig.view().state, ChargeState::hold);
     EXPECT_EQ(rig.view().chargeMode, "behaviour");
     // Charging comes back only below limit - hysteresis.
     rig.battery.plug(false);
@@ -124,7 +142,7 @@ TEST(ChargeController, HoldsWithChargeBehaviourWhenThereAreNoThresholds) {
     rig.battery.plug(true);
     rig.run(5);
     EXPECT_EQ(rig.battery.behaviourValue(), "auto");
-    EXPECT_EQ(rig.view().state, "allow");
+    EXPECT_EQ(rig.view().state, ChargeState::allow);
 }
 
 TEST(ChargeController, WithoutInhibitTheHeatPauseLowersTheEndAndLogsNothing) {
@@ -146,12 +164,12 @@ TEST(ChargeController, ForcedDischargeRunsDownToTheTargetOrGivesUpOnACutThatDoes
         rig.run(15);
         EXPECT_EQ(rig.view().dischargeFailed, !cuts);
         if (cuts) {
-            EXPECT_EQ(rig.view().state, "discharge");
+            EXPECT_EQ(rig.view().state, ChargeState::discharge);
             ASSERT_TRUE(rig.runUntil([&] { return rig.view().pct <= 80; }, 3 * 3600));
             rig.run(5);
         }
         EXPECT_EQ(rig.device(), "75-80 auto");
-        EXPECT_EQ(rig.view().state, "hold");
+        EXPECT_EQ(rig.view().state, ChargeState::hold);
         EXPECT_TRUE(rig.view().dischargeSupported);
     }
 }
@@ -207,7 +225,7 @@ TEST(ChargeController, NeverLeavesChargingForcedOrInhibitedOnceTheReasonIsGone) 
         c.interrupt(rig);
         if (c.interrupt != shutdown) {
             rig.run(5);
-            EXPECT_NE(rig.view().state, "discharge");
+            EXPECT_NE(rig.view().state, ChargeState::discharge);
             EXPECT_EQ(rig.view().cal.phase, Phase::idle);
         }
         EXPECT_EQ(rig.device(), c.after);
@@ -229,14 +247,14 @@ TEST(ChargeController, HeatPausesChargingUntilThreeDegreesBelowTheLimit) {
     Rig rig({.startPercent = 40, .ambientCelsius = 30.0, .chargingWarmth = 0},
             {.limit = 90, .thermal = true, .thermalLimit = 40});
     rig.run(60);
-    EXPECT_EQ(rig.view().state, "allow");
+    EXPECT_EQ(rig.view().state, ChargeState::allow);
     for (const auto& [extra, hot] :
          {std::pair{10.5, true}, {8.0, true}, {7.1, true}, {7.0, false}, {9.0, false}}) {
         rig.battery.setExtraHeat(extra);
         rig.run(10);
         EXPECT_EQ(rig.view().hot, hot) << extra;
         EXPECT_EQ(rig.battery.behaviourValue(), hot ? "inhibit-charge" : "auto") << extra;
-        EXPECT_EQ(rig.view().state, hot ? "hold" : "allow") << extra;
+        EXPECT_EQ(rig.view().state, hot ? ChargeState::hold : ChargeState::allow) << extra;
     }
 }
 
@@ -265,7 +283,7 @@ TEST(ChargeController, CalibrationRunsThroughEveryPhaseAndRecordsTheSweep) {
     for (int i = 0; i < 30 * 24 * 60 && !rig.controller.takeSettingsChange(); ++i) {
         rig.run(60, 10);
         if (rig.view().cal.phase != seen.back()) seen.push_back(rig.view().cal.phase);
-        EXPECT_TRUE(rig.view().cal.phase != Phase::drain || rig.view().state != "allow");
+        EXPECT_TRUE(rig.view().cal.phase != Phase::drain || rig.view().state != ChargeState::allow);
     }
     EXPECT_EQ(seen, (std::vector<Phase>{Phase::idle, Phase::fill, Phase::drain, Phase::refill, Phase::soak,
                                         Phase::restore, Phase::idle}));

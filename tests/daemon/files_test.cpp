@@ -160,11 +160,12 @@ TEST_F(Files, JournalAndStatusAreWrittenOnChangeAndOnTheirOwnBeat) {
                           {359, 81, false},
                           {360, 81, true},
                           {420, 82, true}}) {
-        EXPECT_EQ(journal.record({t0 + s.at, s.pct, "hold", true, 30.2}), Written(s.written)) << s.at;
+        EXPECT_EQ(journal.record({t0 + s.at, s.pct, ChargeState::hold, true, 30.2}), Written(s.written))
+            << s.at;
     }
     const auto samples = HistoryStore(dir / "history").samples(t0, t0 + 1000);
     ASSERT_EQ(samples.size(), 4u);
-    EXPECT_EQ(samples[0], (HistorySample{t0, 80, "hold", true, 30.2}));
+    EXPECT_EQ(samples[0], (HistorySample{t0, 80, ChargeState::hold, true, 30.2}));
 
     // The status file goes out on any change and at least every fifteen seconds.
     StatusPublisher publisher(dir / "status.json");
@@ -198,7 +199,8 @@ TEST_F(Files, RetentionDeletesOnlyOldDayFilesAndFollowsNoLink) {
     fs::create_symlink(dir / "real", dir / "linked");
     JournalWriter linked(dir / "linked");
     EXPECT_TRUE(linked.prune(noon30April, 1));
-    EXPECT_TRUE(std::holds_alternative<std::string>(linked.record({noon30April, 50, "allow", false, {}})));
+    EXPECT_TRUE(
+        std::holds_alternative<std::string>(linked.record({noon30April, 50, ChargeState::allow, false, {}})));
     EXPECT_EQ(names(dir / "real"), Names{"2000-01-01.jsonl"});
 }
 

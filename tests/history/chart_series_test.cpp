@@ -8,7 +8,7 @@ namespace torvel {
 namespace {
 
 HistorySample at(Instant date, std::int64_t pct, bool plugged = false, std::optional<double> temp = {}) {
-    return {date, pct, "allow", plugged, temp};
+    return {date, pct, ChargeState::allow, plugged, temp};
 }
 
 TEST(ChartSeriesBuild, SlotsBetweenInclusiveEnds) {

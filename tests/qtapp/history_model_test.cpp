@@ -28,7 +28,7 @@ struct Journal {
         qtApp();
         for (double t = now - hours * 3600; t <= now + 0.5; t += 600) {
             std::ofstream(dir.path() / *HistoryStore::dayFileName(t), std::ios::app)
-                << JournalLine::encode({t, 80, "hold", true, 31.0}) << '\n';
+                << JournalLine::encode({t, 80, ChargeState::hold, true, 31.0}) << '\n';
         }
         model = std::make_unique<HistoryModel>(dir.path(), [] { return now; });
         QObject::connect(model.get(), &HistoryModel::journalReady,

@@ -10,7 +10,7 @@ namespace {
 PublishedStatus everythingKnown() {
     PublishedStatus status;
     status.ts = 1'700'000'000.5;
-    status.state = "discharge";
+    status.state = ChargeState::discharge;
     status.pct = 87;
     status.plugged = true;
     status.hot = true;
@@ -40,33 +40,34 @@ PublishedStatus everythingKnown() {
 
 TEST(PublishedStatus, TheAppReadsBackEveryPublishedValue) {
     const PublishedStatus published = everythingKnown();
+    EXPECT_EQ(PublishedStatus::decode(published.fileText()), published);
     ServiceStatus read;
-    refreshStatus(read, publishedStatusText(published), published.ts + 1, true);
-    EXPECT_EQ(read.state, published.state);
-    EXPECT_EQ(read.statusPct, published.pct);
-    EXPECT_EQ(read.statusPlugged, published.plugged);
-    EXPECT_EQ(read.statusHot, published.hot);
-    EXPECT_EQ(read.statusTemp, published.temp);
-    EXPECT_EQ(read.statusTopUp, published.topUp);
-    EXPECT_EQ(read.statusProtectedSeconds, published.protectedSeconds);
-    EXPECT_EQ(read.statusSince, published.since);
-    EXPECT_EQ(read.ledSupported, published.ledSupported);
-    EXPECT_EQ(read.dischargeSupported, published.dischargeSupported);
-    EXPECT_EQ(read.dischargeFailed, published.dischargeFailed);
-    EXPECT_EQ(read.smcKeys, published.smcKeys);
-    EXPECT_EQ(read.chargeMode, published.chargeMode);
-    EXPECT_EQ(read.nativeFloor, published.nativeFloor);
-    EXPECT_EQ(read.gateVerified, published.gateVerified);
-    EXPECT_EQ(read.daemonVersion, published.daemonVersion);
-    EXPECT_EQ(read.daemonStartedAt, published.startedAt);
-    EXPECT_EQ(read.daemonPath, published.daemonPath);
-    EXPECT_EQ(read.cal, published.cal);
+    refreshStatus(read, published.fileText(), *published.ts + 1, true);
+    EXPECT_EQ(read.freshness, ServiceStatus::Freshness::fresh);
+    EXPECT_EQ(read.published, published);
+    EXPECT_EQ(read.stateWord(), "discharge");
+}
+
+TEST(PublishedStatus, TheFileKeepsItsKeysAndSpelling) {
+    PublishedStatus published;
+    published.ts = 1'700'000'000;
+    published.state = ChargeState::hold;
+    published.pct = 80;
+    published.smcKeys = {"charge_behaviour"};
+    published.startedAt = 1'699'990'000;
+    EXPECT_EQ(published.fileText(),
+              R"({"cal":{"drainTarget":15,"phase":"idle","runs":[],"soakBanked":0.0,"soakSeconds":3600},)"
+              R"("chargeMode":null,"daemonPath":null,"daemonVersion":null,"dischargeFailed":false,)"
+              R"("dischargeSupported":true,"gateVerified":null,"hot":false,"ledSupported":true,)"
+              R"("nativeFloor":null,"pct":80,"plugged":false,"protectedSeconds":0.0,"since":null,)"
+              R"("smcKeys":["charge_behaviour"],"startedAt":1699990000.0,"state":"hold",)"
+              R"("temp":null,"topUp":false,"ts":1700000000.0})");
 }
 
 TEST(PublishedStatus, UnknownValuesAreWrittenAsNullAndReadAsAbsent) {
     PublishedStatus published;
     published.ts = 1'700'000'000;
-    const std::string text = publishedStatusText(published);
+    const std::string text = published.fileText();
     const auto object = json::parseObject(text);
     ASSERT_TRUE(object);
     // Every key the app reads is there, the unknown ones as null, so no reader falls back by accident.
@@ -74,17 +75,18 @@ TEST(PublishedStatus, UnknownValuesAreWrittenAsNullAndReadAsAbsent) {
     EXPECT_TRUE((*object)["temp"].is_null());
     EXPECT_TRUE((*object)["gateVerified"].is_null());
     ServiceStatus read;
-    read.statusTemp = 30;
-    read.nativeFloor = 80;
-    read.gateVerified = true;
-    read.chargeMode = "old";
-    refreshStatus(read, text, published.ts, true);
-    EXPECT_FALSE(read.statusTemp);
-    EXPECT_FALSE(read.nativeFloor);
-    EXPECT_FALSE(read.gateVerified);
-    EXPECT_FALSE(read.chargeMode);
-    EXPECT_FALSE(read.daemonVersion);
-    EXPECT_EQ(read.cal, CalibrationStatus{});
+    read.published.temp = 30;
+    read.published.nativeFloor = 80;
+    read.published.gateVerified = true;
+    read.published.chargeMode = "old";
+    refreshStatus(read, text, *published.ts, true);
+    EXPECT_FALSE(read.published.temp);
+    EXPECT_FALSE(read.published.nativeFloor);
+    EXPECT_FALSE(read.published.gateVerified);
+    EXPECT_FALSE(read.published.chargeMode);
+    EXPECT_FALSE(read.published.daemonVersion);
+    EXPECT_EQ(read.published.cal, CalibrationStatus{});
+    EXPECT_EQ(read.stateWord(), "unknown");
 }
 
 }  // namespace

@@ -11,7 +11,7 @@ constexpr const char* own = "/usr/libexec/torvel/torvel-daemon";
 
 ServiceFacts running() {
     return ServiceFacts{.daemonInstalled = true,
-                        .state = "hold",
+                        .state = ChargeState::hold,
                         .daemonPath = own,
                         .daemonVersion = "1.5",
                         .ownDaemonPath = own,
@@ -59,11 +59,17 @@ TEST(ServiceState, FirstMatchingCaseWins) {
         {"outdated beats stale",
          [](ServiceFacts& f) {
              f.daemonVersion = "1.6";
-             f.state = "stale";
+             f.stale = true;
+             f.state.reset();
          },
          ServiceState::outdated},
-        {"stale", [](ServiceFacts& f) { f.state = "stale"; }, ServiceState::stale},
-        {"unknown", [](ServiceFacts& f) { f.state = "unknown"; }, ServiceState::unknown},
+        {"stale",
+         [](ServiceFacts& f) {
+             f.stale = true;
+             f.state.reset();
+         },
+         ServiceState::stale},
+        {"unknown", [](ServiceFacts& f) { f.state.reset(); }, ServiceState::unknown},
         {"empty path is no other copy", [](ServiceFacts& f) { f.daemonPath = ""; }, ServiceState::running},
         {"no version is never outdated", [](ServiceFacts& f) { f.daemonVersion.reset(); },
          ServiceState::running},
@@ -153,9 +159,9 @@ TEST(ChargeSettingsState, HeldLimitAndReach) {
     ChargeSettingsState state;
     state.settings.limit = 80;
     EXPECT_EQ(state.heldLimit(), 80);
-    state.status.nativeFloor = 85;
+    state.status.published.nativeFloor = 85;
     EXPECT_EQ(state.heldLimit(), 85);
-    state.status.nativeFloor = 60;
+    state.status.published.nativeFloor = 60;
     EXPECT_EQ(state.heldLimit(), 80);
 
     EXPECT_FALSE(state.canReachService());

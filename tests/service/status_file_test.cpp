@@ -17,23 +17,25 @@ ServiceStatus refreshed(const std::string& bytes, double now, bool installed = t
 
 TEST(RefreshStatus, FreshFileFillsEveryField) {
     const ServiceStatus status = refreshed(testing::fixture("service/status-holding.json"), written + 5);
-    EXPECT_EQ(status.state, "hold");
-    EXPECT_EQ(status.statusPct, 55);  // 55.7 truncates
-    EXPECT_TRUE(status.statusPlugged);
-    EXPECT_EQ(status.statusTemp, 31.4);
-    EXPECT_EQ(status.statusProtectedSeconds, 86400);
-    EXPECT_EQ(status.statusSince, 1763890000);
-    EXPECT_TRUE(status.ledSupported);  // missing means supported
-    EXPECT_FALSE(status.dischargeSupported);
-    EXPECT_EQ(status.smcKeys.size(), 2u);
-    EXPECT_EQ(status.chargeMode, "thresholds");
-    EXPECT_EQ(status.nativeFloor, 60);
-    EXPECT_EQ(status.gateVerified, true);
-    EXPECT_EQ(status.daemonVersion, "0.1.0");
-    EXPECT_EQ(status.daemonStartedAt, 1763800000);
-    EXPECT_EQ(status.daemonPath, "/usr/libexec/torvel/torvel-daemon");
-    EXPECT_EQ(status.cal.phase, CalibrationStatus::Phase::drain);
-    EXPECT_EQ(status.cal.drainTarget, 12);
+    EXPECT_EQ(status.stateWord(), "hold");
+    EXPECT_EQ(status.state(), ChargeState::hold);
+    const PublishedStatus& read = status.published;
+    EXPECT_EQ(read.pct, 55);  // 55.7 truncates
+    EXPECT_TRUE(read.plugged);
+    EXPECT_EQ(read.temp, 31.4);
+    EXPECT_EQ(read.protectedSeconds, 86400);
+    EXPECT_EQ(read.since, 1763890000);
+    EXPECT_TRUE(read.ledSupported);  // missing means supported
+    EXPECT_FALSE(read.dischargeSupported);
+    EXPECT_EQ(read.smcKeys.size(), 2u);
+    EXPECT_EQ(read.chargeMode, "thresholds");
+    EXPECT_EQ(read.nativeFloor, 60);
+    EXPECT_EQ(read.gateVerified, true);
+    EXPECT_EQ(read.daemonVersion, "0.1.0");
+    EXPECT_EQ(read.startedAt, 1763800000);
+    EXPECT_EQ(read.daemonPath, "/usr/libexec/torvel/torvel-daemon");
+    EXPECT_EQ(read.cal.phase, CalibrationStatus::Phase::drain);
+    EXPECT_EQ(read.cal.drainTarget, 12);
 }
 
 TEST(RefreshStatus, FreshnessDecidesWhatIsBelieved) {
@@ -55,32 +57,51 @@ TEST(RefreshStatus, FreshnessDecidesWhatIsBelieved) {
     const std::string bytes = testing::fixture("service/status-holding.json");
     for (const auto& c : cases) {
         const ServiceStatus status = refreshed(bytes, written + c.age, c.installed);
-        EXPECT_EQ(status.state, c.state) << c.name;
-        EXPECT_EQ(status.gateVerified.has_value(), c.trusted) << c.name;
-        EXPECT_EQ(status.daemonVersion.has_value(), c.identity) << c.name;
-        EXPECT_EQ(status.daemonStartedAt.has_value(), c.identity) << c.name;
-        EXPECT_EQ(status.daemonPath.has_value(), c.identity) << c.name;
-        EXPECT_EQ(status.statusPct, 55) << c.name << ": a stale file's readings still show";
+        const PublishedStatus& read = status.published;
+        EXPECT_EQ(status.stateWord(), c.state) << c.name;
+        EXPECT_EQ(read.gateVerified.has_value(), c.trusted) << c.name;
+        EXPECT_EQ(read.daemonVersion.has_value(), c.identity) << c.name;
+        EXPECT_EQ(read.startedAt.has_value(), c.identity) << c.name;
+        EXPECT_EQ(read.daemonPath.has_value(), c.identity) << c.name;
+        EXPECT_EQ(read.pct, 55) << c.name << ": a stale file's readings still show";
     }
 }
 
 TEST(RefreshStatus, MistypedKeysTakeTheirFallbacks) {
     const ServiceStatus status = refreshed(testing::fixture("service/status-mistyped.json"), written);
-    EXPECT_EQ(status.state, "stale");  // ts is not a number
-    EXPECT_EQ(status.statusPct, 0);
-    EXPECT_FALSE(status.statusPlugged);
-    EXPECT_FALSE(status.statusTemp);
-    EXPECT_EQ(status.statusProtectedSeconds, 12);
-    EXPECT_TRUE(status.ledSupported);
-    EXPECT_TRUE(status.smcKeys.empty());
-    EXPECT_FALSE(status.nativeFloor);  // 250 is no floor
-    EXPECT_FALSE(status.gateVerified);
-    EXPECT_EQ(status.cal, CalibrationStatus{});
+    EXPECT_EQ(status.stateWord(), "stale");  // ts is not a number
+    const PublishedStatus& read = status.published;
+    EXPECT_EQ(read.pct, 0);
+    EXPECT_FALSE(read.plugged);
+    EXPECT_FALSE(read.temp);
+    EXPECT_EQ(read.protectedSeconds, 12);
+    EXPECT_TRUE(read.ledSupported);
+    EXPECT_TRUE(read.smcKeys.empty());
+    EXPECT_FALSE(read.nativeFloor);  // 250 is no floor
+    EXPECT_FALSE(read.gateVerified);
+    EXPECT_EQ(read.cal, CalibrationStatus{});
 }
 
-TEST(RefreshStatus, FreshFileWithoutAStateWordIsUnknown) {
-    EXPECT_EQ(refreshed(R"({"ts": 100})", 100).state, "unknown");
-    EXPECT_EQ(refreshed(R"({"state": "hold"})", 100).state, "stale");
+TEST(RefreshStatus, OnlyAFreshFileNamesTheState) {
+    struct Case {
+        const char* bytes;
+        const char* word;
+        std::optional<ChargeState> state;
+    };
+    const Case cases[] = {
+        {R"({"ts": 100, "state": "allow"})", "allow", ChargeState::allow},
+        {R"({"ts": 100, "state": "discharge"})", "discharge", ChargeState::discharge},
+        {R"({"ts": 100})", "unknown", std::nullopt},
+        {R"({"ts": 100, "state": "cooling"})", "unknown", std::nullopt},
+        {R"({"ts": 100, "state": "HOLD"})", "unknown", std::nullopt},
+        {R"({"state": "hold"})", "stale", std::nullopt},
+        {R"({"ts": 39, "state": "hold"})", "stale", std::nullopt},
+    };
+    for (const auto& c : cases) {
+        const ServiceStatus status = refreshed(c.bytes, 100);
+        EXPECT_EQ(status.stateWord(), c.word) << c.bytes;
+        EXPECT_EQ(status.state(), c.state) << c.bytes;
+    }
 }
 
 TEST(RefreshStatus, UnreadableFileOnlyForgetsTheState) {
@@ -92,9 +113,9 @@ TEST(RefreshStatus, UnreadableFileOnlyForgetsTheState) {
           std::optional<std::string_view>(truncated)}) {
         ServiceStatus again = before;
         refreshStatus(again, bytes, written, true);
-        EXPECT_EQ(again.state, "unknown");
-        again.state = before.state;
-        EXPECT_EQ(again, before);
+        EXPECT_EQ(again.stateWord(), "unknown");
+        EXPECT_FALSE(again.state());
+        EXPECT_EQ(again.published, before.published);
     }
 }
 

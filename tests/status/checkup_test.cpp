@@ -30,8 +30,8 @@ struct Machine {
     Checkup checkup() const {
         ChargeSettingsState s;
         if (writeError) s.writeError = "refused";
-        s.status.gateVerified = gate;
-        s.status.ledSupported = ledSupported;
+        s.status.published.gateVerified = gate;
+        s.status.published.ledSupported = ledSupported;
         s.settings.led = led;
         s.settings.history = history;
         UpdaterState updates{.critical = critical, .automatic = automatic};

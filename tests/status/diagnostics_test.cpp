@@ -29,9 +29,10 @@ TEST(DiagnosticsReport, WholeTextLineByLine) {
     ChargeSettingsState settings;
     settings.daemonInstalled = true;
     settings.serviceNeedsApproval = true;
-    settings.status.state = "hold";
-    settings.status.chargeMode = "sysfs";
-    settings.status.gateVerified = true;
+    settings.status.freshness = ServiceStatus::Freshness::fresh;
+    settings.status.published.state = ChargeState::hold;
+    settings.status.published.chargeMode = "sysfs";
+    settings.status.published.gateVerified = true;
     EXPECT_EQ(Diagnostics::report(settings, facts()),
               "Torvel 1.4 (212)\n"
               "Debian GNU/Linux 12 (bookworm) · ThinkPad X1\n"
@@ -59,15 +60,15 @@ TEST(DiagnosticsReport, ServiceFactsInWords) {
         {[](S&) {}, "Service installed: no"},
         {[](S&) {}, "Charge mechanism: unknown"},
         {[](S&) {}, "Limit verified: not checked yet"},
-        {[](S& s) { s.status.gateVerified = false; }, "Limit verified: NO, charging continues"},
-        {[](S& s) { s.status.ledSupported = false; }, "MagSafe light: not supported"},
+        {[](S& s) { s.status.published.gateVerified = false; }, "Limit verified: NO, charging continues"},
+        {[](S& s) { s.status.published.ledSupported = false; }, "MagSafe light: not supported"},
         // Unsupported wins over a failed cut.
         {[](S& s) {
-             s.status.dischargeSupported = false;
-             s.status.dischargeFailed = true;
+             s.status.published.dischargeSupported = false;
+             s.status.published.dischargeFailed = true;
          },
          "Forced discharge: not supported"},
-        {[](S& s) { s.status.dischargeFailed = true; },
+        {[](S& s) { s.status.published.dischargeFailed = true; },
          "Forced discharge: supported, but the cut does not hold — holding instead"},
     };
     for (const auto& [change, line] : cases) {

@@ -18,8 +18,9 @@ struct Scene {
 
     Scene() {
         settings.daemonInstalled = true;
-        settings.status.state = "hold";
-        settings.status.statusPlugged = true;
+        settings.status.freshness = ServiceStatus::Freshness::fresh;
+        settings.status.published.state = ChargeState::hold;
+        settings.status.published.plugged = true;
     }
 };
 
@@ -42,7 +43,7 @@ TEST(PanelState, DecisionTable) {
              s.lock.active = true;
              s.lock.macOSMajor = 27;
              s.service = ServiceState::stale;
-             s.settings.status.nativeFloor = 90;
+             s.settings.status.published.nativeFloor = 90;
          },
          "Not on macOS 27 yet", Tone::todo,
          "Torvel can’t hold your limit on macOS 27 yet: your battery charges as it would without Torvel. "
@@ -53,36 +54,36 @@ TEST(PanelState, DecisionTable) {
          "Service to allow", Tone::todo},
         {"not installed", [](Scene& s) { s.service = ServiceState::notInstalled; }, "Service to install",
          Tone::todo},
-        {"limit not working", [](Scene& s) { s.settings.status.gateVerified = false; }, "Limit not working",
-         Tone::broken},
-        {"verification unknown is not broken", [](Scene& s) { s.settings.status.gateVerified.reset(); },
-         "Held at 80%", Tone::held},
+        {"limit not working", [](Scene& s) { s.settings.status.published.gateVerified = false; },
+         "Limit not working", Tone::broken},
+        {"verification unknown is not broken",
+         [](Scene& s) { s.settings.status.published.gateVerified.reset(); }, "Held at 80%", Tone::held},
         {"hot with a temperature",
          [](Scene& s) {
-             s.settings.status.statusHot = true;
-             s.settings.status.statusTemp = 41.04;
+             s.settings.status.published.hot = true;
+             s.settings.status.published.temp = 41.04;
          },
          "Paused · 41.0 °C", Tone::moving},
         {"hot without a temperature keeps the bare form",
-         [](Scene& s) { s.settings.status.statusHot = true; }, "Paused · ", Tone::moving},
+         [](Scene& s) { s.settings.status.published.hot = true; }, "Paused · ", Tone::moving},
         {"top-up on the way",
          [](Scene& s) {
-             s.settings.status.statusTopUp = true;
+             s.settings.status.published.topUp = true;
              s.charge = 99;
          },
          "Top-up → 100%", Tone::moving},
         {"top-up done",
          [](Scene& s) {
-             s.settings.status.statusTopUp = true;
+             s.settings.status.published.topUp = true;
              s.charge = 100;
          },
          "Top-up · 100%", Tone::held},
-        {"calibrating", [](Scene& s) { s.settings.status.cal.phase = Phase::soak; }, "Calibrating",
+        {"calibrating", [](Scene& s) { s.settings.status.published.cal.phase = Phase::soak; }, "Calibrating",
          Tone::moving},
         {"limit off", [](Scene& s) { s.settings.settings.enabled = false; }, "No limit", Tone::idle},
         {"discharging",
          [](Scene& s) {
-             s.settings.status.state = "discharge";
+             s.settings.status.published.state = ChargeState::discharge;
              s.charge = 90;
          },
          "Discharging → 80%", Tone::moving},
@@ -90,7 +91,7 @@ TEST(PanelState, DecisionTable) {
          [](Scene& s) {
              s.charge = 85;
              s.settings.settings.discharge = true;
-             s.settings.status.dischargeFailed = true;
+             s.settings.status.published.dischargeFailed = true;
          },
          "Discharge not possible", Tone::todo, dischargeRefused},
         {"above, discharge on but not failed",
@@ -104,48 +105,48 @@ TEST(PanelState, DecisionTable) {
          "Held at 80%", Tone::held},
         {"native limit does not pull down",
          [](Scene& s) {
-             s.settings.status.state = "allow";
+             s.settings.status.published.state = ChargeState::allow;
              s.lock.usesNative = true;
              s.charge = 85;
          },
          "Plugged in", Tone::idle},
         {"allowed at the limit is held",
          [](Scene& s) {
-             s.settings.status.state = "allow";
+             s.settings.status.published.state = ChargeState::allow;
              s.charge = 80;
          },
          "Held at 80%", Tone::held},
         {"charging up",
          [](Scene& s) {
-             s.settings.status.state = "allow";
+             s.settings.status.published.state = ChargeState::allow;
              s.charge = 60;
          },
          "Charging → 80%", Tone::moving},
         {"allow while the service says unplugged",
          [](Scene& s) {
-             s.settings.status.state = "allow";
-             s.settings.status.statusPlugged = false;
+             s.settings.status.published.state = ChargeState::allow;
+             s.settings.status.published.plugged = false;
          },
          "Plugged in", Tone::idle},
         {"unknown word on battery",
          [](Scene& s) {
-             s.settings.status.state = "";
+             s.settings.status.published.state.reset();
              s.snapshotPlugged = false;
          },
          "On battery", Tone::idle},
         {"floor note",
          [](Scene& s) {
              s.settings.settings.limit = 50;
-             s.settings.status.nativeFloor = 80;
+             s.settings.status.published.nativeFloor = 80;
          },
          "Held at 80%", Tone::held, "macOS won’t hold a limit below 80% on this Mac, so Torvel holds 80%."},
         {"floor note does not replace a row's own help",
          [](Scene& s) {
              s.settings.settings.limit = 50;
-             s.settings.status.nativeFloor = 80;
+             s.settings.status.published.nativeFloor = 80;
              s.charge = 85;
              s.settings.settings.discharge = true;
-             s.settings.status.dischargeFailed = true;
+             s.settings.status.published.dischargeFailed = true;
          },
          "Discharge not possible", Tone::todo, dischargeRefused},
     };
@@ -174,9 +175,9 @@ TEST(PanelStatus, TargetFollowsTheRunThenTheTopUp) {
     for (const auto& c : cases) {
         ChargeSettingsState settings;
         settings.settings.limit = 70;
-        settings.status.nativeFloor = 85;  // the target is the user's limit, not the held one
-        settings.status.cal.phase = c.phase;
-        settings.status.statusTopUp = c.topUp;
+        settings.status.published.nativeFloor = 85;  // the target is the user's limit, not the held one
+        settings.status.published.cal.phase = c.phase;
+        settings.status.published.topUp = c.topUp;
         EXPECT_EQ(PanelStatus::target(settings), c.expected) << c.phase.wireWord() << " top-up " << c.topUp;
     }
 }

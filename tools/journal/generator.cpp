@@ -81,7 +81,7 @@ std::vector<HistorySample> JournalSimulator::day(Instant dayStart) {
         // The service's timer drifts a little around each minute.
         sample.date = minute + std::round(uniform(0, 3) * 4) / 4;
         sample.pct = static_cast<std::int64_t>(std::lround(level_));
-        sample.state = plugged && holding_ ? "hold" : "allow";
+        sample.state = plugged && holding_ ? ChargeState::hold : ChargeState::allow;
         sample.plugged = plugged;
         sample.temp = std::round(celsius * 10) / 10;
         samples.push_back(std::move(sample));
