@@ -15,6 +15,7 @@ ServiceFacts ChargeSettingsState::serviceFacts(const InstallationFacts& installa
         .serviceNeedsMigration = serviceNeedsMigration,
         .stale = status.freshness == ServiceStatus::Freshness::stale,
         .state = status.state(),
+        .otherState = status.freshness == ServiceStatus::Freshness::fresh && status.published.otherState,
         .daemonPath = status.published.daemonPath,
         .daemonVersion = status.published.daemonVersion,
         .ownDaemonPath = installation.ownDaemonPath,

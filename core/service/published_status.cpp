@@ -32,7 +32,9 @@ std::optional<int> percentage(const json::Value& file, std::string_view key) {
 json::Value PublishedStatus::encode() const {
     json::Value file = json::Value::object();
     file["ts"] = valueOrNull(ts);
-    file["state"] = state ? json::Value(std::string(word(*state))) : json::Value(nullptr);
+    file["state"] = state        ? json::Value(std::string(word(*state)))
+                    : otherState ? json::Value(*otherState)
+                                 : json::Value(nullptr);
     file["pct"] = pct;
     file["plugged"] = plugged;
     file["hot"] = hot;
@@ -64,7 +66,10 @@ std::optional<PublishedStatus> PublishedStatus::decode(std::string_view fileByte
     if (!file) return std::nullopt;
     PublishedStatus status;
     status.ts = json::number(*file, "ts");
-    if (const auto stateWord = json::text(*file, "state")) status.state = chargeStateNamed(*stateWord);
+    if (const auto stateWord = json::text(*file, "state")) {
+        status.state = chargeStateNamed(*stateWord);
+        if (!status.state) status.otherState = std::string(*stateWord);
+    }
     status.pct = json::toInt(json::truncatedInteger(*file, "pct")).value_or(0);
     status.plugged = json::boolean(*file, "plugged").value_or(false);
     status.hot = json::boolean(*file, "hot").value_or(false);

@@ -17,6 +17,8 @@ struct PublishedStatus {
     // When the service wrote the file; absent makes the file stale.
     std::optional<double> ts;
     std::optional<ChargeState> state;
+    // A state word this version does not know (a newer service's), kept as written so it is shown as it is.
+    std::optional<std::string> otherState;
     // When the current state began.
     std::optional<double> since;
     int pct = 0;

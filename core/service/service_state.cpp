@@ -88,7 +88,7 @@ ServiceState serviceState(const ServiceFacts& facts) {
     }
     if (serviceOutdated(facts)) return ServiceState::outdated;
     if (facts.stale) return ServiceState::stale;
-    if (!facts.state) return ServiceState::unknown;
+    if (!facts.state && !facts.otherState) return ServiceState::unknown;
     return ServiceState::running;
 }
 

@@ -31,6 +31,7 @@ struct ServiceFacts {
     bool serviceNeedsMigration = false;
     bool stale = false;                        // the status file was left behind by a stopped service
     std::optional<ChargeState> state;          // from a fresh status file
+    bool otherState = false;                   // a fresh file names a state this version does not know
     std::optional<std::string> daemonPath;     // from a fresh status file
     std::optional<std::string> daemonVersion;  // from a fresh status file
     std::string ownDaemonPath;                 // the service executable this copy ships

@@ -8,8 +8,9 @@ std::optional<ChargeState> ServiceStatus::state() const {
 
 std::string_view ServiceStatus::stateWord() const {
     if (freshness == Freshness::stale) return "stale";
-    const auto known = state();
-    return known ? word(*known) : "unknown";
+    if (freshness != Freshness::fresh) return "unknown";
+    if (published.state) return word(*published.state);
+    return published.otherState ? std::string_view(*published.otherState) : "unknown";
 }
 
 void refreshStatus(ServiceStatus& status, std::optional<std::string_view> fileBytes, double now,

@@ -15,8 +15,7 @@ struct ServiceStatus {
         // Not read yet, or the last read failed: the state is unknown, the other values are the last ones
         // read.
         unreadable,
-        // Left behind by a service that stopped: its values still show, its state and its word on the gate
-        // and
+        // Left behind by a service that stopped: its values still show, its state, its word on the gate and
         // its own identity are not believed.
         stale,
         fresh,

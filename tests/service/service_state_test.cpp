@@ -70,6 +70,12 @@ TEST(ServiceState, FirstMatchingCaseWins) {
          },
          ServiceState::stale},
         {"unknown", [](ServiceFacts& f) { f.state.reset(); }, ServiceState::unknown},
+        {"a newer service's state word",
+         [](ServiceFacts& f) {
+             f.state.reset();
+             f.otherState = true;
+         },
+         ServiceState::running},
         {"empty path is no other copy", [](ServiceFacts& f) { f.daemonPath = ""; }, ServiceState::running},
         {"no version is never outdated", [](ServiceFacts& f) { f.daemonVersion.reset(); },
          ServiceState::running},

@@ -92,8 +92,10 @@ TEST(RefreshStatus, OnlyAFreshFileNamesTheState) {
         {R"({"ts": 100, "state": "allow"})", "allow", ChargeState::allow},
         {R"({"ts": 100, "state": "discharge"})", "discharge", ChargeState::discharge},
         {R"({"ts": 100})", "unknown", std::nullopt},
-        {R"({"ts": 100, "state": "cooling"})", "unknown", std::nullopt},
-        {R"({"ts": 100, "state": "HOLD"})", "unknown", std::nullopt},
+        // A newer service's word is shown as it stands, though this version cannot act on it.
+        {R"({"ts": 100, "state": "cooling"})", "cooling", std::nullopt},
+        {R"({"ts": 100, "state": "HOLD"})", "HOLD", std::nullopt},
+        {R"({"ts": 100, "state": 3})", "unknown", std::nullopt},
         {R"({"state": "hold"})", "stale", std::nullopt},
         {R"({"ts": 39, "state": "hold"})", "stale", std::nullopt},
     };
