@@ -67,9 +67,11 @@ Bus::~Bus() {
 sd_bus* Bus::connection() {
     if (bus_ != nullptr && sd_bus_is_open(bus_) > 0) return bus_;
     if (bus_ != nullptr) {
+        // A reply being dispatched may start the next call; the lost connection cannot be replaced under
+        // the dispatch, so that call hears it has none.
+        if (dispatching_) return nullptr;
         // The calls still pending on a lost connection hear so before it goes.
-        while (sd_bus_process(bus_, nullptr) > 0) {
-        }
+        dispatch();
         sd_bus_flush_close_unref(bus_);
         bus_ = nullptr;
     }
@@ -161,9 +163,14 @@ void Bus::process() {
     // Only those deferred so far: an action that defers another leaves it for the next round.
     auto ready = std::exchange(deferred_, {});
     for (auto& action : ready) action();
-    if (bus_ == nullptr) return;
+    if (bus_ != nullptr) dispatch();
+}
+
+void Bus::dispatch() {
+    dispatching_ = true;
     while (sd_bus_process(bus_, nullptr) > 0) {
     }
+    dispatching_ = false;
 }
 
 bool Bus::runUntil(const std::function<bool()>& done) {

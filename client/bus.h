@@ -71,9 +71,11 @@ class Bus {
     using Opener = std::function<int(sd_bus**)>;
     explicit Bus(Opener open);
     void changed() const;
+    void dispatch();
 
     Opener open_;
     sd_bus* bus_ = nullptr;
+    bool dispatching_ = false;
     std::deque<std::function<void()>> deferred_;
     std::function<void()> notify_;
 };
