@@ -3,9 +3,10 @@
 #include <chrono>
 #include <filesystem>
 
+#include "bus.h"
 #include "common/files.h"
 #include "options.h"
-#include "systemd_unit.h"
+#include "systemd_units.h"
 
 namespace torvel::cli {
 
@@ -24,12 +25,9 @@ DataDirectoryState loadDataDirectory(const Paths& paths, double now, bool servic
                   s.daemonInstalled);
     s.settings.calibrate = followCalibrate(s.settings.calibrate, std::nullopt, s.status.published.cal, now);
 
-    std::error_code error;
-    const auto resolved = std::filesystem::weakly_canonical(installedDaemonPath, error);
     state.installation = InstallationFacts{
         .ownDaemonPath = installedDaemonPath,
-        // An installed copy owns the service; it may take it back from any other.
-        .ownCopyInApplications = !error && resolved.string().starts_with("/usr/"),
+        .ownCopyInApplications = isInstalledCopy(installedDaemonPath),
         .appVersion = TORVEL_VERSION,
         .uninstallerPath = std::nullopt,
     };
@@ -37,7 +35,8 @@ DataDirectoryState loadDataDirectory(const Paths& paths, double now, bool servic
 }
 
 bool serviceUnitEnabled() {
-    return unitFileState(daemonUnit) == "enabled";
+    const auto bus = client::Bus::system();
+    return client::SystemdUnits(*bus).status() == ServiceRegistration::Status::enabled;
 }
 
 std::optional<std::string> parseServiceInstalled(const std::optional<std::string>& value, bool& installed) {

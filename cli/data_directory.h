@@ -9,10 +9,6 @@
 
 namespace torvel::cli {
 
-// Where the service executable of an installed copy lives; a service run from anywhere else belongs to
-// another copy (a build tree, a second install).
-inline constexpr const char* installedDaemonPath = "/usr/libexec/torvel/torvel-daemon";
-
 // The charge-settings model as the app would hold it after start-up: config.json loaded, one status refresh
 // at `now`, and `calibrate` following the service.
 struct DataDirectoryState {

@@ -30,21 +30,16 @@ std::variant<ReportRequest, std::string> parseRequest(const std::vector<std::str
     return request;
 }
 
-// The machine's own files follow TORVEL_ROOT too, so a copied system tree reports as the machine it came
-// from.
-std::filesystem::path systemFile(const std::string& path) {
-    return std::filesystem::path(processEnvironment("TORVEL_ROOT").value_or("") + path);
-}
-
 DiagnosticFacts linuxFacts(const Paths& paths) {
     DiagnosticFacts facts;
     facts.appVersion = TORVEL_VERSION;
     facts.build = TORVEL_VERSION;
     // Linux builds carry no release signature of the kind a Mac bundle does.
     facts.signedForRelease = false;
-    facts.system = Diagnostics::systemName(readWholeFile(systemFile("/etc/os-release")));
-    facts.model = Diagnostics::machineModel(readWholeFile(systemFile("/sys/class/dmi/id/product_name")),
-                                            readWholeFile(systemFile("/sys/class/dmi/id/product_version")));
+    facts.system = Diagnostics::systemName(readWholeFile(paths.machineFile("/etc/os-release")));
+    facts.model =
+        Diagnostics::machineModel(readWholeFile(paths.machineFile("/sys/class/dmi/id/product_name")),
+                                  readWholeFile(paths.machineFile("/sys/class/dmi/id/product_version")));
     facts.history = HistoryStore(paths.history).summary();
     facts.config = readWholeFile(paths.config);
     facts.status = readWholeFile(paths.status);

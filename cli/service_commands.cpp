@@ -1,11 +1,12 @@
-#include <QCoreApplication>
-#include <QEventLoop>
 #include <optional>
 #include <string>
 
+#include "bus.h"
 #include "commands.h"
 #include "common/files.h"
 #include "common/paths.h"
+#include "reply_text.h"
+#include "service/settings_rules.h"
 #include "service_client.h"
 #include "settings_change.h"
 
@@ -18,26 +19,18 @@ using client::ServiceClient;
 // answered by then is not going to.
 constexpr std::chrono::seconds answerTimeout{60};
 
-// Runs one client operation to its end. QtDBus needs an application object and an event loop, so the
-// commands that talk to the bus make them here and the others never pay for Qt.
+// Runs one client operation to its end on the system bus.
 ServiceClient::Applied applyOnBus(const client::SettingsChange& change, const Paths& paths) {
-    static int argc = 1;
-    static char name[] = "torvelctl";
-    static char* argv[] = {name, nullptr};
-    std::optional<QCoreApplication> application;
-    if (QCoreApplication::instance() == nullptr) application.emplace(argc, argv);
-
-    ServiceClient client;
-    QEventLoop loop;
+    const auto bus = client::Bus::system();
+    ServiceClient client(*bus, paths.config);
     std::optional<ServiceClient::Applied> outcome;
     client.apply(
-        change.settings, change.extra, paths.config,
-        [&](const ServiceClient::Applied& applied) {
-            outcome = applied;
-            loop.quit();
-        },
+        change.settings, change.extra, [&](const ServiceClient::Applied& applied) { outcome = applied; },
         answerTimeout);
-    if (!outcome) loop.exec();
+    // The call always ends, if only by its time-out; a bus that could not even say so is unreachable.
+    if (!bus->runUntil([&] { return outcome.has_value(); })) {
+        return {.error = std::string(client::texts::unreachable), .serviceError = std::nullopt};
+    }
     return *outcome;
 }
 
@@ -88,15 +81,28 @@ int switchCommand(std::string_view command, const std::vector<std::string>& args
     return sendAssignments(command, {assignment}, out, err);
 }
 
+// The setting keys wrapped under one another, as a terminal shows them.
+std::string keysHelp() {
+    constexpr std::size_t width = 88;
+    std::string text = "keys:";
+    std::size_t lineStart = 0;
+    for (const auto& rule : settingRules) {
+        const std::string_view key = settingKey(rule);
+        if (text.size() - lineStart + 1 + key.size() > width) {
+            text += "\n     ";
+            lineStart = text.size() - 5;
+        }
+        text += " ";
+        text += key;
+    }
+    return text + ", and " + std::string(resetProtectedKey) + "=true\n";
+}
+
 }  // namespace
 
 int setCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err) {
     if (args.empty() || args[0] == "--help" || args[0] == "-h") {
-        std::fputs(
-            "usage: torvelctl set KEY=VALUE...\n\n"
-            "keys: enabled limit discharge led blinkSeconds thermal thermalLimit topUp topUpHours\n"
-            "      hysteresis history historyDays calibrate, and resetProtected=true\n",
-            args.empty() ? err : out);
+        std::fprintf(args.empty() ? err : out, "usage: torvelctl set KEY=VALUE...\n\n%s", keysHelp().c_str());
         return args.empty() ? exitUsage : exitOk;
     }
     return sendAssignments("set", args, out, err);

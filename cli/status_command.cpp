@@ -6,6 +6,7 @@
 #include "common/json.h"
 #include "data_directory.h"
 #include "options.h"
+#include "service/settings_rules.h"
 #include "status/panel_state.h"
 #include "status/service_words.h"
 
@@ -51,19 +52,7 @@ std::variant<StatusRequest, std::string> parseRequest(const std::vector<std::str
 
 json::Ordered settingsJson(const Settings& s) {
     json::Ordered out;
-    out["enabled"] = s.enabled;
-    out["limit"] = s.limit;
-    out["discharge"] = s.discharge;
-    out["led"] = s.led;
-    out["blinkSeconds"] = s.blinkSeconds;
-    out["thermal"] = s.thermal;
-    out["thermalLimit"] = s.thermalLimit;
-    out["topUp"] = s.topUp;
-    out["topUpHours"] = s.topUpHours;
-    out["hysteresis"] = s.hysteresis;
-    out["history"] = s.history;
-    out["historyDays"] = s.historyDays;
-    out["calibrate"] = s.calibrate;
+    forEachSetting(s, [&](std::string_view key, const auto& value) { out[std::string(key)] = value; });
     return out;
 }
 

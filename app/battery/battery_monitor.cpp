@@ -24,10 +24,6 @@ BatteryMonitor::BatteryMonitor(std::filesystem::path powerSupply, bool watchEven
     }
 }
 
-bool BatteryMonitor::listensToEvents() const {
-    return events_ && events_->listening();
-}
-
 void BatteryMonitor::refresh() {
     const PowerSupplyReading reading = readPowerSupplies(powerSupply_);
     const auto powerSources = reading.powerSources ? readPowerSources(*reading.powerSources) : std::nullopt;

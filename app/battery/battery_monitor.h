@@ -48,7 +48,6 @@ class BatteryMonitor : public QObject {
     QVariant adapterWatts() const;
 
     const QTimer& timer() const { return timer_; }
-    bool listensToEvents() const;
 
   public slots:
     void refresh();

@@ -19,8 +19,6 @@ class UeventWatcher : public QObject {
     explicit UeventWatcher(QObject* parent = nullptr);
     ~UeventWatcher() override;
 
-    bool listening() const { return fd_.valid(); }
-
     // Whether one event's payload (NUL-separated KEY=value fields) concerns a power supply.
     static bool isPowerSupplyEvent(const QByteArray& payload);
 

@@ -87,13 +87,15 @@ void ChargeService::reRegister(std::function<void()> done) {
 }
 
 void ChargeService::refreshService(ServiceCalls& calls, std::function<void()> done) {
-    calls.restart([this, done](const ServiceCalls::Result& error) {
-        if (!error) {
-            refresh();
-            return finish(done);
-        }
-        reRegister(done);
-    });
+    calls.restart(
+        [this, done](const ServiceCalls::Result& error) {
+            if (!error) {
+                refresh();
+                return finish(done);
+            }
+            reRegister(done);
+        },
+        std::nullopt);
 }
 
 void ChargeService::repoint(std::function<void()> done) {

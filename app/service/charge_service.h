@@ -7,11 +7,15 @@
 #include <optional>
 #include <string>
 
-#include "service/service_calls.h"
 #include "service/service_state.h"
-#include "service/unit_control.h"
+#include "service_client.h"
+#include "systemd_units.h"
 
 namespace torvel::app {
+
+using client::RegistrationError;
+using client::ServiceCalls;
+using client::UnitControl;
 
 // The charge service's registration with the service manager, and the repairs that act on it. Every
 // failure lands in lastError in the user's words; none is raised.

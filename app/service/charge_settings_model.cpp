@@ -1,5 +1,6 @@
 #include "service/charge_settings_model.h"
 
+#include <QMetaProperty>
 #include <variant>
 
 #include "common/files.h"
@@ -34,29 +35,52 @@ QString ChargeSettings::serviceStateName() const {
     return QString::fromUtf8(name(serviceState()));
 }
 
+std::vector<QVariant> ChargeSettings::propertyValues() const {
+    const QMetaObject& meta = staticMetaObject;
+    std::vector<QVariant> values;
+    for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i)
+        values.push_back(meta.property(i).read(this));
+    return values;
+}
+
+void ChargeSettings::announce(const std::vector<QVariant>& before) {
+    const QMetaObject& meta = staticMetaObject;
+    for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
+        const QMetaProperty property = meta.property(i);
+        if (property.read(this) != before[static_cast<std::size_t>(i - meta.propertyOffset())]) {
+            property.notifySignal().invoke(this, Qt::DirectConnection);
+        }
+    }
+    emit changed();
+}
+
 void ChargeSettings::setLimit(int limit) {
     if (state_.settings.limit == limit) return;
+    const auto before = propertyValues();
     state_.settings.limit = limit;
-    emit changed();
+    announce(before);
 }
 
 void ChargeSettings::setTopUp(bool on) {
     if (state_.settings.topUp == on) return;
+    const auto before = propertyValues();
     state_.settings.topUp = on;
-    emit changed();
+    announce(before);
 }
 
 void ChargeSettings::setCalibrate(bool on) {
     calibrateAskedAt_ = clock_();
     if (state_.settings.calibrate == on) return;
+    const auto before = propertyValues();
     state_.settings.calibrate = on;
-    emit changed();
+    announce(before);
 }
 
 void ChargeSettings::load() {
     syncService();
+    const auto before = propertyValues();
     if (const auto config = fileText(paths_.config)) state_.settings = loadSettings(*config, state_.settings);
-    emit changed();
+    announce(before);
 }
 
 void ChargeSettings::refreshStatus() {
@@ -65,12 +89,13 @@ void ChargeSettings::refreshStatus() {
         lastServiceSync_ = now;
         syncService();
     }
+    const auto before = propertyValues();
     const auto bytes = fileText(paths_.status);
     torvel::refreshStatus(state_.status, bytes ? std::optional<std::string_view>(*bytes) : std::nullopt, now,
                           state_.daemonInstalled);
     state_.settings.calibrate =
         followCalibrate(state_.settings.calibrate, calibrateAskedAt_, state_.status.published.cal, now);
-    emit changed();
+    announce(before);
     const auto& verified = state_.status.published.gateVerified;
     emit statusRefreshed(verified ? QVariant(*verified) : QVariant(), lock_.active && state_.daemonInstalled);
 }
@@ -80,15 +105,17 @@ void ChargeSettings::retime() {
 }
 
 void ChargeSettings::watchLive() {
+    const auto before = propertyValues();
     ++liveWatchers_;
     retime();
-    emit changed();
+    announce(before);
 }
 
 void ChargeSettings::unwatchLive() {
+    const auto before = propertyValues();
     if (liveWatchers_ > 0) --liveWatchers_;
     retime();
-    emit changed();
+    announce(before);
 }
 
 void ChargeSettings::save(const SettingsExtra& extra) {
@@ -100,22 +127,25 @@ void ChargeSettings::save(const SettingsExtra& extra) {
 void ChargeSettings::sendNextSave() {
     if (queue_.empty()) return;
     const QueuedSave& next = queue_.front();
-    calls_.apply(next.settings, next.extra, [this, ticket = next.ticket](const ServiceCalls::Result& result) {
-        SaveLedger::Outcome outcome{state_.writeError, settingsAwaitingService_};
-        if (ledger_.finish(ticket, result, outcome)) {
-            state_.writeError = outcome.writeError;
-            settingsAwaitingService_ = outcome.settingsAwaitingService;
-            emit changed();
-        }
-        queue_.pop_front();
-        sendNextSave();
-    });
+    calls_.apply(
+        next.settings, next.extra,
+        [this, ticket = next.ticket](const ServiceCalls::Applied& applied) {
+            SaveLedger::Outcome outcome{state_.writeError, settingsAwaitingService_};
+            const auto before = propertyValues();
+            if (ledger_.finish(ticket, applied.error, outcome)) {
+                state_.writeError = outcome.writeError;
+                settingsAwaitingService_ = outcome.settingsAwaitingService;
+                announce(before);
+            }
+            queue_.pop_front();
+            sendNextSave();
+        },
+        std::nullopt);
 }
 
 void ChargeSettings::syncService() {
     const bool wasInstalled = state_.daemonInstalled;
-    const bool approvalBefore = state_.serviceNeedsApproval;
-    const bool migrationBefore = state_.serviceNeedsMigration;
+    const auto before = propertyValues();
     service_.refresh();
     const ServiceRegistration registration = service_.registration();
     state_.daemonInstalled = registration.installed();
@@ -135,9 +165,7 @@ void ChargeSettings::syncService() {
         .outdated = serviceOutdated(facts),
         .triedServiceRefresh = triedServiceRefresh_,
     });
-    emit changed();
-    if (approvalBefore != state_.serviceNeedsApproval) emit serviceNeedsApprovalChanged();
-    if (migrationBefore != state_.serviceNeedsMigration) emit serviceNeedsMigrationChanged();
+    announce(before);
 
     if (decision.resendSettings) {
         settingsAwaitingService_ = false;
@@ -156,27 +184,32 @@ void ChargeSettings::syncService() {
 
 void ChargeSettings::removeService(std::function<void()> done) {
     // The removal goes on whatever the service answers.
-    calls_.releaseCharge(releaseTimeout, [this, done](const ServiceCalls::Result&) {
-        service_.remove([this, done] {
-            syncService();
-            if (done) done();
-        });
-    });
+    calls_.releaseCharge(
+        [this, done](const ServiceCalls::Result&) {
+            service_.remove([this, done] {
+                syncService();
+                if (done) done();
+            });
+        },
+        releaseTimeout);
 }
 
 void ChargeSettings::removeEverything(std::function<void()> done) {
-    calls_.purgeAllData([this, done](const ServiceCalls::Result&) {
-        service_.remove([this, done] {
-            syncService();
-            if (done) done();
-        });
-    });
+    calls_.purgeAllData(
+        [this, done](const ServiceCalls::Result&) {
+            service_.remove([this, done] {
+                syncService();
+                if (done) done();
+            });
+        },
+        std::nullopt);
 }
 
 void ChargeSettings::migrateLegacyService() {
     if (!state_.serviceNeedsMigration || state_.migrating) return;
+    const auto before = propertyValues();
     state_.migrating = true;
-    emit changed();
+    announce(before);
     after_(migrationPause, [this] {
         service_.removeLegacy([this](ChargeService::LegacyRemoval result) {
             switch (result) {
@@ -192,10 +225,13 @@ void ChargeSettings::migrateLegacyService() {
                 case ChargeService::LegacyRemoval::cancelled:
                     syncService();
                     break;
-                case ChargeService::LegacyRemoval::failed:
+                case ChargeService::LegacyRemoval::failed: {
+                    const auto beforeFallback = propertyValues();
                     state_.migrationFallback = true;
+                    announce(beforeFallback);
                     syncService();
                     break;
+                }
             }
             finishMigration();
         });
@@ -203,8 +239,9 @@ void ChargeSettings::migrateLegacyService() {
 }
 
 void ChargeSettings::finishMigration() {
+    const auto before = propertyValues();
     state_.migrating = false;
-    emit changed();
+    announce(before);
 }
 
 }  // namespace torvel::app

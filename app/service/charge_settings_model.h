@@ -9,13 +9,13 @@
 #include <functional>
 #include <limits>
 #include <optional>
+#include <vector>
 
 #include "battery/system_lock.h"
 #include "common/paths.h"
 #include "service/charge_service.h"
 #include "service/charge_settings.h"
 #include "service/save_ledger.h"
-#include "service/service_calls.h"
 
 namespace torvel::app {
 
@@ -23,22 +23,22 @@ namespace torvel::app {
 // registration flags. It owns the polling and the order of saves; core decides everything else.
 class ChargeSettings : public QObject {
     Q_OBJECT
-    Q_PROPERTY(bool enabled READ enabled NOTIFY changed)
-    Q_PROPERTY(int limit READ limit WRITE setLimit NOTIFY changed)
-    Q_PROPERTY(int heldLimit READ heldLimit NOTIFY changed)
-    Q_PROPERTY(bool topUp READ topUp WRITE setTopUp NOTIFY changed)
-    Q_PROPERTY(int thermalLimit READ thermalLimit NOTIFY changed)
-    Q_PROPERTY(bool canReachService READ canReachService NOTIFY changed)
-    Q_PROPERTY(QString state READ state NOTIFY changed)
-    Q_PROPERTY(QString serviceState READ serviceStateName NOTIFY changed)
-    Q_PROPERTY(QString writeError READ writeError NOTIFY changed)
-    Q_PROPERTY(QString serviceError READ serviceError NOTIFY changed)
-    Q_PROPERTY(bool daemonInstalled READ daemonInstalled NOTIFY changed)
-    Q_PROPERTY(bool serviceNeedsApproval READ serviceNeedsApproval NOTIFY changed)
-    Q_PROPERTY(bool serviceNeedsMigration READ serviceNeedsMigration NOTIFY changed)
-    Q_PROPERTY(bool migrating READ migrating NOTIFY changed)
-    Q_PROPERTY(bool migrationFallback READ migrationFallback NOTIFY changed)
-    Q_PROPERTY(int liveWatchers READ liveWatchers NOTIFY changed)
+    Q_PROPERTY(bool enabled READ enabled NOTIFY enabledChanged)
+    Q_PROPERTY(int limit READ limit WRITE setLimit NOTIFY limitChanged)
+    Q_PROPERTY(int heldLimit READ heldLimit NOTIFY heldLimitChanged)
+    Q_PROPERTY(bool topUp READ topUp WRITE setTopUp NOTIFY topUpChanged)
+    Q_PROPERTY(int thermalLimit READ thermalLimit NOTIFY thermalLimitChanged)
+    Q_PROPERTY(bool canReachService READ canReachService NOTIFY canReachServiceChanged)
+    Q_PROPERTY(QString state READ state NOTIFY stateChanged)
+    Q_PROPERTY(QString serviceState READ serviceStateName NOTIFY serviceStateChanged)
+    Q_PROPERTY(QString writeError READ writeError NOTIFY writeErrorChanged)
+    Q_PROPERTY(QString serviceError READ serviceError NOTIFY serviceErrorChanged)
+    Q_PROPERTY(bool daemonInstalled READ daemonInstalled NOTIFY daemonInstalledChanged)
+    Q_PROPERTY(bool serviceNeedsApproval READ serviceNeedsApproval NOTIFY serviceNeedsApprovalChanged)
+    Q_PROPERTY(bool serviceNeedsMigration READ serviceNeedsMigration NOTIFY serviceNeedsMigrationChanged)
+    Q_PROPERTY(bool migrating READ migrating NOTIFY migratingChanged)
+    Q_PROPERTY(bool migrationFallback READ migrationFallback NOTIFY migrationFallbackChanged)
+    Q_PROPERTY(int liveWatchers READ liveWatchers NOTIFY liveWatchersChanged)
 
   public:
     using Clock = std::function<double()>;  // seconds since 1970
@@ -50,7 +50,7 @@ class ChargeSettings : public QObject {
     // Long enough for a progress indicator to show before the password prompt takes the screen.
     static constexpr std::chrono::milliseconds migrationPause{150};
     // Removal hands charging back to the system at once; it never waits long on a service that hangs.
-    static constexpr std::chrono::milliseconds releaseTimeout{3000};
+    static constexpr std::chrono::milliseconds releaseTimeout = client::ServiceClient::removalTimeout;
 
     struct Dependencies {
         Paths paths;
@@ -110,13 +110,28 @@ class ChargeSettings : public QObject {
     void migrateLegacyService();
 
   signals:
+    void enabledChanged();
+    void limitChanged();
+    void heldLimitChanged();
+    void topUpChanged();
+    void thermalLimitChanged();
+    void canReachServiceChanged();
+    void stateChanged();
+    void serviceStateChanged();
+    void writeErrorChanged();
+    void serviceErrorChanged();
+    void daemonInstalledChanged();
+    void migratingChanged();
+    void migrationFallbackChanged();
+    void liveWatchersChanged();
+    // The onboarding window follows these two.
+    void serviceNeedsApprovalChanged();
+    void serviceNeedsMigrationChanged();
+    // Anything in value() may have changed: the panel recomputes from the whole record.
     void changed();
     // After each status refresh: whether the limit is verified to work (invalid: not yet known) and whether
     // the system is locked with the service installed. The notifier listens.
     void statusRefreshed(QVariant gateVerified, bool systemLocked);
-    // The approval and migration flags changed; the onboarding window follows them.
-    void serviceNeedsApprovalChanged();
-    void serviceNeedsMigrationChanged();
 
   private:
     struct QueuedSave {
@@ -130,6 +145,10 @@ class ChargeSettings : public QObject {
     }
     void sendNextSave();
     void finishMigration();
+    // Every property's value, in declaration order, to compare against after a change.
+    std::vector<QVariant> propertyValues() const;
+    // Emits the change signal of each property that differs from `before`, then changed().
+    void announce(const std::vector<QVariant>& before);
 
     Paths paths_;
     InstallationFacts installation_;

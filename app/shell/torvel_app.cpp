@@ -18,44 +18,19 @@
 
 #include "app/section.h"
 #include "battery/battery_monitor.h"
+#include "bus.h"
 #include "history/history_model.h"
+#include "service/bus_address.h"
+#include "service/bus_pump.h"
 #include "service/charge_service.h"
 #include "service/charge_settings_model.h"
-#include "service/systemd_units.h"
 #include "status/desktop_notifier.h"
 #include "ui/ember.h"
 #include "ui/panel_model.h"
 
-#ifdef TORVEL_HAS_SERVICE_CLIENT
-#include "service/client_calls.h"
-#else
-#include "common/files.h"
-#include "service/save_ledger.h"
-#endif
-
 namespace torvel::app {
 
 namespace {
-
-#ifndef TORVEL_HAS_SERVICE_CLIENT
-// Stands in for the bus client in a build without it: the service is never reached, and settings still land
-// in config.json the way the client's fallback writes them.
-class UnreachableCalls : public ServiceCalls {
-  public:
-    explicit UnreachableCalls(std::filesystem::path config) : config_(std::move(config)) {}
-    void apply(const Settings& settings, const SettingsExtra& extra, Completion done) override {
-        const std::string message = settingsMessage(settings, extra);
-        done(settleApply(std::string(unreachable), [&] { return !writeWholeFile(config_, message); }));
-    }
-    void purgeAllData(Completion done) override { done(std::string(unreachable)); }
-    void releaseCharge(Timeout, Completion done) override { done(std::string(unreachable)); }
-    void restart(Completion done) override { done(std::string(unreachable)); }
-
-  private:
-    static constexpr std::string_view unreachable = "The charge service isn’t reachable.";
-    std::filesystem::path config_;
-};
-#endif
 
 std::optional<std::filesystem::path> existing(const std::filesystem::path& path) {
     std::error_code error;
@@ -69,11 +44,9 @@ std::filesystem::path libexecDirectory() {
            "torvel";
 }
 
-ChargeService::Files serviceFiles() {
-    const auto root = processEnvironment("TORVEL_ROOT");
-    const std::filesystem::path base = root ? std::filesystem::path(*root) : std::filesystem::path("/");
+ChargeService::Files serviceFiles(const Paths& paths) {
     return {
-        .legacyUnit = base / "etc/systemd/system" / SystemdUnits::unitName,
+        .legacyUnit = paths.machineFile("/etc/systemd/system") / bus::unitName,
         .installer = existing(libexecDirectory() / "install-service"),
         .uninstaller = existing(libexecDirectory() / "uninstall-service"),
     };
@@ -89,10 +62,10 @@ InstallationFacts TorvelApp::installationFacts() {
     std::error_code error;
     const std::filesystem::path appDir =
         std::filesystem::weakly_canonical(QCoreApplication::applicationDirPath().toStdString(), error);
-    const bool installed = !error && appDir.string().starts_with("/usr/");
+    const bool installed = isInstalledCopy(appDir);
     // A copy in a build tree runs the service built beside it; an installed copy the packaged one.
     const std::filesystem::path daemon =
-        installed ? std::filesystem::path("/usr/libexec/torvel/torvel-daemon")
+        installed ? std::filesystem::path(installedDaemonPath)
                   : std::filesystem::weakly_canonical(appDir / ".." / "daemon" / "torvel-daemon", error);
     const auto uninstaller = existing(libexecDirectory() / "uninstall-service");
     return {
@@ -117,17 +90,11 @@ TorvelApp::TorvelApp(Options options, QObject* parent)
     if (!options_.dark && !appearance) qApp->installEventFilter(this);
 
     const auto unitState = processEnvironment("TORVEL_UNIT_STATE");
-    units_ = std::make_unique<SystemdUnits>(
-        QDBusConnection::systemBus(),
-        unitState ? std::optional(QString::fromStdString(*unitState)) : std::nullopt);
-#ifdef TORVEL_HAS_SERVICE_CLIENT
-    auto client = std::make_unique<client::ServiceClient>();
-    calls_ = std::make_unique<ClientCalls>(*client, paths_.config);
-    client_ = std::move(client);
-#else
-    calls_ = std::make_unique<UnreachableCalls>(paths_.config);
-#endif
-    service_ = std::make_unique<ChargeService>(*units_, serviceFiles(), ChargeService::qtTimers(this),
+    bus_ = client::Bus::system();
+    busPump_ = std::make_unique<BusPump>(*bus_);
+    units_ = std::make_unique<client::SystemdUnits>(*bus_, unitState);
+    calls_ = std::make_unique<client::ServiceClient>(*bus_, paths_.config);
+    service_ = std::make_unique<ChargeService>(*units_, serviceFiles(paths_), ChargeService::qtTimers(this),
                                                ChargeService::pkexec());
     settings_ = std::make_unique<ChargeSettings>(ChargeSettings::Dependencies{
         .paths = paths_,

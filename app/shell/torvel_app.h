@@ -18,18 +18,23 @@ class QQmlApplicationEngine;
 class QQuickWindow;
 class QSystemTrayIcon;
 
+namespace torvel::client {
+class Bus;
+class ServiceClient;
+class SystemdUnits;
+}  // namespace torvel::client
+
 namespace torvel::app {
 
 class BatteryMonitor;
+class BusPump;
 class ChargeService;
 class ChargeSettings;
 class DesktopNotifier;
 class Ember;
 class HistoryModel;
 class PanelModel;
-class ServiceCalls;
 class SettingsDefaults;
-class SystemdUnits;
 
 // The application: owns the three long-lived models and everything around them, puts the flame in the tray
 // and runs the start-up sequence once.
@@ -74,9 +79,11 @@ class TorvelApp : public QObject {
     Paths paths_;
     SystemLock lock_;
     std::unique_ptr<Ember> ember_;
-    std::unique_ptr<SystemdUnits> units_;
-    std::unique_ptr<QObject> client_;
-    std::unique_ptr<ServiceCalls> calls_;
+    // Declared before what uses it, so that it outlives every pending call's owner.
+    std::unique_ptr<client::Bus> bus_;
+    std::unique_ptr<BusPump> busPump_;
+    std::unique_ptr<client::SystemdUnits> units_;
+    std::unique_ptr<client::ServiceClient> calls_;
     std::unique_ptr<ChargeService> service_;
     std::unique_ptr<ChargeSettings> settings_;
     std::unique_ptr<BatteryMonitor> battery_;

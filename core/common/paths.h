@@ -15,6 +15,9 @@ struct Paths {
     std::filesystem::path history;
     std::filesystem::path log;
     std::filesystem::path powerSupply;
+    // The machine's own files (/etc, /sys/class/dmi) are read under the same root, so a copied system tree
+    // reads as the machine it came from.
+    std::filesystem::path root = "/";
 
     using Environment = std::function<std::optional<std::string>(const char*)>;
 
@@ -22,6 +25,10 @@ struct Paths {
     static Paths fromProcessEnvironment();
     // The root of the service's own state (config, status, journal).
     std::filesystem::path dataDirectory() const { return config.parent_path(); }
+    // `absolute` ("/etc/os-release") under the root.
+    std::filesystem::path machineFile(const std::filesystem::path& absolute) const {
+        return root / absolute.relative_path();
+    }
 };
 
 // getenv as an optional, an empty value counting as unset.

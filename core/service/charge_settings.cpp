@@ -28,4 +28,10 @@ ServiceState ChargeSettingsState::serviceState(const InstallationFacts& installa
     return torvel::serviceState(serviceFacts(installation));
 }
 
+bool isInstalledCopy(const std::filesystem::path& path) {
+    std::error_code error;
+    const auto resolved = std::filesystem::weakly_canonical(path, error);
+    return !error && resolved.string().starts_with("/usr/");
+}
+
 }  // namespace torvel

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -16,6 +17,13 @@ struct InstallationFacts {
     std::optional<std::string> appVersion;
     std::optional<std::string> uninstallerPath;  // the hand uninstall script this copy ships, if any
 };
+
+// Where a packaged service runs from.
+inline constexpr const char* installedDaemonPath = "/usr/libexec/torvel/torvel-daemon";
+
+// Whether `path` (symlinks resolved) belongs to a packaged install rather than a build tree or a copy
+// elsewhere: only a packaged copy owns the service and may take it back from any other.
+bool isInstalledCopy(const std::filesystem::path& path);
 
 // Everything the charge-settings model publishes, as one value: the user's settings, the service's last
 // status and the installation flags. The app's model and torvelctl both hold one and derive from it.

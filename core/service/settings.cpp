@@ -1,5 +1,7 @@
 #include "service/settings.h"
 
+#include "service/settings_rules.h"
+
 namespace torvel {
 namespace {
 
@@ -25,33 +27,18 @@ Settings loadSettings(std::string_view configJson, Settings current) {
 
 Settings settingsFromObject(const json::Value& config, Settings current) {
     if (!config.is_object()) return current;
-    take(current.enabled, config, "enabled");
-    take(current.limit, config, "limit");
-    take(current.discharge, config, "discharge");
-    take(current.led, config, "led");
-    take(current.blinkSeconds, config, "blinkSeconds");
-    take(current.thermal, config, "thermal");
-    take(current.thermalLimit, config, "thermalLimit");
-    take(current.topUp, config, "topUp");
-    take(current.topUpHours, config, "topUpHours");
-    take(current.hysteresis, config, "hysteresis");
-    take(current.history, config, "history");
-    take(current.historyDays, config, "historyDays");
-    take(current.calibrate, config, "calibrate");
+    for (const auto& rule : settingRules) {
+        std::visit([&](const auto& setting) { take(current.*setting.field, config, setting.key); }, rule);
+    }
     return current;
 }
 
 json::Value settingsObject(const Settings& settings) {
     // nlohmann's default object is a sorted map, which gives the sorted keys the service expects.
-    return json::Value{
-        {"enabled", settings.enabled},           {"limit", settings.limit},
-        {"discharge", settings.discharge},       {"led", settings.led},
-        {"blinkSeconds", settings.blinkSeconds}, {"thermal", settings.thermal},
-        {"thermalLimit", settings.thermalLimit}, {"topUp", settings.topUp},
-        {"topUpHours", settings.topUpHours},     {"hysteresis", settings.hysteresis},
-        {"history", settings.history},           {"historyDays", settings.historyDays},
-        {"calibrate", settings.calibrate},
-    };
+    json::Value object = json::Value::object();
+    forEachSetting(settings,
+                   [&](std::string_view key, const auto& value) { object[std::string(key)] = value; });
+    return object;
 }
 
 std::string settingsMessage(const Settings& settings, const SettingsExtra& extra) {

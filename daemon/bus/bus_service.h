@@ -8,12 +8,13 @@
 
 #include "bus/authoriser.h"
 #include "call_reply.h"
+#include "service/bus_address.h"
 
 namespace torvel::daemon {
 
-inline constexpr const char* busName = "com.torvel.Daemon";
-inline constexpr const char* objectPath = "/com/torvel/Daemon";
-inline constexpr const char* interfaceName = "com.torvel.Daemon1";
+using bus::interfaceName;
+using bus::objectPath;
+inline constexpr const char* busName = bus::serviceName;
 
 // What the remote calls do once a caller is authorised.
 class BusCommands {

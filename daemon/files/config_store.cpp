@@ -16,6 +16,36 @@ std::string mustBe(std::string_view key, std::string_view what) {
     return "The setting " + std::string(key) + " must be " + std::string(what) + ".";
 }
 
+// Each takes the value into `settings`, or says why the whole message is refused.
+std::optional<std::string> accept(const BooleanSetting& setting, const json::Value& value,
+                                  Settings& settings) {
+    if (!value.is_boolean()) return mustBe(setting.key, "true or false");
+    settings.*setting.field = value.get<bool>();
+    return std::nullopt;
+}
+
+std::optional<std::string> accept(const IntegerSetting& setting, const json::Value& value,
+                                  Settings& settings) {
+    const auto number = json::asInteger(value);
+    if (!number || *number < setting.low || *number > setting.high) {
+        return mustBe(setting.key, "a whole number from " + std::to_string(setting.low) + " to " +
+                                       std::to_string(setting.high));
+    }
+    settings.*setting.field = static_cast<int>(*number);
+    return std::nullopt;
+}
+
+std::optional<std::string> accept(const DecimalSetting& setting, const json::Value& value,
+                                  Settings& settings) {
+    const auto number = json::asNumber(value);
+    if (!number || *number < setting.low || *number > setting.high) {
+        return mustBe(setting.key,
+                      "a number from " + boundText(setting.low) + " to " + boundText(setting.high));
+    }
+    settings.*setting.field = *number;
+    return std::nullopt;
+}
+
 }  // namespace
 
 std::variant<AcceptedSettings, std::string> validateSettings(std::string_view message,
@@ -24,27 +54,13 @@ std::variant<AcceptedSettings, std::string> validateSettings(std::string_view me
     if (!object) return std::string("The settings are not a JSON object.");
     AcceptedSettings accepted{current, false};
 
-    for (const auto& [key, field] : booleanSettings) {
-        const json::Value* value = json::member(*object, key);
+    for (const auto& rule : settingRules) {
+        const json::Value* value = json::member(*object, settingKey(rule));
         if (value == nullptr) continue;
-        if (!value->is_boolean()) return mustBe(key, "true or false");
-        accepted.settings.*field = value->get<bool>();
-    }
-    for (const auto& [key, field, low, high] : integerSettings) {
-        const json::Value* value = json::member(*object, key);
-        if (value == nullptr) continue;
-        const auto number = json::asInteger(*value);
-        if (!number || *number < low || *number > high) {
-            return mustBe(key, "a whole number from " + std::to_string(low) + " to " + std::to_string(high));
+        if (auto refusal = std::visit(
+                [&](const auto& setting) { return accept(setting, *value, accepted.settings); }, rule)) {
+            return *refusal;
         }
-        accepted.settings.*field = static_cast<int>(*number);
-    }
-    if (const json::Value* value = json::member(*object, blinkSecondsKey)) {
-        const auto number = json::asNumber(*value);
-        if (!number || *number < blinkSecondsLow || *number > blinkSecondsHigh) {
-            return mustBe(blinkSecondsKey, "a number from 0.5 to 5");
-        }
-        accepted.settings.blinkSeconds = *number;
     }
     if (const json::Value* value = json::member(*object, resetProtectedKey)) {
         if (!value->is_boolean()) return mustBe(resetProtectedKey, "true or false");

@@ -1,117 +1,207 @@
 #pragma once
 
-#include <QCoreApplication>
-#include <QDBusConnection>
-#include <QDBusMessage>
-#include <QDBusVirtualObject>
-#include <QElapsedTimer>
-#include <QProcess>
-#include <QTimer>
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <systemd/sd-bus.h>
+#include <unistd.h>
+
 #include <chrono>
+#include <cstdio>
 #include <functional>
-#include <mutex>
+#include <memory>
+#include <string>
+#include <thread>
 #include <vector>
 
-#include "service_client.h"
+#include "bus.h"
+#include "service/bus_address.h"
+
+extern char** environ;
 
 namespace torvel::client::testing {
 
-// A dbus-daemon of our own, so that no test touches the machine's buses. QtDBus delivers replies through
-// the event loop, so it also makes the application object the tests need for their whole run.
+using Clock = std::chrono::steady_clock;
+
+// A dbus-daemon of our own, so that no test touches the machine's buses.
 class PrivateBus {
   public:
     PrivateBus() {
-        static int argc = 1;
-        static char name[] = "client_tests";
-        static char* argv[] = {name, nullptr};
-        if (QCoreApplication::instance() == nullptr) new QCoreApplication(argc, argv);
-        daemon_.start("dbus-daemon", {"--session", "--nofork", "--print-address"});
-        if (daemon_.waitForStarted(5000) && daemon_.waitForReadyRead(5000)) {
-            address_ = QString::fromUtf8(daemon_.readLine()).trimmed();
+        int pipe[2];
+        if (::pipe(pipe) != 0) return;
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_adddup2(&actions, pipe[1], STDOUT_FILENO);
+        posix_spawn_file_actions_addclose(&actions, pipe[0]);
+        char program[] = "dbus-daemon", session[] = "--session", nofork[] = "--nofork",
+             print[] = "--print-address";
+        char* argv[] = {program, session, nofork, print, nullptr};
+        const bool spawned = posix_spawnp(&daemon_, program, &actions, nullptr, argv, environ) == 0;
+        posix_spawn_file_actions_destroy(&actions);
+        ::close(pipe[1]);
+        if (!spawned) daemon_ = -1;
+        if (FILE* out = ::fdopen(pipe[0], "r")) {
+            char line[512] = {};
+            if (spawned && std::fgets(line, sizeof line, out) != nullptr) address_ = line;
+            while (!address_.empty() && address_.back() == '\n') address_.pop_back();
+            std::fclose(out);
         }
     }
     ~PrivateBus() {
-        daemon_.kill();
-        daemon_.waitForFinished(5000);
+        if (daemon_ <= 0) return;
+        ::kill(daemon_, SIGTERM);
+        ::waitpid(daemon_, nullptr, 0);
     }
-    const QString& address() const { return address_; }
-
-    // A connection under a name unique to the whole process: QtDBus hands back an existing connection,
-    // perhaps to an earlier bus, for a name it knows.
-    QDBusConnection connect(const QString& role) {
-        static int connections = 0;
-        return QDBusConnection::connectToBus(address_, role + QString::number(++connections));
-    }
+    const std::string& address() const { return address_; }
 
   private:
-    QProcess daemon_;
-    QString address_;
+    pid_t daemon_ = -1;
+    std::string address_;
 };
 
-// Runs the event loop until `done` holds or the time is up; returns whether it held.
-inline bool spinUntil(const std::function<bool()>& done, std::chrono::milliseconds limit) {
-    QElapsedTimer clock;
-    clock.start();
-    while (!done()) {
-        if (clock.elapsed() > limit.count()) return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    }
-    return true;
-}
-
-// Stands in for the charge service at its bus name and path, answering every method the same chosen way.
-class FakeService : public QDBusVirtualObject {
+// Stands in for a service at its bus name and path (the charge service unless told otherwise), answering
+// every method of its interface the same chosen way.
+class FakeService {
   public:
     struct Answer {
         enum Kind { reply, silent, late } kind = reply;
         bool ok = true;
-        QString message{};
-        int lateMilliseconds = 0;
+        std::string message{};
+        std::chrono::milliseconds lateBy{0};
+        // Another shape than (b ok, s message): "b" sends only ok, "sb" the two swapped, "s" only message.
+        std::string signature = "bs";
+        // An error reply of this name, with `message`, instead.
+        std::string errorName{};
+    };
+    struct Address {
+        const char* name;
+        const char* path;
+        const char* interface;
+    };
+    struct Received {
+        std::string member;
+        std::string signature;
+        std::string argument;  // the first string argument, if any
     };
 
-    FakeService(QDBusConnection bus, Answer answer) : bus_(std::move(bus)), answer_(std::move(answer)) {
-        bus_.registerVirtualObject(objectPath, this);
-        bus_.registerService(serviceName);
+    FakeService(const std::string& address, Answer answer)
+        : FakeService(address, std::move(answer), {bus::serviceName, bus::objectPath, bus::interfaceName}) {}
+    FakeService(const std::string& address, Answer answer, Address at)
+        : bus_(Bus::at(address)), answer_(std::move(answer)), at_(at) {
+        sd_bus* bus = bus_->connection();
+        if (bus == nullptr) return;
+        sd_bus_add_object(bus, nullptr, at_.path, &FakeService::handle, this);
+        sd_bus_request_name(bus, at_.name, 0);
     }
-    ~FakeService() override { leave(); }
+    ~FakeService() { leave(); }
+
+    // Answers from a thread of its own until destroyed, for callers that block; received() only after.
+    void serveInBackground() {
+        background_ = std::jthread([this](std::stop_token stop) {
+            while (!stop.stop_requested()) {
+                process();
+                pollfd fd{bus_->fd(), bus_->events(), 0};
+                ::poll(&fd, 1, 5);
+            }
+        });
+    }
 
     // Drops off the bus, as a service that crashes would, leaving its callers without an answer.
     void leave() {
-        if (!bus_.isConnected()) return;
-        bus_.unregisterObject(objectPath);
-        bus_.unregisterService(serviceName);
-        QDBusConnection::disconnectFromBus(bus_.name());
-        bus_ = QDBusConnection(QString());
-    }
-
-    std::vector<QDBusMessage> received() const {
-        const std::lock_guard lock(mutex_);
-        return received_;
-    }
-
-    QString introspect(const QString&) const override { return {}; }
-
-    bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
-        if (message.interface() != interfaceName) return false;
-        {
-            // QtDBus may hand virtual objects their calls on its own thread.
-            const std::lock_guard lock(mutex_);
-            received_.push_back(message);
+        if (background_.joinable()) {
+            background_.request_stop();
+            background_.join();
         }
-        const QDBusMessage answer = message.createReply(QList<QVariant>{answer_.ok, answer_.message});
-        if (answer_.kind == Answer::reply) QDBusConnection(connection).send(answer);
-        if (answer_.kind == Answer::late) {
-            QTimer::singleShot(answer_.lateMilliseconds,
-                               [connection, answer] { QDBusConnection(connection).send(answer); });
-        }
-        return true;
+        for (auto& [call, due] : held_) sd_bus_message_unref(call);
+        held_.clear();
+        bus_.reset();
     }
+
+    const std::vector<Received>& received() const { return received_; }
+
+    // Answers what is due and whatever arrived.
+    void process() {
+        if (!bus_) return;
+        bus_->process();
+        for (auto held = held_.begin(); held != held_.end();) {
+            if (held->second && *held->second <= Clock::now()) {
+                answer(held->first);
+                sd_bus_message_unref(held->first);
+                held = held_.erase(held);
+            } else {
+                ++held;
+            }
+        }
+    }
+    Bus* bus() { return bus_.get(); }
 
   private:
-    QDBusConnection bus_;
+    static int handle(sd_bus_message* call, void* self, sd_bus_error*) {
+        auto& service = *static_cast<FakeService*>(self);
+        if (std::string_view(sd_bus_message_get_interface(call)) != service.at_.interface) return 0;
+        Received received{sd_bus_message_get_member(call), sd_bus_message_get_signature(call, 1), {}};
+        const char* argument = nullptr;
+        if (received.signature.starts_with("s") && sd_bus_message_read(call, "s", &argument) >= 0) {
+            received.argument = argument;
+        }
+        if (received.signature.starts_with("as") && sd_bus_message_read(call, "as", 1, &argument) >= 0) {
+            received.argument = argument;
+        }
+        service.received_.push_back(received);
+        const Answer& answer = service.answer_;
+        if (answer.kind == Answer::reply) {
+            service.answer(call);
+        } else {
+            const auto due =
+                answer.kind == Answer::late ? std::optional(Clock::now() + answer.lateBy) : std::nullopt;
+            service.held_.emplace_back(sd_bus_message_ref(call), due);
+        }
+        return 1;
+    }
+
+    void answer(sd_bus_message* call) {
+        const int ok = answer_.ok ? 1 : 0;
+        const char* message = answer_.message.c_str();
+        if (!answer_.errorName.empty()) {
+            sd_bus_reply_method_errorf(call, answer_.errorName.c_str(), "%s", message);
+        } else if (answer_.signature == "s") {
+            sd_bus_reply_method_return(call, "s", message);
+        } else if (answer_.signature == "b") {
+            sd_bus_reply_method_return(call, "b", ok);
+        } else if (answer_.signature == "sb") {
+            sd_bus_reply_method_return(call, "sb", message, ok);
+        } else {
+            sd_bus_reply_method_return(call, "bs", ok, message);
+        }
+    }
+
+    std::unique_ptr<Bus> bus_;
     Answer answer_;
-    mutable std::mutex mutex_;
-    std::vector<QDBusMessage> received_;
+    Address at_;
+    std::jthread background_;
+    std::vector<Received> received_;
+    std::vector<std::pair<sd_bus_message*, std::optional<Clock::time_point>>> held_;
 };
+
+// Pumps the buses until `done` holds or the time is up; returns whether it held.
+inline bool spinUntil(const std::vector<Bus*>& buses, FakeService* service, const std::function<bool()>& done,
+                      std::chrono::milliseconds limit) {
+    const auto end = Clock::now() + limit;
+    while (!done()) {
+        if (Clock::now() > end) return false;
+        for (Bus* bus : buses) bus->process();
+        if (service != nullptr) service->process();
+        std::vector<pollfd> fds;
+        for (Bus* bus : buses) {
+            if (bus->fd() >= 0) fds.push_back({bus->fd(), bus->events(), 0});
+        }
+        if (service != nullptr && service->bus() != nullptr && service->bus()->fd() >= 0) {
+            fds.push_back({service->bus()->fd(), service->bus()->events(), 0});
+        }
+        ::poll(fds.data(), fds.size(), 5);
+    }
+    return true;
+}
 
 }  // namespace torvel::client::testing

@@ -3,11 +3,12 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <QFile>
-#include <QRegularExpression>
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <memory>
+#include <regex>
+#include <sstream>
 
 #include "common/files.h"
 #include "harness.h"
@@ -18,7 +19,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using testing::FakeService;
-using testing::spinUntil;
 using Answer = FakeService::Answer;
 using Results = std::vector<ServiceClient::Result>;
 
@@ -28,67 +28,89 @@ constexpr Operation operations[] = {Operation::apply, Operation::purge, Operatio
 
 class ServiceClientTest : public ::testing::Test {
   protected:
-    static void SetUpTestSuite() { bus = new testing::PrivateBus; }
-    static void TearDownTestSuite() { delete bus; }
-    void SetUp() override { ASSERT_FALSE(bus->address().isEmpty()) << "dbus-daemon did not start"; }
+    static void SetUpTestSuite() { privateBus = new testing::PrivateBus; }
+    static void TearDownTestSuite() { delete privateBus; }
+    void SetUp() override {
+        ASSERT_FALSE(privateBus->address().empty()) << "dbus-daemon did not start";
+        connect();
+    }
+
+    // A fresh connection, and a fresh client on it, for each case.
+    void connect(const std::string& address = privateBus->address()) {
+        client.reset();
+        bus = Bus::at(address);
+        client = std::make_unique<ServiceClient>(*bus, "/nonexistent/config.json");
+    }
 
     // The old service leaves first: the bus gives the name to one owner at a time.
     void serve(Answer answer) {
         service.reset();
-        service = std::make_unique<FakeService>(bus->connect("service"), answer);
+        service = std::make_unique<FakeService>(privateBus->address(), answer);
+    }
+
+    bool spinUntil(const std::function<bool()>& done, std::chrono::milliseconds limit = 5s) {
+        return testing::spinUntil({bus.get()}, service.get(), done, limit);
+    }
+    void spinFor(std::chrono::milliseconds time) {
+        spinUntil([] { return false; }, time);
     }
 
     // Starts one operation, recording every time it ends. An unwritable config location keeps apply's
     // fallback write out of it.
-    void start(ServiceClient& client, Operation operation, ServiceClient::Timeout timeout = std::nullopt) {
+    void start(Operation operation, ServiceClient::Timeout timeout = std::nullopt) {
         const auto record = [this](const ServiceClient::Result& result) { results.push_back(result); };
         const auto applied = [record](const ServiceClient::Applied& a) { record(a.error); };
-        if (operation == Operation::apply)
-            client.apply(settings, {}, "/nonexistent/config.json", applied, timeout);
-        if (operation == Operation::purge) client.purgeAllData(record, timeout);
-        if (operation == Operation::release) client.releaseCharge(record, timeout);
-        if (operation == Operation::restart) client.restart(record, timeout);
+        if (operation == Operation::apply) client->apply(settings, {}, applied, timeout);
+        if (operation == Operation::purge) client->purgeAllData(record, timeout);
+        if (operation == Operation::release) client->releaseCharge(record, timeout);
+        if (operation == Operation::restart) client->restart(record, timeout);
     }
     bool ended() {
-        return spinUntil([this] { return !results.empty(); }, 5s);
+        return spinUntil([this] { return !results.empty(); });
     }
 
-    static inline testing::PrivateBus* bus = nullptr;
+    static inline testing::PrivateBus* privateBus = nullptr;
+    std::unique_ptr<Bus> bus;
+    std::unique_ptr<ServiceClient> client;
     std::unique_ptr<FakeService> service;
     Results results;
     Settings settings{.limit = 72, .thermal = true};
 };
 
 TEST_F(ServiceClientTest, CallsEachMethodAsThePackagedInterfaceDescribesIt) {
-    QFile file(TORVEL_SOURCE_DIR "/packaging/linux/com.torvel.Daemon1.xml");
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    std::stringstream file;
+    file << std::ifstream(TORVEL_SOURCE_DIR "/packaging/linux/com.torvel.Daemon1.xml").rdbuf();
+    const std::string xml = file.str();
+    ASSERT_FALSE(xml.empty());
     // Method name to its in-signature; every method answers (b ok, s message).
-    std::map<QString, QString> described;
-    const QRegularExpression method(R"re(<method name="(\w+)">(.*?)</method>)re",
-                                    QRegularExpression::DotMatchesEverythingOption);
-    const QRegularExpression arg(R"re(<arg [^>]*type="(\w+)" direction="(in|out)")re");
-    for (const auto& m : method.globalMatch(QString::fromUtf8(file.readAll()))) {
-        QString in, out;
-        for (const auto& a : arg.globalMatch(m.captured(2)))
-            (a.captured(2) == "in" ? in : out) += a.captured(1);
-        EXPECT_EQ(out, "bs") << m.captured(1).toStdString();
-        described[m.captured(1)] = in;
+    std::map<std::string, std::string> described;
+    const std::regex method(R"re(<method name="(\w+)">([\s\S]*?)</method>)re");
+    const std::regex arg(R"re(<arg [^>]*type="(\w+)" direction="(in|out)")re");
+    for (std::sregex_iterator m(xml.begin(), xml.end(), method), none; m != none; ++m) {
+        const std::string body = (*m)[2];
+        std::string in, out;
+        for (std::sregex_iterator a(body.begin(), body.end(), arg); a != none; ++a) {
+            ((*a)[2] == "in" ? in : out) += (*a)[1];
+        }
+        EXPECT_EQ(out, "bs") << (*m)[1];
+        described[(*m)[1]] = in;
     }
 
     serve({});
-    ServiceClient client(bus->connect("client"));
-    for (const auto operation : operations) start(client, operation);
-    ASSERT_TRUE(spinUntil([&] { return results.size() == 4; }, 5s));
-    const auto received = service->received();
+    for (const auto operation : operations) start(operation);
+    ASSERT_TRUE(spinUntil([&] { return results.size() == 4; }));
+    const auto& received = service->received();
     ASSERT_EQ(received.size(), 4u);
-    QStringList members;
+    std::vector<std::string> members;
     for (const auto& call : received) {
-        members << call.member();
-        EXPECT_EQ(call.signature(), described.at(call.member())) << call.member().toStdString();
+        members.push_back(call.member);
+        ASSERT_TRUE(described.contains(call.member)) << call.member;
+        EXPECT_EQ(call.signature, described.at(call.member)) << call.member;
     }
-    EXPECT_EQ(members, QStringList({"ApplySettings", "PurgeAllData", "ReleaseCharge", "Restart"}));
+    EXPECT_EQ(members,
+              (std::vector<std::string>{"ApplySettings", "PurgeAllData", "ReleaseCharge", "Restart"}));
     EXPECT_EQ(described.size(), 4u) << "the introspection file has other methods";
-    EXPECT_EQ(received[0].arguments(), QList<QVariant>{QString::fromStdString(settingsMessage(settings))});
+    EXPECT_EQ(received[0].argument, settingsMessage(settings));
 }
 
 TEST_F(ServiceClientTest, EachAnswerBecomesOneResult) {
@@ -97,6 +119,7 @@ TEST_F(ServiceClientTest, EachAnswerBecomesOneResult) {
         bool ok;
         const char* message;
         std::optional<std::string_view> expected;
+        const char* signature = "bs";
     } cases[] = {
         {Operation::apply, true, "", std::nullopt},
         {Operation::apply, false, "", texts::refusedChange},
@@ -107,27 +130,33 @@ TEST_F(ServiceClientTest, EachAnswerBecomesOneResult) {
         {Operation::release, false, "", texts::unreachable},
         {Operation::restart, true, "", std::nullopt},
         {Operation::restart, false, "", texts::didNotRestart},
+        {Operation::restart, true, "fine", std::nullopt},
+        {Operation::restart, false, " \n", texts::didNotRestart},
+        {Operation::restart, false, "isn’t", "isn’t"},
+        // Any other shape of answer is not our service speaking.
+        {Operation::restart, false, "", texts::unreachable, "b"},
+        {Operation::restart, true, "x", texts::unreachable, "sb"},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(std::to_string(int(c.operation)) + (c.ok ? " ok " : " failed ") + c.message);
+        SCOPED_TRACE(std::to_string(int(c.operation)) + (c.ok ? " ok " : " failed ") + c.message + " " +
+                     c.signature);
         results.clear();
-        serve({.ok = c.ok, .message = c.message});
-        ServiceClient client(bus->connect("client"));
-        start(client, c.operation);
+        serve({.ok = c.ok, .message = c.message, .signature = c.signature});
+        start(c.operation);
         ASSERT_TRUE(ended());
         EXPECT_EQ(results, Results{ServiceClient::Result(c.expected)});
     }
 }
 
 TEST_F(ServiceClientTest, NobodyToTalkToIsUnreachable) {
-    for (const auto& connection :
-         {bus->connect("client"), QDBusConnection::connectToBus("unix:path=/nonexistent/bus", "refused")}) {
+    for (const auto& address : {privateBus->address(), std::string("unix:path=/nonexistent/bus")}) {
         for (const auto operation : operations) {
             results.clear();
-            ServiceClient client(connection);
-            start(client, operation);
+            connect(address);
+            start(operation);
+            EXPECT_TRUE(results.empty()) << "never before the call returns";
             ASSERT_TRUE(ended());
-            EXPECT_EQ(results, Results{std::string(texts::unreachable)}) << connection.name().toStdString();
+            EXPECT_EQ(results, Results{std::string(texts::unreachable)}) << address;
         }
     }
 }
@@ -135,7 +164,7 @@ TEST_F(ServiceClientTest, NobodyToTalkToIsUnreachable) {
 // Every call ends once, whichever comes first of the answer, a lost service and the caller's time-out;
 // whatever comes later finds nobody waiting.
 TEST_F(ServiceClientTest, ACallEndsExactlyOnce) {
-    const Answer lateSuccess{.kind = Answer::late, .lateMilliseconds = 3500};
+    const Answer lateSuccess{.kind = Answer::late, .lateBy = 3500ms};
     const auto stopped = texts::stoppedResponding;
     const struct {
         const char* name;
@@ -154,31 +183,30 @@ TEST_F(ServiceClientTest, ACallEndsExactlyOnce) {
         SCOPED_TRACE(c.name);
         results.clear();
         serve(c.answer);
-        ServiceClient client(bus->connect("client"));
-        QElapsedTimer clock;
-        clock.start();
-        start(client, Operation::release, c.timeout);
+        connect();
+        const auto began = testing::Clock::now();
+        start(Operation::release, c.timeout);
         if (c.serviceDies) {
-            ASSERT_TRUE(spinUntil([this] { return !service->received().empty(); }, 5s));
+            ASSERT_TRUE(spinUntil([this] { return !service->received().empty(); }));
             EXPECT_TRUE(results.empty());
             service->leave();
         }
         ASSERT_TRUE(ended());
-        EXPECT_GE(clock.elapsed(), c.fromMs);
-        EXPECT_LT(clock.elapsed(), c.toMs);
+        const auto elapsed =
+            std::chrono::duration_cast<std::chrono::milliseconds>(testing::Clock::now() - began);
+        EXPECT_GE(elapsed.count(), c.fromMs);
+        EXPECT_LT(elapsed.count(), c.toMs);
         // Let a late answer, and whatever the bus says when it gives up on the call, arrive.
-        spinUntil([] { return false; }, 1500ms);
+        spinFor(1500ms);
         EXPECT_EQ(results, Results{std::string(c.expected)});
     }
 }
 
 TEST_F(ServiceClientTest, ACallOutlivedByItsClientNeverEnds) {
-    serve({.kind = Answer::late, .lateMilliseconds = 200});
-    {
-        ServiceClient client(bus->connect("client"));
-        start(client, Operation::restart, 100ms);
-    }
-    spinUntil([] { return false; }, 500ms);
+    serve({.kind = Answer::late, .lateBy = 200ms});
+    start(Operation::restart, 100ms);
+    client.reset();
+    spinFor(500ms);
     EXPECT_TRUE(results.empty());
 }
 
@@ -206,9 +234,9 @@ TEST_F(ServiceClientTest, AFailedApplyWritesConfigDirectlyWhenItCan) {
         const auto config = (c.writable ? directory : directory / "missing") / "config.json";
 
         std::optional<ServiceClient::Applied> applied;
-        ServiceClient client(bus->connect("client"));
-        client.apply(settings, {}, config, [&](const ServiceClient::Applied& a) { applied = a; });
-        ASSERT_TRUE(spinUntil([&] { return applied.has_value(); }, 5s));
+        ServiceClient writer(*bus, config);
+        writer.apply(settings, {}, [&](const ServiceClient::Applied& a) { applied = a; });
+        ASSERT_TRUE(spinUntil([&] { return applied.has_value(); }));
         EXPECT_EQ(applied->error, c.error);
         EXPECT_EQ(applied->serviceError, c.serviceError);
         const auto written = readWholeFile(config);

@@ -151,7 +151,7 @@ TEST_F(BusTest, AnotherUserIsRefusedUnlessPolkitAllowsThatVeryAction) {
 // The method names and "method direction name type" rows of our interface in an introspection document;
 // attributes are read by name, since sd-bus orders them its own way.
 std::set<std::string> interfaceRows(const std::string& xml) {
-    const auto begin = xml.find("<interface name=\"com.torvel.Daemon1\">");
+    const auto begin = xml.find(std::string("<interface name=\"") + interfaceName + "\">");
     const std::string block = xml.substr(begin, xml.find("</interface>", begin) - begin);
     const auto attribute = [](const std::string& tag, const char* name) {
         std::smatch found;

@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <QMetaProperty>
+#include <set>
+
 #include "qt_support.h"
 #include "service/charge_settings_model.h"
-#include "service/systemd_units.h"
 
 namespace torvel::app {
 namespace {
@@ -190,23 +192,65 @@ TEST(ChargeSettings, RemovalReleasesChargingWithoutWaitingLongThenUnregisters) {
     EXPECT_FALSE(settings.daemonInstalled());
 }
 
-TEST(SystemdUnits, UnitFileStatesAndErrorsInTheRegistrationsTerms) {
-    const std::pair<const char*, Status> states[] = {{"enabled", Status::enabled},
-                                                     {"enabled-runtime", Status::enabled},
-                                                     {"disabled", Status::notRegistered},
-                                                     {"masked", Status::notRegistered}};
-    for (const auto& [state, status] : states)
-        EXPECT_EQ(SystemdUnits::statusFromUnitFileState(state), status);
+TEST(ChargeSettings, EachPropertyAnnouncesItsOwnChangeAndOnlyWhenItChanges) {
+    const QMetaObject& meta = ChargeSettings::staticMetaObject;
+    std::set<QByteArray> signalNames;
+    for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
+        const QMetaProperty property = meta.property(i);
+        ASSERT_TRUE(property.hasNotifySignal()) << property.name();
+        signalNames.insert(property.notifySignal().name());
+    }
+    EXPECT_EQ(signalNames.size(), static_cast<std::size_t>(meta.propertyCount() - meta.propertyOffset()))
+        << "two properties share a change signal";
 
-    const std::tuple<const char*, const char*, std::string> errors[] = {
-        {"org.freedesktop.systemd1.NoSuchUnit", "Unit torvel-daemon.service not found.",
-         "Part of Torvel is missing. Download it again and try once more."},
-        {"org.freedesktop.DBus.Error.AccessDenied", "Access denied", "Access denied"},
-        {"org.freedesktop.DBus.Error.NoReply", "", "org.freedesktop.DBus.Error.NoReply"},
+    const std::pair<std::string, void (ChargeSettings::*)()> changeSignals[] = {
+        {"enabled", &ChargeSettings::enabledChanged},
+        {"limit", &ChargeSettings::limitChanged},
+        {"heldLimit", &ChargeSettings::heldLimitChanged},
+        {"topUp", &ChargeSettings::topUpChanged},
+        {"thermalLimit", &ChargeSettings::thermalLimitChanged},
+        {"canReachService", &ChargeSettings::canReachServiceChanged},
+        {"state", &ChargeSettings::stateChanged},
+        {"serviceState", &ChargeSettings::serviceStateChanged},
+        {"writeError", &ChargeSettings::writeErrorChanged},
+        {"serviceError", &ChargeSettings::serviceErrorChanged},
+        {"daemonInstalled", &ChargeSettings::daemonInstalledChanged},
+        {"serviceNeedsApproval", &ChargeSettings::serviceNeedsApprovalChanged},
+        {"serviceNeedsMigration", &ChargeSettings::serviceNeedsMigrationChanged},
+        {"migrating", &ChargeSettings::migratingChanged},
+        {"migrationFallback", &ChargeSettings::migrationFallbackChanged},
+        {"liveWatchers", &ChargeSettings::liveWatchersChanged},
     };
-    for (const auto& [name, message, text] : errors) {
-        const RegistrationError error = SystemdUnits::errorFrom(name, message);
-        EXPECT_EQ(explainRegistrationError(error.code, error.description), text) << name;
+    ASSERT_EQ(std::size(changeSignals), signalNames.size());
+
+    using Step = std::function<void(Rig&, ChargeSettings&)>;
+    const std::tuple<const char*, Step, std::set<std::string>> cases[] = {
+        {"a new limit", [](Rig&, ChargeSettings& s) { s.setLimit(70); }, {"limit", "heldLimit"}},
+        {"the same limit", [](Rig&, ChargeSettings& s) { s.setLimit(s.limit()); }, {}},
+        {"top-up", [](Rig&, ChargeSettings& s) { s.setTopUp(true); }, {"topUp"}},
+        {"a view appears", [](Rig&, ChargeSettings& s) { s.watchLive(); }, {"liveWatchers"}},
+        {"a refused save",
+         [](Rig& rig, ChargeSettings& s) {
+             s.save();
+             rig.fake.applies[0].done(std::string("The charge service refused the change."));
+         },
+         {"writeError", "canReachService"}},
+        {"the service is switched off",
+         [](Rig& rig, ChargeSettings& s) {
+             rig.fake.state = Status::notRegistered;
+             s.syncService();
+         },
+         {"daemonInstalled", "canReachService", "serviceState"}},
+    };
+    for (const auto& [name, step, expected] : cases) {
+        Rig rig(Status::enabled);
+        ChargeSettings& settings = rig.make();
+        std::set<std::string> announced;
+        for (const auto& [property, signal] : changeSignals) {
+            QObject::connect(&settings, signal, [&announced, property] { announced.insert(property); });
+        }
+        step(rig, settings);
+        EXPECT_EQ(announced, expected) << name;
     }
 }
 

@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 
+#include "service/bus_address.h"
 #include "service/charge_settings_model.h"
 
 namespace torvel::app::testing {
@@ -61,14 +62,14 @@ struct FakeSystem : ServiceCalls, UnitControl {
         log += call + ";";
         return result;
     }
-    void apply(const Settings& settings, const SettingsExtra&, Completion done) override {
-        applies.push_back({settings, std::move(done)});
+    void apply(const Settings& settings, const SettingsExtra&, ApplyCompletion done, Timeout) override {
+        applies.push_back({settings, [done](const Result& error) { done({error, std::nullopt}); }});
     }
-    void purgeAllData(Completion done) override { done(note("purge")); }
-    void releaseCharge(Timeout timeout, Completion done) override {
+    void purgeAllData(Completion done, Timeout) override { done(note("purge")); }
+    void releaseCharge(Completion done, Timeout timeout) override {
         done(note("release " + std::to_string(timeout.value_or(0ms).count())));
     }
-    void restart(Completion done) override { done(note("restart", restartResult)); }
+    void restart(Completion done, Timeout) override { done(note("restart", restartResult)); }
     Status status() override {
         ++statusCalls;
         return state;
@@ -103,7 +104,7 @@ struct Rig {
         fs::create_directories(root.path() / "etc/systemd/system");
     }
 
-    fs::path legacyUnit() const { return root.path() / "etc/systemd/system/torvel-daemon.service"; }
+    fs::path legacyUnit() const { return root.path() / "etc/systemd/system" / bus::unitName; }
 
     void writeStatus(const std::string& fields, double age = 0) {
         std::ofstream(root.path() / "status.json")

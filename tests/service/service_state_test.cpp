@@ -1,6 +1,9 @@
 #include "service/service_state.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
 
 #include "service/charge_settings.h"
 
@@ -175,6 +178,24 @@ TEST(ChargeSettingsState, HeldLimitAndReach) {
     EXPECT_TRUE(state.canReachService());
     state.writeError = "The charge service isn’t reachable.";
     EXPECT_FALSE(state.canReachService());
+}
+
+TEST(InstalledCopy, OnlyWhatResolvesUnderUsrIsPackaged) {
+    // A link from a build tree into /usr counts by where it leads, and a look-alike prefix does not count.
+    const auto link =
+        std::filesystem::temp_directory_path() / ("torvel-installed-" + std::to_string(::getpid()));
+    std::filesystem::remove(link);
+    std::filesystem::create_directory_symlink("/usr/bin", link);
+    const std::pair<std::filesystem::path, bool> cases[] = {
+        {installedDaemonPath, true},
+        {"/usr/bin", true},
+        {link, true},
+        {"/usrlocal/bin", false},
+        {"/opt/torvel/bin", false},
+        {std::filesystem::temp_directory_path(), false},
+    };
+    for (const auto& [path, installed] : cases) EXPECT_EQ(isInstalledCopy(path), installed) << path;
+    std::filesystem::remove(link);
 }
 
 }  // namespace

@@ -51,13 +51,21 @@ TEST(SettingsMessage, SortedCompactAndMergedWithExtra) {
     EXPECT_EQ(merged->size(), 13u);
 }
 
-TEST(SettingsMessage, RoundTripsThroughTheLoader) {
-    Settings settings;
-    settings.enabled = false;
-    settings.limit = 62;
-    settings.blinkSeconds = 0.5;
-    settings.topUp = true;
-    settings.historyDays = 30;
+TEST(SettingsMessage, RoundTripsEveryKeyThroughTheLoader) {
+    // Every field away from its default, so a key the codec forgets comes back changed.
+    const Settings settings{.enabled = false,
+                            .limit = 62,
+                            .discharge = true,
+                            .led = false,
+                            .blinkSeconds = 0.5,
+                            .thermal = true,
+                            .thermalLimit = 30,
+                            .topUp = true,
+                            .topUpHours = 12,
+                            .hysteresis = 3,
+                            .history = false,
+                            .historyDays = 30,
+                            .calibrate = true};
     EXPECT_EQ(loadSettings(settingsMessage(settings)), settings);
 }
 

@@ -1,7 +1,8 @@
 #include "reply_text.h"
 
-#include <QDBusMessage>
-#include <QMetaType>
+#include <systemd/sd-bus.h>
+
+#include <algorithm>
 #include <array>
 
 namespace torvel::client {
@@ -51,20 +52,23 @@ std::string errorText(std::string_view errorName, std::string_view errorMessage)
     return std::string(errorMessage);
 }
 
-std::optional<std::string> replyResult(const QDBusMessage& reply, std::string_view failureText) {
-    if (reply.type() == QDBusMessage::ErrorMessage) {
-        return errorText(reply.errorName().toStdString(), reply.errorMessage().toStdString());
+std::optional<std::string> replyResult(sd_bus_message* reply, std::string_view failureText) {
+    if (const sd_bus_error* error = sd_bus_message_get_error(reply)) {
+        return errorText(error->name != nullptr ? error->name : "",
+                         error->message != nullptr ? error->message : "");
     }
-    const QList<QVariant> arguments = reply.arguments();
-    if (reply.type() != QDBusMessage::ReplyMessage || arguments.size() != 2 ||
-        arguments[0].metaType().id() != QMetaType::Bool ||
-        arguments[1].metaType().id() != QMetaType::QString) {
+    int ok = 0;
+    const char* message = nullptr;
+    if (!sd_bus_message_has_signature(reply, "bs") || sd_bus_message_read(reply, "bs", &ok, &message) < 0) {
         return std::string(texts::unreachable);
     }
-    if (arguments[0].toBool()) return std::nullopt;
-    const QString message = arguments[1].toString().trimmed();
-    if (message.isEmpty()) return std::string(failureText);
-    return message.toStdString();
+    if (ok) return std::nullopt;
+    std::string_view text = message;
+    const auto blank = " \t\r\n\v\f";
+    text.remove_prefix(std::min(text.size(), text.find_first_not_of(blank)));
+    text = text.substr(0, text.find_last_not_of(blank) + 1);
+    if (text.empty()) return std::string(failureText);
+    return std::string(text);
 }
 
 }  // namespace torvel::client

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-class QDBusMessage;
+struct sd_bus_message;
 
 namespace torvel::client {
 
@@ -24,6 +24,6 @@ std::string errorText(std::string_view errorName, std::string_view errorMessage)
 
 // The outcome of one (b ok, s message) answer: none on success; on failure the service's own message, or
 // `failureText` when it sent none. An answer of any other shape is not our service speaking.
-std::optional<std::string> replyResult(const QDBusMessage& reply, std::string_view failureText);
+std::optional<std::string> replyResult(sd_bus_message* reply, std::string_view failureText);
 
 }  // namespace torvel::client

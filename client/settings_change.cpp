@@ -35,36 +35,44 @@ std::string badValue(std::string_view key, std::string_view value, std::string_v
 }
 
 std::string knownKeys() {
-    return "enabled, limit, discharge, led, blinkSeconds, thermal, thermalLimit, topUp, topUpHours, "
-           "hysteresis, history, historyDays, calibrate, resetProtected";
+    std::string keys;
+    for (const auto& rule : settingRules) keys += std::string(settingKey(rule)) + ", ";
+    return keys + std::string(resetProtectedKey);
+}
+
+std::optional<std::string> assign(const BooleanSetting& setting, std::string_view value, Settings& settings) {
+    const auto parsed = parseBoolean(value);
+    if (!parsed) return badValue(setting.key, value, "true or false");
+    settings.*setting.field = *parsed;
+    return std::nullopt;
+}
+
+std::optional<std::string> assign(const IntegerSetting& setting, std::string_view value, Settings& settings) {
+    const auto parsed = parseWhole<long long>(value);
+    if (!parsed || *parsed < setting.low || *parsed > setting.high) {
+        return badValue(
+            setting.key, value,
+            "a whole number from " + std::to_string(setting.low) + " to " + std::to_string(setting.high));
+    }
+    settings.*setting.field = static_cast<int>(*parsed);
+    return std::nullopt;
+}
+
+std::optional<std::string> assign(const DecimalSetting& setting, std::string_view value, Settings& settings) {
+    const auto parsed = parseWhole<double>(value);
+    if (!parsed || *parsed < setting.low || *parsed > setting.high) {
+        return badValue(setting.key, value,
+                        "seconds from " + boundText(setting.low) + " to " + boundText(setting.high));
+    }
+    settings.*setting.field = *parsed;
+    return std::nullopt;
 }
 
 // One assignment; an error text when it cannot be made.
 std::optional<std::string> assign(SettingsChange& change, std::string_view key, std::string_view value) {
-    for (const auto& [name, field] : booleanSettings) {
-        if (name != key) continue;
-        const auto parsed = parseBoolean(value);
-        if (!parsed) return badValue(key, value, "true or false");
-        change.settings.*field = *parsed;
-        return std::nullopt;
-    }
-    for (const auto& [name, field, low, high] : integerSettings) {
-        if (name != key) continue;
-        const auto parsed = parseWhole<long long>(value);
-        if (!parsed || *parsed < low || *parsed > high) {
-            return badValue(key, value,
-                            "a whole number from " + std::to_string(low) + " to " + std::to_string(high));
-        }
-        change.settings.*field = static_cast<int>(*parsed);
-        return std::nullopt;
-    }
-    if (key == blinkSecondsKey) {
-        const auto parsed = parseWhole<double>(value);
-        if (!parsed || *parsed < blinkSecondsLow || *parsed > blinkSecondsHigh) {
-            return badValue(key, value, "seconds from 0.5 to 5");
-        }
-        change.settings.blinkSeconds = *parsed;
-        return std::nullopt;
+    for (const auto& rule : settingRules) {
+        if (settingKey(rule) != key) continue;
+        return std::visit([&](const auto& setting) { return assign(setting, value, change.settings); }, rule);
     }
     if (key == resetProtectedKey) {
         // Only a reset can be asked for; there is nothing to "not reset".

@@ -1,0 +1,56 @@
+#include "service_client.h"
+
+#include <systemd/sd-bus.h>
+
+#include "bus.h"
+#include "common/files.h"
+#include "reply_text.h"
+#include "service/bus_address.h"
+#include "service/save_ledger.h"
+
+namespace torvel::client {
+
+ServiceClient::ServiceClient(Bus& bus, std::filesystem::path config)
+    : bus_(bus), config_(std::move(config)) {}
+
+void ServiceClient::call(const char* method, const std::string* argument, std::string_view failureText,
+                         Timeout timeout, Completion done) {
+    const auto appendArgument = [argument](sd_bus_message* message) {
+        return argument == nullptr ? 0 : sd_bus_message_append(message, "s", argument->c_str());
+    };
+    bus_.call({bus::serviceName, bus::objectPath, bus::interfaceName, method}, appendArgument, timeout,
+              [alive = std::weak_ptr(alive_), failure = std::string(failureText), done = std::move(done)](
+                  sd_bus_message* reply, const sd_bus_error* error) {
+                  if (alive.expired()) return;
+                  if (error != nullptr) {
+                      done(errorText(error->name != nullptr ? error->name : "",
+                                     error->message != nullptr ? error->message : ""));
+                  } else {
+                      done(replyResult(reply, failure));
+                  }
+              });
+}
+
+void ServiceClient::apply(const Settings& settings, const SettingsExtra& extra, ApplyCompletion done,
+                          Timeout timeout) {
+    const std::string message = settingsMessage(settings, extra);
+    call("ApplySettings", &message, texts::refusedChange, timeout,
+         [message, config = config_, done = std::move(done)](const Result& callError) {
+             const Result error = settleApply(callError, [&] { return !writeWholeFile(config, message); });
+             done(Applied{.error = error, .serviceError = error ? std::nullopt : callError});
+         });
+}
+
+void ServiceClient::purgeAllData(Completion done, Timeout timeout) {
+    call("PurgeAllData", nullptr, texts::couldNotRemoveData, timeout, std::move(done));
+}
+
+void ServiceClient::releaseCharge(Completion done, Timeout timeout) {
+    call("ReleaseCharge", nullptr, texts::unreachable, timeout, std::move(done));
+}
+
+void ServiceClient::restart(Completion done, Timeout timeout) {
+    call("Restart", nullptr, texts::didNotRestart, timeout, std::move(done));
+}
+
+}  // namespace torvel::client
