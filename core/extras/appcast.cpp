@@ -14,8 +14,12 @@ struct VersionPart {
     std::string_view text;  // digits without leading zeros, or letters
 };
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
-bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+bool isLetter(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
 
 // Anything but digits and letters only separates parts, so "1.2-3", "1.2.3" and "1_2_3" read alike.
 std::vector<VersionPart> versionParts(std::string_view version) {
@@ -95,6 +99,28 @@ std::optional<Appcast::Item> Appcast::newest(std::span<const Item> items, std::s
     return *best;
 }
 
+Appcast::Outcome Appcast::decide(std::span<const Item> items, std::string_view running) {
+    if (items.empty()) return {.update = std::nullopt, .error = "The update feed lists no versions"};
+    const bool anyUsable =
+        std::any_of(items.begin(), items.end(), [](const Item& item) { return !unusable(item); });
+    if (!anyUsable) return {.update = std::nullopt, .error = unusable(items.front())};
+    return {.update = newest(items, running), .error = std::nullopt};
+}
+
+void Appcast::record(UpdaterState& state, const Outcome& outcome, std::string_view running, Instant now) {
+    if (outcome.error) {
+        state.cycleFinished(checkFailedCode, now);
+        return;
+    }
+    if (outcome.update) {
+        state.updateFound(displayVersion(*outcome.update), isCritical(*outcome.update, running));
+        state.cycleFinished(std::nullopt, now);
+    } else {
+        state.noUpdateFound();
+        state.cycleFinished(UpdaterState::noUpdateFoundCode, now);
+    }
+}
+
 bool Appcast::isCritical(const Item& item, std::string_view running) {
     if (!item.critical) return false;
     return item.criticalBelow.empty() || compareVersions(running, item.criticalBelow) < 0;
@@ -104,9 +130,9 @@ std::string Appcast::displayVersion(const Item& item) {
     return item.shortVersion.empty() ? item.version : item.shortVersion;
 }
 
-bool Appcast::checkDue(std::optional<Instant> lastCheck, Instant now) {
+bool Appcast::checkDue(std::optional<Instant> lastCheck, bool lastFailed, Instant now) {
     if (!lastCheck || !std::isfinite(*lastCheck)) return true;
-    return now - *lastCheck >= checkInterval || *lastCheck > now;
+    return now - *lastCheck >= (lastFailed ? retryInterval : checkInterval) || *lastCheck > now;
 }
 
 namespace {
@@ -134,8 +160,9 @@ std::optional<UpdateVerification::PublicKey> UpdateVerification::publicKey(std::
 }
 
 std::optional<std::string> UpdateVerification::verify(std::span<const unsigned char> bytes,
-                                                       std::uint64_t expectedLength,
-                                                       std::string_view signatureBase64, const PublicKey& key) {
+                                                      std::uint64_t expectedLength,
+                                                      std::string_view signatureBase64,
+                                                      const PublicKey& key) {
     if (bytes.size() != expectedLength) return "The download isn’t the announced size";
     if (sodium_init() < 0) return "The download couldn’t be checked";
     const auto signature = decodeBase64(signatureBase64);

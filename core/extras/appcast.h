@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "common/dates.h"
+// By its folder-relative name: the app has an extras/updater.h of its own that would be found first.
+#include "updater.h"
 
 namespace torvel {
 
@@ -31,6 +33,19 @@ struct Appcast {
     static std::optional<std::string> unusable(const Item& item);
     // The newest usable item newer than `running`, if any.
     static std::optional<Item> newest(std::span<const Item> items, std::string_view running);
+    // What one check found: an update, nothing newer, or why the feed cannot be used (a feed without a single
+    // usable item is broken, not up to date).
+    struct Outcome {
+        std::optional<Item> update;
+        std::optional<std::string> error;
+    };
+    static Outcome decide(std::span<const Item> items, std::string_view running);
+
+    // Applies one finished check to the updater's state. A failed check keeps an update found before: it is
+    // still there to install.
+    static void record(UpdaterState& state, const Outcome& outcome, std::string_view running, Instant now);
+    static constexpr long checkFailedCode = -1;
+
     // Whether the found item must replace `running` urgently.
     static bool isCritical(const Item& item, std::string_view running);
     static std::string displayVersion(const Item& item);
@@ -39,10 +54,12 @@ struct Appcast {
     // numbers, and letters after a release mark a pre-release of it ("1.2b1" < "1.2" < "1.2.1").
     static int compareVersions(std::string_view a, std::string_view b);
 
-    // Whether the daily automatic check is due. A last check in the future means the clock went back: check
-    // rather than wait out the difference.
-    static bool checkDue(std::optional<Instant> lastCheck, Instant now);
+    // Whether the automatic check is due: once a day, or an hour after a check that failed so a laptop that
+    // was offline does not wait a day. A last check in the future means the clock went back: check rather
+    // than wait out the difference.
+    static bool checkDue(std::optional<Instant> lastCheck, bool lastFailed, Instant now);
     static constexpr Instant checkInterval = 24 * 60 * 60;
+    static constexpr Instant retryInterval = 60 * 60;
 
     // Packages larger than this are refused before any byte is fetched.
     static constexpr std::uint64_t largestPackage = 256ull * 1024 * 1024;
@@ -57,8 +74,9 @@ struct UpdateVerification {
     static std::optional<PublicKey> publicKey(std::string_view base64);
 
     // Absent when the bytes are exactly as long as announced and the signature over them verifies.
-    static std::optional<std::string> verify(std::span<const unsigned char> bytes, std::uint64_t expectedLength,
-                                             std::string_view signatureBase64, const PublicKey& key);
+    static std::optional<std::string> verify(std::span<const unsigned char> bytes,
+                                             std::uint64_t expectedLength, std::string_view signatureBase64,
+                                             const PublicKey& key);
 };
 
 }  // namespace torvel

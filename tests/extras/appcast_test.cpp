@@ -26,8 +26,10 @@ TEST(AppcastVersions, OrderReleasesPreReleasesAndLongNumbers) {
         const char* newer;
     };
     const Case cases[] = {
-        {"1.9", "1.10"},      {"1.2", "1.2.1"},       {"1.2b1", "1.2"},     {"1.2a", "1.2b"},
-        {"1.2b2", "1.2b10"},  {"0.9.9", "1.0"},       {"1.2b1", "1.2.0.1"}, {"99999999999999999999", "100000000000000000000"},
+        {"1.9", "1.10"},      {"1.2", "1.2.1"},
+        {"1.2b1", "1.2"},     {"1.2a", "1.2b"},
+        {"1.2b2", "1.2b10"},  {"0.9.9", "1.0"},
+        {"1.2b1", "1.2.0.1"}, {"99999999999999999999", "100000000000000000000"},
         {"1.2-rc1", "1.2.1"}, {"", "0.1"},
     };
     for (const auto& [older, newer] : cases) {
@@ -90,12 +92,69 @@ TEST(AppcastCritical, MarkOptionallyLimitedToOlderVersions) {
     }
 }
 
-TEST(AppcastSchedule, DueOnceADayAndWhenTheClockWentBack) {
+TEST(AppcastDecide, ABrokenFeedIsNotUpToDate) {
+    Item unsigned_ = usable("9.0");
+    unsigned_.signature.clear();
+    EXPECT_EQ(Appcast::decide({}, "1.2").error, "The update feed lists no versions");
+    EXPECT_EQ(Appcast::decide(std::vector{unsigned_}, "1.2").error, "The update isn’t signed");
+    const std::vector older{usable("1.0"), unsigned_};
+    const auto upToDate = Appcast::decide(older, "1.2");
+    EXPECT_EQ(upToDate.error, std::nullopt);
+    EXPECT_EQ(upToDate.update, std::nullopt);
+    EXPECT_EQ(Appcast::decide(std::vector{usable("1.3")}, "1.2").update, usable("1.3"));
+}
+
+TEST(AppcastRecord, EachOutcomeEndsTheCheckWithItsWords) {
+    const Instant now = 1'741'341'600;  // 2025-03-07
+    Item critical = usable("1042", "1.4");
+    critical.critical = true;
+    struct Case {
+        const char* what;
+        Appcast::Outcome outcome;
+        const char* status;
+    };
+    const Case cases[] = {
+        {"found", {usable("1042", "1.4"), std::nullopt}, "Version 1.4 is available"},
+        {"found critical", {critical, std::nullopt}, "This version should be replaced"},
+        {"nothing newer clears an earlier find",
+         {std::nullopt, std::nullopt},
+         "Up to date, checked Mar 7, 2025"},
+        {"failed keeps an earlier find",
+         {std::nullopt, "The update feed isn’t readable"},
+         "Version 0.9 is available"},
+    };
+    for (const auto& c : cases) {
+        UpdaterState state;
+        state.automatic = true;
+        state.checking = true;
+        state.updateFound("0.9", false);
+        Appcast::record(state, c.outcome, "1.0", now);
+        EXPECT_FALSE(state.checking) << c.what;
+        EXPECT_EQ(state.lastCheck, now) << c.what;
+        EXPECT_EQ(state.unreachable, c.outcome.error.has_value()) << c.what;
+        EXPECT_EQ(UpdateWords::status(state, "en"), c.status) << c.what;
+    }
+}
+
+TEST(AppcastSchedule, DueOnceADaySoonerAfterAFailureAndWhenTheClockWentBack) {
     const Instant now = 1'763'900'000;
-    EXPECT_TRUE(Appcast::checkDue(std::nullopt, now));
-    EXPECT_FALSE(Appcast::checkDue(now - Appcast::checkInterval + 60, now));
-    EXPECT_TRUE(Appcast::checkDue(now - Appcast::checkInterval, now));
-    EXPECT_TRUE(Appcast::checkDue(now + 3600, now));
+    struct Case {
+        std::optional<Instant> last;
+        bool failed;
+        bool due;
+    };
+    const Case cases[] = {
+        {std::nullopt, false, true},
+        {now - Appcast::checkInterval + 60, false, false},
+        {now - Appcast::checkInterval, false, true},
+        {now - Appcast::retryInterval + 60, true, false},
+        {now - Appcast::retryInterval, true, true},
+        {now + 3600, false, true},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(Appcast::checkDue(c.last, c.failed, now), c.due)
+            << c.last.value_or(0) - now << " " << c.failed;
+    }
 }
 
 struct KeyPair {
@@ -113,7 +172,8 @@ struct KeyPair {
     }
     static std::string base64(std::span<const unsigned char> bytes) {
         std::string text(sodium_base64_ENCODED_LEN(bytes.size(), sodium_base64_VARIANT_ORIGINAL), '\0');
-        sodium_bin2base64(text.data(), text.size(), bytes.data(), bytes.size(), sodium_base64_VARIANT_ORIGINAL);
+        sodium_bin2base64(text.data(), text.size(), bytes.data(), bytes.size(),
+                          sodium_base64_VARIANT_ORIGINAL);
         text.resize(text.find('\0'));
         return text;
     }
