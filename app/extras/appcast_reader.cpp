@@ -21,6 +21,13 @@ std::string packageUrl(QStringView text, const QUrl& feed) {
     return url.toString(QUrl::FullyEncoded).toStdString();
 }
 
+QString attribute(const QXmlStreamAttributes& attributes, QLatin1String localName) {
+    for (const auto& each : attributes) {
+        if (each.name() == localName) return each.value().toString();
+    }
+    return {};
+}
+
 void readEnclosure(const QXmlStreamAttributes& attributes, const QUrl& feed, Appcast::Item& item) {
     for (const auto& attribute : attributes) {
         const auto name = attribute.name();
@@ -46,7 +53,8 @@ Appcast::Item readItem(QXmlStreamReader& xml, const QUrl& feed) {
             item.shortVersion = xml.readElementText().trimmed().toStdString();
         } else if (name == QLatin1String("criticalUpdate")) {
             item.critical = true;
-            item.criticalBelow = xml.attributes().value(QLatin1String("version")).toString().toStdString();
+            item.criticalBelow =
+                attribute(xml.attributes(), QLatin1String("version")).trimmed().toStdString();
             xml.skipCurrentElement();
         } else if (name == QLatin1String("enclosure")) {
             readEnclosure(xml.attributes(), feed, item);

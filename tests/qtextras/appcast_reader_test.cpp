@@ -10,8 +10,9 @@ using Items = std::vector<Appcast::Item>;
 const QUrl feed(QStringLiteral("https://torvel.example/updates/appcast.xml"));
 
 QByteArray rss(const char* items) {
-    return QByteArray(R"(<?xml version="1.0"?><rss version="2.0" xmlns:up="https://torvel.example/ns"><channel>)"
-                      "<title>Torvel</title>") +
+    return QByteArray(
+               R"(<?xml version="1.0"?><rss version="2.0" xmlns:up="https://torvel.example/ns"><channel>)"
+               "<title>Torvel</title>") +
            items + "</channel></rss>";
 }
 

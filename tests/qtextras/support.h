@@ -48,9 +48,9 @@ struct TestCertificate {
             openssl.setStandardOutputFile(QProcess::nullDevice());
             openssl.setStandardErrorFile(QProcess::nullDevice());
             openssl.start(QStringLiteral("openssl"),
-                          {"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes",
-                           "-keyout", key, "-out", cert, "-days", "3650", "-subj", "/CN=localhost", "-addext",
-                           "subjectAltName=IP:127.0.0.1", "-batch"});
+                          {"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1",
+                           "-nodes", "-keyout", key, "-out", cert, "-days", "3650", "-subj", "/CN=localhost",
+                           "-addext", "subjectAltName=IP:127.0.0.1", "-batch"});
             openssl.waitForFinished();
             QFile keyFile(key);
             QFile certFile(cert);
@@ -68,7 +68,7 @@ struct TestCertificate {
 
 // An HTTPS server on loopback answering each path with a fixed response, or never answering at all.
 class TlsServer {
-public:
+  public:
     struct Response {
         QByteArray body;
         int status = 200;
@@ -90,7 +90,9 @@ public:
         });
     }
 
-    bool listening() const { return server_.isListening() && !TestCertificate::shared().certificate.isNull(); }
+    bool listening() const {
+        return server_.isListening() && !TestCertificate::shared().certificate.isNull();
+    }
     QUrl url(const QString& path) const {
         return QUrl(QStringLiteral("https://127.0.0.1:%1%2").arg(server_.serverPort()).arg(path));
     }
@@ -98,7 +100,7 @@ public:
     std::map<QString, Response> routes;
     QStringList requested;
 
-private:
+  private:
     void answer(QTcpSocket* socket) {
         auto buffer = socket->property("request").toByteArray() + socket->readAll();
         socket->setProperty("request", buffer);
@@ -108,8 +110,9 @@ private:
         const auto route = routes.find(path);
         const Response response = route == routes.end() ? Response{"", 404, false} : route->second;
         if (response.silent) return;
-        socket->write("HTTP/1.1 " + QByteArray::number(response.status) + " X\r\nContent-Length: " +
-                      QByteArray::number(response.body.size()) + "\r\nConnection: close\r\n\r\n" + response.body);
+        socket->write("HTTP/1.1 " + QByteArray::number(response.status) +
+                      " X\r\nContent-Length: " + QByteArray::number(response.body.size()) +
+                      "\r\nConnection: close\r\n\r\n" + response.body);
         socket->disconnectFromHost();
     }
 

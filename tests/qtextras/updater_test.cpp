@@ -9,6 +9,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "fake_packagekit.h"
 #include "support.h"
 
 namespace torvel::app {
@@ -30,7 +31,8 @@ struct KeyPair {
     }
     QByteArray sign(const QByteArray& bytes) const {
         std::array<unsigned char, crypto_sign_BYTES> signature{};
-        crypto_sign_detached(signature.data(), nullptr, reinterpret_cast<const unsigned char*>(bytes.constData()),
+        crypto_sign_detached(signature.data(), nullptr,
+                             reinterpret_cast<const unsigned char*>(bytes.constData()),
                              static_cast<unsigned long long>(bytes.size()), secretKey.data());
         return QByteArray(reinterpret_cast<const char*>(signature.data()), signature.size()).toBase64();
     }
@@ -51,8 +53,9 @@ QByteArray feed(const std::vector<FeedItem>& items) {
         xml += "<item><title>Torvel " + item.shortVersion + "</title><up:version>" + item.version +
                "</up:version><up:shortVersionString>" + item.shortVersion + "</up:shortVersionString>" +
                (item.critical ? "<up:criticalUpdate/>" : "") + R"(<enclosure url="/torvel.deb" length=")" +
-               QByteArray::number(item.length) + R"(" type="application/vnd.debian.binary-package" up:edSignature=")" +
-               item.signature + "\"/></item>";
+               QByteArray::number(item.length) +
+               R"(" type="application/vnd.debian.binary-package" up:edSignature=")" + item.signature +
+               "\"/></item>";
     }
     return xml + "</channel></rss>";
 }
@@ -81,16 +84,15 @@ struct Rig {
     }
 
     Updater& make(QDBusConnection bus = QDBusConnection(QStringLiteral("no bus"))) {
-        updater = std::make_unique<Updater>(
-            Updater::Config{.feed = server.url(feedPath),
-                            .publicKey = keys.publicBase64(),
-                            .runningVersion = QStringLiteral("1.2"),
-                            .timeout = 1s,
-                            .settingsFile = settingsFile(),
-                            .downloadDirectory = downloads(),
-                            .systemBus = std::move(bus),
-                            .clock = [this] { return clock; }},
-            &network);
+        updater = std::make_unique<Updater>(Updater::Config{.feed = server.url(feedPath),
+                                                            .publicKey = keys.publicBase64(),
+                                                            .runningVersion = QStringLiteral("1.2"),
+                                                            .timeout = 1s,
+                                                            .settingsFile = settingsFile(),
+                                                            .downloadDirectory = downloads(),
+                                                            .systemBus = std::move(bus),
+                                                            .clock = [this] { return clock; }},
+                                            &network);
         return *updater;
     }
 
@@ -123,15 +125,22 @@ TEST(Updater, EachFeedEndsInItsWords) {
     };
     const QString none;
     const Case cases[] = {
-        {"nothing newer", [](Rig& r) { r.publish({r.signedItem("1.2"), r.signedItem("1.1")}); }, none, false, false,
-         "Up to date", none},
-        {"an update", [](Rig& r) { r.publish({r.signedItem("1.3"), r.signedItem("1.4")}); }, "1.4", false, false,
-         "1.4 available", none},
+        {"nothing newer",
+         [](Rig& r) {
+             r.publish({r.signedItem("1.2"), r.signedItem("1.1")});
+         },
+         none, false, false, "Up to date", none},
+        {"an update",
+         [](Rig& r) {
+             r.publish({r.signedItem("1.3"), r.signedItem("1.4")});
+         },
+         "1.4", false, false, "1.4 available", none},
         {"a critical update", [](Rig& r) { r.publish({r.signedItem("1.4", true)}); }, "1.4", true, false,
          "This version should be replaced", none},
         {"not XML", [](Rig& r) { r.server.routes[feedPath] = {"<html>Moved</html>"}; }, none, false, true,
          "Couldn’t check", "The update feed isn’t readable"},
-        {"no feed there", [](Rig&) {}, none, false, true, "Couldn’t check", "The update server answered with error 404"},
+        {"no feed there", [](Rig&) {}, none, false, true, "Couldn’t check",
+         "The update server answered with error 404"},
         {"only unsigned items",
          [](Rig& r) {
              auto item = r.signedItem("1.4");
@@ -262,6 +271,29 @@ TEST(Updater, AVerifiedPackageGoesToPackageKitWhichMayBeMissing) {
     EXPECT_EQ(rig.server.requested, (QStringList{feedPath, packagePath}));
     EXPECT_EQ(updater.error(), QStringLiteral("PackageKit isn’t available to install the update"));
     EXPECT_FALSE(QFile::exists(rig.downloads() + QStringLiteral("/torvel-update.deb")));
+}
+
+TEST(Updater, AVerifiedPackageIsInstalledOnlyWhenAsked) {
+    Rig rig;
+    PrivateBus bus;
+    ASSERT_TRUE(bus.running());
+    FakePackageKit packageKit(bus.connect(QStringLiteral("packagekit")), FakePackageKit::Ending::success);
+    rig.server.routes[packagePath] = {rig.package};
+    rig.publish({rig.signedItem("1.4")});
+    auto& updater = rig.make(bus.connect(QStringLiteral("app")));
+    int installed = 0;
+    QObject::connect(&updater, &Updater::installed, [&installed] { ++installed; });
+    updater.checkNow();
+    ASSERT_TRUE(spinUntil([&] { return !updater.checking(); }));
+    EXPECT_TRUE(packageKit.calls.isEmpty());
+
+    updater.install();
+    ASSERT_TRUE(spinUntil([&] { return !updater.installing(); }));
+    EXPECT_EQ(updater.error(), QString());
+    EXPECT_EQ(installed, 1);
+    EXPECT_EQ(packageKit.fileBytes, rig.package);
+    // Handed over and no longer needed.
+    EXPECT_FALSE(QFile::exists(packageKit.files.value(0)));
 }
 
 TEST(Updater, AnUpdateRememberedFromAnEarlierRunIsLookedUpBeforeInstalling) {
