@@ -11,7 +11,7 @@ namespace torvel::app::testing {
 
 // A dbus-daemon of the test's own, so no test reaches the machine's PackageKit.
 class PrivateBus {
-public:
+  public:
     PrivateBus() {
         daemon_.start(QStringLiteral("dbus-daemon"), {"--session", "--nofork", "--print-address"});
         if (daemon_.waitForStarted(5000) && daemon_.waitForReadyRead(5000))
@@ -30,7 +30,7 @@ public:
         return QDBusConnection::connectToBus(address_, role + QString::number(++connections));
     }
 
-private:
+  private:
     QProcess daemon_;
     QString address_;
 };
@@ -38,7 +38,7 @@ private:
 // PackageKit as the installer meets it: one transaction that ends the way the test chose, remembering
 // what it was asked and the bytes of the file it was handed.
 class FakePackageKit : public QDBusVirtualObject {
-public:
+  public:
     enum class Ending { success, refusedByPolkit, cancelled, callRefused };
 
     FakePackageKit(QDBusConnection bus, Ending ending) : bus_(std::move(bus)), ending_(ending) {
@@ -73,7 +73,8 @@ public:
                 return true;
             }
             connection.send(message.createReply());
-            if (ending_ == Ending::refusedByPolkit) send(connection, "ErrorCode", {48u, "Failed to obtain authentication."});
+            if (ending_ == Ending::refusedByPolkit)
+                send(connection, "ErrorCode", {48u, "Failed to obtain authentication."});
             const uint exit = ending_ == Ending::success ? 1 : ending_ == Ending::cancelled ? 3 : 2;
             send(connection, "Finished", {exit, 0u});
         } else {
@@ -86,10 +87,10 @@ public:
     static inline const QString root = QStringLiteral("/org/freedesktop/PackageKit");
     static inline const QString transaction = QStringLiteral("/org/freedesktop/PackageKit/1");
 
-private:
+  private:
     static void send(const QDBusConnection& connection, const char* name, const QVariantList& args) {
-        auto signal = QDBusMessage::createSignal(transaction, QStringLiteral("org.freedesktop.PackageKit.Transaction"),
-                                                 QString::fromLatin1(name));
+        auto signal = QDBusMessage::createSignal(
+            transaction, QStringLiteral("org.freedesktop.PackageKit.Transaction"), QString::fromLatin1(name));
         signal.setArguments(args);
         connection.send(signal);
     }

@@ -1,16 +1,11 @@
 #pragma once
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QHostAddress>
 #include <QProcess>
-#include <QSslCertificate>
-#include <QSslConfiguration>
 #include <QSslKey>
 #include <QSslServer>
-#include <QSslSocket>
 #include <QTemporaryDir>
 #include <QUrl>
 #include <functional>
@@ -52,11 +47,11 @@ struct TestCertificate {
                            "-nodes", "-keyout", key, "-out", cert, "-days", "3650", "-subj", "/CN=localhost",
                            "-addext", "subjectAltName=IP:127.0.0.1", "-batch"});
             openssl.waitForFinished();
-            QFile keyFile(key);
-            QFile certFile(cert);
-            keyFile.open(QIODevice::ReadOnly);
-            certFile.open(QIODevice::ReadOnly);
-            TestCertificate result{QSslCertificate(certFile.readAll()), QSslKey(keyFile.readAll(), QSsl::Ec)};
+            const auto read = [](const QString& path) {
+                QFile file(path);
+                return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+            };
+            TestCertificate result{QSslCertificate(read(cert)), QSslKey(read(key), QSsl::Ec)};
             auto client = QSslConfiguration::defaultConfiguration();
             client.addCaCertificate(result.certificate);
             QSslConfiguration::setDefaultConfiguration(client);
