@@ -79,7 +79,8 @@ void PackageInstaller::startTransaction(const QString& transactionPath, const QS
     bus_.connect(service, transaction_, transactionInterface, QStringLiteral("Finished"), this,
                  SLOT(onFinished(uint, uint)));
 
-    // Lets polkit ask for a password instead of refusing outright.
+    // Lets polkit ask for a password instead of refusing outright. Not awaited: the bus delivers one
+    // connection's calls in order, so the hint is in place before the installation starts.
     auto hints = QDBusMessage::createMethodCall(service, transaction_, transactionInterface,
                                                 QStringLiteral("SetHints"));
     hints << QStringList{QStringLiteral("interactive=true")};

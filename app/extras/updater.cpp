@@ -96,8 +96,12 @@ Updater::Updater(Config config, QNetworkAccessManager* network, QObject* parent)
 }
 
 Updater::~Updater() {
-    if (feedReply_) feedReply_->abort();
-    if (packageReply_) packageReply_->abort();
+    // Quitting during a check is not a failed check: the aborted replies must not reach the handlers.
+    for (QNetworkReply* reply : {feedReply_.data(), packageReply_.data()}) {
+        if (!reply) continue;
+        disconnect(reply, nullptr, this, nullptr);
+        reply->abort();
+    }
 }
 
 QString Updater::available() const {
@@ -126,7 +130,8 @@ void Updater::setAutomatic(bool on) {
 
 Instant Updater::now() const {
     if (config_.clock) return config_.clock();
-    return static_cast<Instant>(QDateTime::currentMSecsSinceEpoch()) / 1000.0;
+    // Whole seconds, as the settings file keeps them.
+    return static_cast<Instant>(QDateTime::currentSecsSinceEpoch());
 }
 
 void Updater::change(const std::function<void(UpdaterState&)>& edit) {
