@@ -58,9 +58,10 @@ int sign(const char* secretPath, const char* packagePath) {
     const auto secretText = readFile(secretPath);
     std::vector<unsigned char> secretKey(crypto_sign_SECRETKEYBYTES);
     std::size_t length = 0;
-    if (!secretText || sodium_base642bin(secretKey.data(), secretKey.size(),
-                                         reinterpret_cast<const char*>(secretText->data()), secretText->size(),
-                                         " \r\n", &length, nullptr, sodium_base64_VARIANT_ORIGINAL) != 0 ||
+    if (!secretText ||
+        sodium_base642bin(secretKey.data(), secretKey.size(),
+                          reinterpret_cast<const char*>(secretText->data()), secretText->size(), " \r\n",
+                          &length, nullptr, sodium_base64_VARIANT_ORIGINAL) != 0 ||
         length != crypto_sign_SECRETKEYBYTES) {
         std::cerr << secretPath << ": not a secret key made by keygen\n";
         return 1;
