@@ -1,0 +1,344 @@
+#include "extras/updater.h"
+
+#include <QDir>
+#include <QFile>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+#include <QSaveFile>
+#include <QStandardPaths>
+
+#include "extras/appcast_reader.h"
+
+namespace torvel::app {
+
+namespace {
+
+const QString group = QStringLiteral("updates");
+// Far above any real feed; only there so a misbehaving server cannot fill the memory.
+constexpr std::uint64_t largestFeed = 4 * 1024 * 1024;
+constexpr auto schedulePoll = std::chrono::minutes(10);
+constexpr auto firstScheduledLook = std::chrono::seconds(30);
+const char* const tooLargeProperty = "torvelTooLarge";
+
+QString fromStd(const std::string& text) {
+    return QString::fromStdString(text);
+}
+
+// One short text for whatever stopped a request; absent when the server answered with content.
+std::optional<QString> requestFailure(QNetworkReply* reply) {
+    switch (reply->error()) {
+        case QNetworkReply::NoError:
+            break;
+        case QNetworkReply::OperationCanceledError:
+        case QNetworkReply::TimeoutError:
+            return QStringLiteral("The update server didn’t answer");
+        case QNetworkReply::SslHandshakeFailedError:
+            return QStringLiteral("The update server’s certificate isn’t trusted");
+        case QNetworkReply::InsecureRedirectError:
+            return QStringLiteral("The update server redirected to an insecure address");
+        default: {
+            const int code = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+            if (code >= 400) return QStringLiteral("The update server answered with error %1").arg(code);
+            return QStringLiteral("Couldn’t reach the update server");
+        }
+    }
+    const int code = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    if (code != 200) return QStringLiteral("The update server answered with error %1").arg(code);
+    return std::nullopt;
+}
+
+}  // namespace
+
+Updater::Config Updater::buildConfig() {
+    return Config{.feed = QUrl(QStringLiteral(TORVEL_UPDATE_FEED)),
+                  .publicKey = QStringLiteral(TORVEL_UPDATE_PUBLIC_KEY),
+                  .runningVersion = QStringLiteral(TORVEL_VERSION),
+                  .timeout = std::chrono::seconds(30),
+                  .settingsFile = {},
+                  .downloadDirectory = {},
+                  .systemBus = QDBusConnection::systemBus(),
+                  .clock = {}};
+}
+
+Updater::Updater(Config config, QNetworkAccessManager* network, QObject* parent)
+    : QObject(parent),
+      config_(std::move(config)),
+      network_(network),
+      settings_(config_.settingsFile.isEmpty()
+                    ? std::make_unique<QSettings>(QStringLiteral("Torvel"), QStringLiteral("Torvel"))
+                    : std::make_unique<QSettings>(config_.settingsFile, QSettings::IniFormat)),
+      installer_(config_.systemBus) {
+    if (!network_) {
+        ownNetwork_ = std::make_unique<QNetworkAccessManager>();
+        network_ = ownNetwork_.get();
+    }
+    key_ = UpdateVerification::publicKey(config_.publicKey.toStdString());
+
+    settings_->beginGroup(group);
+    state_.automatic = settings_->value(QStringLiteral("automatic"), false).toBool();
+    state_.critical = settings_->value(QStringLiteral("critical"), false).toBool();
+    if (const auto version = settings_->value(QStringLiteral("available")).toString(); !version.isEmpty())
+        state_.available = version.toStdString();
+    bool ok = false;
+    const qlonglong seconds = settings_->value(QStringLiteral("lastCheck")).toLongLong(&ok);
+    if (ok) state_.lastCheck = static_cast<Instant>(seconds);
+    settings_->endGroup();
+
+    // Polling a due date rather than arming a day-long timer: a monotonic timer stops while the laptop
+    // sleeps, and the wall clock may be changed under it.
+    schedule_.setTimerType(Qt::VeryCoarseTimer);
+    schedule_.setInterval(schedulePoll);
+    connect(&schedule_, &QTimer::timeout, this, &Updater::checkIfDue);
+    schedule_.start();
+    // Not at once: the app's start-up has more urgent work than the feed.
+    QTimer::singleShot(firstScheduledLook, this, &Updater::checkIfDue);
+}
+
+Updater::~Updater() {
+    // Quitting during a check is not a failed check: the aborted replies must not reach the handlers.
+    for (QNetworkReply* reply : {feedReply_.data(), packageReply_.data()}) {
+        if (!reply) continue;
+        disconnect(reply, nullptr, this, nullptr);
+        reply->abort();
+    }
+}
+
+QString Updater::available() const {
+    return state_.available ? fromStd(*state_.available) : QString();
+}
+
+QDateTime Updater::lastCheck() const {
+    if (!state_.lastCheck) return {};
+    return QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(*state_.lastCheck * 1000.0));
+}
+
+QString Updater::status() const {
+    return fromStd(UpdateWords::status(state_));
+}
+
+QString Updater::shortText() const {
+    return fromStd(UpdateWords::shortText(state_));
+}
+
+void Updater::setAutomatic(bool on) {
+    if (on == state_.automatic) return;
+    change([on](UpdaterState& state) { state.automatic = on; });
+    save();
+    checkIfDue();
+}
+
+Instant Updater::now() const {
+    if (config_.clock) return config_.clock();
+    // Whole seconds, as the settings file keeps them.
+    return static_cast<Instant>(QDateTime::currentSecsSinceEpoch());
+}
+
+void Updater::change(const std::function<void(UpdaterState&)>& edit) {
+    const UpdaterState before = state_;
+    const QString statusBefore = status();
+    const QString shortBefore = shortText();
+    edit(state_);
+    if (state_.available != before.available) emit availableChanged();
+    if (state_.critical != before.critical) emit criticalChanged();
+    if (state_.checking != before.checking) emit checkingChanged();
+    if (state_.lastCheck != before.lastCheck) emit lastCheckChanged();
+    if (state_.unreachable != before.unreachable) emit unreachableChanged();
+    if (state_.automatic != before.automatic) emit automaticChanged();
+    if (status() != statusBefore) emit statusChanged();
+    if (shortText() != shortBefore) emit shortTextChanged();
+}
+
+void Updater::setError(QString text) {
+    if (text == error_) return;
+    error_ = std::move(text);
+    emit errorChanged();
+}
+
+void Updater::setInstalling(bool on) {
+    if (on == installing_) return;
+    installing_ = on;
+    emit installingChanged();
+}
+
+// The same keys the checkup reads through UpdaterState::fromSettings.
+void Updater::save() {
+    settings_->beginGroup(group);
+    settings_->setValue(QStringLiteral("automatic"), state_.automatic);
+    settings_->setValue(QStringLiteral("critical"), state_.critical);
+    settings_->setValue(QStringLiteral("available"), available());
+    if (state_.lastCheck)
+        settings_->setValue(QStringLiteral("lastCheck"), static_cast<qlonglong>(*state_.lastCheck));
+    else
+        settings_->remove(QStringLiteral("lastCheck"));
+    settings_->endGroup();
+    settings_->sync();
+}
+
+std::optional<QString> Updater::configurationProblem() const {
+    if (!config_.feed.isValid() || config_.feed.scheme() != QLatin1String("https") || !key_)
+        return QStringLiteral("Updates aren’t set up in this build");
+    return std::nullopt;
+}
+
+void Updater::checkIfDue() {
+    if (!state_.automatic || state_.checking || configurationProblem()) return;
+    if (Appcast::checkDue(state_.lastCheck, state_.unreachable, now())) checkNow();
+}
+
+QNetworkReply* Updater::get(const QUrl& url, std::uint64_t largest) {
+    QNetworkRequest request(url);
+    request.setTransferTimeout(static_cast<int>(config_.timeout.count()));
+    request.setHeader(QNetworkRequest::UserAgentHeader, QStringLiteral("Torvel/") + config_.runningVersion);
+    request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
+    QNetworkReply* reply = network_->get(request);
+    // Stops a body longer than it may be as soon as it shows, announced or not.
+    connect(reply, &QNetworkReply::downloadProgress, reply, [reply, largest](qint64 received, qint64 total) {
+        // `total` is -1 until the server says how long the body is.
+        if (static_cast<std::uint64_t>(std::max(received, total)) > largest) {
+            reply->setProperty(tooLargeProperty, true);
+            reply->abort();
+        }
+    });
+    return reply;
+}
+
+void Updater::checkNow() {
+    if (state_.checking) return;
+    if (auto problem = configurationProblem()) {
+        setError(*problem);
+        return;
+    }
+    setError({});
+    change([](UpdaterState& state) { state.checking = true; });
+    feedReply_ = get(config_.feed, largestFeed);
+    connect(feedReply_, &QNetworkReply::finished, this,
+            [this, reply = feedReply_.data()] { feedArrived(reply); });
+}
+
+void Updater::feedArrived(QNetworkReply* reply) {
+    reply->deleteLater();
+    if (reply->property(tooLargeProperty).toBool()) {
+        checkFailed(QStringLiteral("The update feed isn’t readable"));
+        return;
+    }
+    if (auto failure = requestFailure(reply)) {
+        checkFailed(*failure);
+        return;
+    }
+    const auto parsed = AppcastReader::read(reply->readAll(), reply->url());
+    if (const auto* text = std::get_if<QString>(&parsed)) {
+        checkFailed(*text);
+        return;
+    }
+    const auto& items = std::get<std::vector<Appcast::Item>>(parsed);
+    const std::string running = config_.runningVersion.toStdString();
+    const auto outcome = Appcast::decide(items, running);
+    if (outcome.error) {
+        checkFailed(fromStd(*outcome.error));
+        return;
+    }
+    found_ = outcome.update;
+    change([&](UpdaterState& state) { Appcast::record(state, outcome, running, now()); });
+    save();
+    if (installAfterCheck_) {
+        installAfterCheck_ = false;
+        if (found_)
+            download();
+        else
+            setInstalling(false);
+    }
+}
+
+void Updater::checkFailed(const QString& text) {
+    const Appcast::Outcome failed{.update = std::nullopt, .error = text.toStdString()};
+    change([&](UpdaterState& state) {
+        Appcast::record(state, failed, config_.runningVersion.toStdString(), now());
+    });
+    save();
+    setError(text);
+    if (installAfterCheck_) {
+        installAfterCheck_ = false;
+        setInstalling(false);
+    }
+}
+
+void Updater::install() {
+    if (installing_) return;
+    if (auto problem = configurationProblem()) {
+        setError(*problem);
+        return;
+    }
+    if (!state_.available) {
+        setError(QStringLiteral("There is no update to install"));
+        return;
+    }
+    setError({});
+    setInstalling(true);
+    if (found_) {
+        download();
+        return;
+    }
+    // Known only from an earlier run: the package's address and signature come with a fresh read.
+    installAfterCheck_ = true;
+    checkNow();
+}
+
+void Updater::download() {
+    const Appcast::Item item = *found_;
+    packageReply_ = get(QUrl(fromStd(item.url)), item.length.value_or(0));
+    connect(packageReply_, &QNetworkReply::finished, this,
+            [this, reply = packageReply_.data(), item] { packageArrived(reply, item); });
+}
+
+void Updater::packageArrived(QNetworkReply* reply, const Appcast::Item& item) {
+    reply->deleteLater();
+    if (reply->property(tooLargeProperty).toBool()) {
+        failInstall(QStringLiteral("The download isn’t the announced size"));
+        return;
+    }
+    if (auto failure = requestFailure(reply)) {
+        failInstall(*failure);
+        return;
+    }
+    const QByteArray package = reply->readAll();
+    const auto bytes = std::span(reinterpret_cast<const unsigned char*>(package.constData()),
+                                 static_cast<std::size_t>(package.size()));
+    if (auto refused = UpdateVerification::verify(bytes, item.length.value_or(0), item.signature, *key_)) {
+        failInstall(fromStd(*refused));
+        return;
+    }
+    handOver(package);
+}
+
+void Updater::handOver(const QByteArray& package) {
+    const QString directory = config_.downloadDirectory.isEmpty()
+                                  ? QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
+                                        QStringLiteral("/torvel")
+                                  : config_.downloadDirectory;
+    // A fixed name: nothing from the feed reaches the file system.
+    const QString path = directory + QStringLiteral("/torvel-update.deb");
+    QSaveFile file(path);
+    if (!QDir().mkpath(directory) || !file.open(QIODevice::WriteOnly) ||
+        file.write(package) != package.size() || !file.commit()) {
+        failInstall(QStringLiteral("Couldn’t save the update: ") + file.errorString());
+        return;
+    }
+    installer_.install(path, [this, path](std::optional<QString> error) {
+        QFile::remove(path);
+        if (error) {
+            failInstall(*error);
+            return;
+        }
+        setInstalling(false);
+        emit installed();
+    });
+}
+
+void Updater::failInstall(const QString& text) {
+    setError(text);
+    setInstalling(false);
+}
+
+}  // namespace torvel::app

@@ -1,0 +1,125 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QDateTime>
+#include <QObject>
+#include <QPointer>
+#include <QSettings>
+#include <QString>
+#include <QTimer>
+#include <QUrl>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include "extras/appcast.h"
+#include "extras/package_installer.h"
+
+class QNetworkAccessManager;
+class QNetworkReply;
+
+namespace torvel::app {
+
+// Checks the update feed and, when the user asks, installs the update it found. Nothing is downloaded
+// for installing and nothing installs until `install()` is called; every failure ends in `error`.
+class Updater : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(QString available READ available NOTIFY availableChanged)
+    Q_PROPERTY(bool critical READ critical NOTIFY criticalChanged)
+    Q_PROPERTY(bool checking READ checking NOTIFY checkingChanged)
+    Q_PROPERTY(QDateTime lastCheck READ lastCheck NOTIFY lastCheckChanged)
+    Q_PROPERTY(bool unreachable READ unreachable NOTIFY unreachableChanged)
+    Q_PROPERTY(bool automatic READ automatic WRITE setAutomatic NOTIFY automaticChanged)
+    Q_PROPERTY(QString status READ status NOTIFY statusChanged)
+    Q_PROPERTY(QString shortText READ shortText NOTIFY shortTextChanged)
+    Q_PROPERTY(bool installing READ installing NOTIFY installingChanged)
+    Q_PROPERTY(QString error READ error NOTIFY errorChanged)
+
+  public:
+    struct Config {
+        QUrl feed;
+        QString publicKey;  // base64 Ed25519 public key the packages are signed with
+        QString runningVersion;
+        std::chrono::milliseconds timeout{std::chrono::seconds(30)};
+        // Empty: the app's own settings ("Torvel"/"Torvel"), which the checkup also reads.
+        QString settingsFile;
+        // Where a verified package waits for PackageKit; empty: the user's cache directory.
+        QString downloadDirectory;
+        QDBusConnection systemBus = QDBusConnection::systemBus();
+        std::function<Instant()> clock;  // empty: the wall clock
+    };
+
+    // The feed address and key this build was configured with, the running version and the system bus.
+    static Config buildConfig();
+
+    // `network` may be shared with the rest of the app; without one the updater makes its own.
+    explicit Updater(Config config, QNetworkAccessManager* network = nullptr, QObject* parent = nullptr);
+    ~Updater() override;
+
+    QString available() const;
+    bool critical() const { return state_.critical; }
+    bool checking() const { return state_.checking; }
+    QDateTime lastCheck() const;
+    bool unreachable() const { return state_.unreachable; }
+    bool automatic() const { return state_.automatic; }
+    void setAutomatic(bool on);
+    QString status() const;
+    QString shortText() const;
+    bool installing() const { return installing_; }
+    QString error() const { return error_; }
+
+    const UpdaterState& state() const { return state_; }
+
+    Q_INVOKABLE void checkNow();
+    // Downloads the update found, verifies it and hands it to PackageKit. When the update is only known from
+    // an earlier run, the feed is read again first.
+    Q_INVOKABLE void install();
+
+  signals:
+    void availableChanged();
+    void criticalChanged();
+    void checkingChanged();
+    void lastCheckChanged();
+    void unreachableChanged();
+    void automaticChanged();
+    void statusChanged();
+    void shortTextChanged();
+    void installingChanged();
+    void errorChanged();
+    // PackageKit installed the update; it takes effect when the app starts again.
+    void installed();
+
+  private:
+    Instant now() const;
+    void change(const std::function<void(UpdaterState&)>& edit);
+    void setError(QString text);
+    void setInstalling(bool on);
+    void save();
+    void checkIfDue();
+    QNetworkReply* get(const QUrl& url, std::uint64_t largest);
+    void feedArrived(QNetworkReply* reply);
+    void checkFailed(const QString& text);
+    void download();
+    void packageArrived(QNetworkReply* reply, const Appcast::Item& item);
+    void handOver(const QByteArray& package);
+    void failInstall(const QString& text);
+    std::optional<QString> configurationProblem() const;
+
+    Config config_;
+    QNetworkAccessManager* network_;
+    std::unique_ptr<QNetworkAccessManager> ownNetwork_;
+    std::unique_ptr<QSettings> settings_;
+    PackageInstaller installer_;
+    QTimer schedule_;
+    UpdaterState state_;
+    std::optional<Appcast::Item> found_;
+    std::optional<UpdateVerification::PublicKey> key_;
+    QPointer<QNetworkReply> feedReply_;
+    QPointer<QNetworkReply> packageReply_;
+    bool installing_ = false;
+    bool installAfterCheck_ = false;
+    QString error_;
+};
+
+}  // namespace torvel::app

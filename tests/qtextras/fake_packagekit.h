@@ -1,0 +1,102 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusObjectPath>
+#include <QDBusVirtualObject>
+#include <QFile>
+#include <QProcess>
+
+namespace torvel::app::testing {
+
+// A dbus-daemon of the test's own, so no test reaches the machine's PackageKit.
+class PrivateBus {
+  public:
+    PrivateBus() {
+        daemon_.start(QStringLiteral("dbus-daemon"), {"--session", "--nofork", "--print-address"});
+        if (daemon_.waitForStarted(5000) && daemon_.waitForReadyRead(5000))
+            address_ = QString::fromUtf8(daemon_.readLine()).trimmed();
+    }
+    ~PrivateBus() {
+        daemon_.kill();
+        daemon_.waitForFinished(5000);
+    }
+    bool running() const { return !address_.isEmpty(); }
+
+    // A name unique to the process: QtDBus hands back an existing connection, perhaps to an earlier bus,
+    // for a name it knows.
+    QDBusConnection connect(const QString& role) const {
+        static int connections = 0;
+        return QDBusConnection::connectToBus(address_, role + QString::number(++connections));
+    }
+
+  private:
+    QProcess daemon_;
+    QString address_;
+};
+
+// PackageKit as the installer meets it: one transaction that ends the way the test chose, remembering
+// what it was asked and the bytes of the file it was handed.
+class FakePackageKit : public QDBusVirtualObject {
+  public:
+    enum class Ending { success, refusedByPolkit, cancelled, callRefused };
+
+    FakePackageKit(QDBusConnection bus, Ending ending) : bus_(std::move(bus)), ending_(ending) {
+        bus_.registerVirtualObject(root, this, QDBusConnection::SubPath);
+        bus_.registerService(QStringLiteral("org.freedesktop.PackageKit"));
+    }
+    ~FakePackageKit() override { bus_.unregisterObject(root); }
+
+    QStringList calls;
+    QStringList hints;
+    qulonglong flags = 99;
+    QStringList files;
+    QByteArray fileBytes;
+
+    bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
+        const QString member = message.member();
+        calls << member;
+        const auto args = message.arguments();
+        if (member == QLatin1String("CreateTransaction")) {
+            connection.send(message.createReply(QVariant::fromValue(QDBusObjectPath(transaction))));
+        } else if (member == QLatin1String("SetHints")) {
+            hints = args.value(0).toStringList();
+            connection.send(message.createReply());
+        } else if (member == QLatin1String("InstallFiles")) {
+            flags = args.value(0).toULongLong();
+            files = args.value(1).toStringList();
+            QFile file(files.value(0));
+            if (file.open(QIODevice::ReadOnly)) fileBytes = file.readAll();
+            if (ending_ == Ending::callRefused) {
+                connection.send(message.createErrorReply(
+                    QStringLiteral("org.freedesktop.PackageKit.Transaction.RefusedByPolicy"), "refused"));
+                return true;
+            }
+            connection.send(message.createReply());
+            if (ending_ == Ending::refusedByPolkit)
+                send(connection, "ErrorCode", {48u, "Failed to obtain authentication."});
+            const uint exit = ending_ == Ending::success ? 1 : ending_ == Ending::cancelled ? 3 : 2;
+            send(connection, "Finished", {exit, 0u});
+        } else {
+            connection.send(message.createErrorReply(QDBusError::UnknownMethod, member));
+        }
+        return true;
+    }
+    QString introspect(const QString&) const override { return {}; }
+
+    static inline const QString root = QStringLiteral("/org/freedesktop/PackageKit");
+    static inline const QString transaction = QStringLiteral("/org/freedesktop/PackageKit/1");
+
+  private:
+    static void send(const QDBusConnection& connection, const char* name, const QVariantList& args) {
+        auto signal = QDBusMessage::createSignal(
+            transaction, QStringLiteral("org.freedesktop.PackageKit.Transaction"), QString::fromLatin1(name));
+        signal.setArguments(args);
+        connection.send(signal);
+    }
+
+    QDBusConnection bus_;
+    Ending ending_;
+};
+
+}  // namespace torvel::app::testing
