@@ -9,7 +9,7 @@
 
 #include "common/dates.h"
 // By its folder-relative name: the app has an extras/updater.h of its own that would be found first.
-#include "updater.h"
+#include "extras/updater.h"
 
 namespace torvel {
 

@@ -1,4 +1,4 @@
-#include "extras/updater.h"
+#include "extras/updater_model.h"
 
 #include <gtest/gtest.h>
 #include <sodium.h>

@@ -1,4 +1,4 @@
-#include "extras/updater.h"
+#include "extras/updater_model.h"
 
 #include <QDir>
 #include <QFile>
