@@ -1,5 +1,3 @@
-#include "extras/updater_model.h"
-
 #include <gtest/gtest.h>
 #include <sodium.h>
 
@@ -8,6 +6,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "extras/updater_model.h"
 #include "fake_packagekit.h"
 #include "support.h"
 
