@@ -15,8 +15,12 @@ void appendNumber(std::string& out, double value) {
         return;
     }
     char buffer[512];
-    // Fixed notation keeps times readable ("1700000000.5", never "1.7e+09").
-    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed);
+    // Fixed notation keeps times readable ("1700000000.5", never "1.7e+09"); beyond 2^53 it would spell a
+    // long integer that readers refuse as out of range, so such a value keeps its shortest exact form.
+    const bool readableAsFixed = std::fabs(value) < 9007199254740992.0;
+    const auto result = readableAsFixed
+                            ? std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed)
+                            : std::to_chars(buffer, buffer + sizeof buffer, value);
     if (result.ec != std::errc()) {
         out += "null";
         return;

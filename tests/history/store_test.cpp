@@ -63,6 +63,7 @@ TEST(JournalLine, EncodedLinesReadBackUnchanged) {
         reading(1700000000.5, 100, 31.2, "hold", true),
         reading(1741388399.25, 7, -4.5, "discharge", false),
         reading(1, 0, 36.05, "a word of a newer service", true),
+        reading(1e74, 80),
     };
     for (const auto& s : samples) {
         const std::string line = JournalLine::encode(s);

@@ -246,8 +246,9 @@ TEST(ChargeSettings, EachPropertyAnnouncesItsOwnChangeAndOnlyWhenItChanges) {
         Rig rig(Status::enabled);
         ChargeSettings& settings = rig.make();
         std::set<std::string> announced;
-        for (const auto& [property, signal] : changeSignals) {
-            QObject::connect(&settings, signal, [&announced, property] { announced.insert(property); });
+        for (const auto& change : changeSignals) {
+            QObject::connect(&settings, change.second,
+                             [&announced, property = change.first] { announced.insert(property); });
         }
         step(rig, settings);
         EXPECT_EQ(announced, expected) << name;

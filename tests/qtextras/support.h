@@ -37,21 +37,21 @@ struct TestCertificate {
     static const TestCertificate& shared() {
         static const TestCertificate made = [] {
             static QTemporaryDir dir;
-            const QString key = dir.filePath(QStringLiteral("key.pem"));
-            const QString cert = dir.filePath(QStringLiteral("cert.pem"));
+            const QString keyPath = dir.filePath(QStringLiteral("key.pem"));
+            const QString certPath = dir.filePath(QStringLiteral("cert.pem"));
             QProcess openssl;
             openssl.setStandardOutputFile(QProcess::nullDevice());
             openssl.setStandardErrorFile(QProcess::nullDevice());
             openssl.start(QStringLiteral("openssl"),
                           {"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1",
-                           "-nodes", "-keyout", key, "-out", cert, "-days", "3650", "-subj", "/CN=localhost",
-                           "-addext", "subjectAltName=IP:127.0.0.1", "-batch"});
+                           "-nodes", "-keyout", keyPath, "-out", certPath, "-days", "3650", "-subj",
+                           "/CN=localhost", "-addext", "subjectAltName=IP:127.0.0.1", "-batch"});
             openssl.waitForFinished();
             const auto read = [](const QString& path) {
                 QFile file(path);
                 return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
             };
-            TestCertificate result{QSslCertificate(read(cert)), QSslKey(read(key), QSsl::Ec)};
+            TestCertificate result{QSslCertificate(read(certPath)), QSslKey(read(keyPath), QSsl::Ec)};
             auto client = QSslConfiguration::defaultConfiguration();
             client.addCaCertificate(result.certificate);
             QSslConfiguration::setDefaultConfiguration(client);
