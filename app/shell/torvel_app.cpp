@@ -46,7 +46,7 @@ std::filesystem::path libexecDirectory() {
 
 ChargeService::Files serviceFiles(const Paths& paths) {
     return {
-        .legacyUnit = paths.machineFile("/etc/systemd/system") / bus::unitName,
+        .root = paths.root,
         .installer = existing(libexecDirectory() / "install-service"),
         .uninstaller = existing(libexecDirectory() / "uninstall-service"),
     };
