@@ -40,8 +40,7 @@ std::optional<std::filesystem::path> existing(const std::filesystem::path& path)
 
 // The scripts and the service executable an installed copy keeps beside itself.
 std::filesystem::path libexecDirectory() {
-    return std::filesystem::path(QCoreApplication::applicationDirPath().toStdString()) / ".." / "libexec" /
-           "torvel";
+    return serviceToolsDirectory(QCoreApplication::applicationDirPath().toStdString());
 }
 
 ChargeService::Files serviceFiles(const Paths& paths) {
@@ -63,10 +62,8 @@ InstallationFacts TorvelApp::installationFacts() {
     const std::filesystem::path appDir =
         std::filesystem::weakly_canonical(QCoreApplication::applicationDirPath().toStdString(), error);
     const bool installed = isInstalledCopy(appDir);
-    // A copy in a build tree runs the service built beside it; an installed copy the packaged one.
-    const std::filesystem::path daemon =
-        installed ? std::filesystem::path(installedDaemonPath)
-                  : std::filesystem::weakly_canonical(appDir / ".." / "daemon" / "torvel-daemon", error);
+    // A copy in a build tree runs the service built beside it; an installed copy the one in its libexec.
+    const std::filesystem::path daemon = libexecDirectory() / "torvel-daemon";
     const auto uninstaller = existing(libexecDirectory() / "uninstall-service");
     return {
         .ownDaemonPath = daemon.string(),

@@ -150,6 +150,16 @@ ServiceRegistration decideRegistration(ServiceRegistration::Status status, const
     return registration;
 }
 
+ServiceRoute installRoute(const ServiceRegistration& registration, bool hasInstaller) {
+    return hasInstaller && registration.status == ServiceRegistration::Status::notFound
+               ? ServiceRoute::helper
+               : ServiceRoute::serviceManager;
+}
+
+ServiceRoute removalRoute(const ServiceRegistration& registration, bool hasUninstaller) {
+    return hasUninstaller && registration.byHelper ? ServiceRoute::helper : ServiceRoute::serviceManager;
+}
+
 SyncDecision decideSync(const SyncInputs& inputs) {
     SyncDecision decision;
     const bool justInstalled = !inputs.wasInstalled && inputs.nowInstalled;

@@ -77,6 +77,17 @@ std::optional<std::string> unitExecutable(std::string_view unitText);
 
 ServiceRegistration decideRegistration(ServiceRegistration::Status status, const UnitFiles& units);
 
+// Which door an installation or a removal goes through: the install helper this copy ships (run with
+// administrator rights), or the service manager acting on a unit that is already in place.
+enum class ServiceRoute { helper, serviceManager };
+
+// A unit the manager knows is switched on where it is; only with no unit at all does the helper place one,
+// so a build never hides a package's unit behind its own.
+ServiceRoute installRoute(const ServiceRegistration& registration, bool hasInstaller);
+// The helper's unit goes with the helper, so nothing of it stays behind; a package's unit is only switched
+// off.
+ServiceRoute removalRoute(const ServiceRegistration& registration, bool hasUninstaller);
+
 // `sudo bash "<uninstaller>" --keep-data`, or absent without an uninstaller.
 std::optional<std::string> migrationCommand(const std::optional<std::string>& uninstallerPath);
 
