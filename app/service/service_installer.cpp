@@ -1,5 +1,8 @@
 #include "service/service_installer.h"
 
+#include <unistd.h>
+
+#include <QCoreApplication>
 #include <QPointer>
 #include <QProcess>
 
@@ -20,6 +23,21 @@ std::string lastLine(const QByteArray& output) {
 }
 
 }  // namespace
+
+ServiceInstaller::Helpers ServiceInstaller::Helpers::besideThisCopy() {
+    const std::filesystem::path tools =
+        serviceToolsDirectory(QCoreApplication::applicationDirPath().toStdString());
+    const auto present = [](const std::filesystem::path& path) -> std::optional<std::filesystem::path> {
+        std::error_code error;
+        if (std::filesystem::exists(path, error)) return path;
+        return std::nullopt;
+    };
+    Helpers helpers{.installer = present(tools / "install-service"),
+                    .uninstaller = present(tools / "uninstall-service"),
+                    .daemon = tools / "torvel-daemon"};
+    if (::geteuid() == 0) helpers.elevator.clear();
+    return helpers;
+}
 
 ServiceInstaller::ServiceInstaller(ChargeSettings& settings, Helpers helpers, QObject* parent)
     : QObject(parent), settings_(settings), helpers_(std::move(helpers)) {}

@@ -35,6 +35,10 @@ class ServiceInstaller : public QObject {
         std::filesystem::path daemon;                      // the executable the installed unit is to run
         // What raises the helpers to administrator rights; tests put a script of their own here.
         QString elevator = QStringLiteral("pkexec");
+
+        // The helpers and the daemon of the running copy: its libexec once installed, its daemon/ folder
+        // in a build tree. Root needs no prompt.
+        static Helpers besideThisCopy();
     };
 
     // pkexec's answers of its own, apart from the helper's exit status.

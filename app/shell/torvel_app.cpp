@@ -24,7 +24,9 @@
 #include "service/bus_pump.h"
 #include "service/charge_service.h"
 #include "service/charge_settings_model.h"
+#include "service/service_installer.h"
 #include "status/desktop_notifier.h"
+#include "status/mac_page_model.h"
 #include "ui/ember.h"
 #include "ui/panel_model.h"
 
@@ -115,6 +117,15 @@ TorvelApp::TorvelApp(Options options, QObject* parent)
     panel_ = std::make_unique<PanelModel>(*battery_, *settings_, *history_, lock_, PanelModel::userFiles());
     connect(panel_.get(), &PanelModel::sectionRequested, this, &TorvelApp::openSection);
     connect(panel_.get(), &PanelModel::quitRequested, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+
+    installer_ = std::make_unique<ServiceInstaller>(*settings_, ServiceInstaller::Helpers::besideThisCopy());
+    const PanelModel::Sources userFiles = PanelModel::userFiles();
+    macPage_ = std::make_unique<MacPageModel>(*settings_, *installer_,
+                                              MacPageModel::Sources{.paths = paths_,
+                                                                    .lock = lock_,
+                                                                    .loginItem = userFiles.loginItem,
+                                                                    .updater = userFiles.updater,
+                                                                    .clock = &TorvelApp::wallClock});
 }
 
 TorvelApp::~TorvelApp() {
@@ -156,6 +167,8 @@ QQuickWindow* TorvelApp::panelWindow() {
     if (!engine_) {
         qmlRegisterSingletonInstance("Torvel", 1, 0, "Ember", ember_.get());
         qmlRegisterSingletonInstance("Torvel", 1, 0, "Panel", panel_.get());
+        qmlRegisterSingletonInstance("Torvel", 1, 0, "MacPage", macPage_.get());
+        qmlRegisterSingletonInstance("Torvel", 1, 0, "ServiceInstaller", installer_.get());
         engine_ = std::make_unique<QQmlApplicationEngine>();
     }
     engine_->load(QUrl(QStringLiteral("qrc:/Torvel/Main.qml")));
