@@ -7,8 +7,10 @@
 #include "data_directory.h"
 #include "extras/login_item.h"
 #include "extras/updater.h"
+#include "history/store.h"
 #include "options.h"
 #include "status/checkup.h"
+#include "status/mac_page.h"
 #include "status/service_words.h"
 
 namespace torvel::cli {
@@ -41,8 +43,18 @@ std::optional<std::string> readIfPresent(const std::optional<std::filesystem::pa
     return std::nullopt;
 }
 
-json::Ordered checkupJson(const Checkup& checkup, const std::string& explanation) {
+// The head of the app's Mac page, which this command mirrors.
+struct PageHead {
+    std::string headline;
+    std::string subline;
+    std::optional<MacPage::Fix> fix;
+};
+
+json::Ordered checkupJson(const Checkup& checkup, const std::string& explanation, const PageHead& page) {
     json::Ordered out;
+    out["page"] = {{"headline", page.headline},
+                   {"subline", page.subline},
+                   {"fix", page.fix ? json::Ordered(page.fix->title) : json::Ordered(nullptr)}};
     out["level"] = name(checkup.level());
     out["summary"] = checkup.summary();
     out["todoCount"] = checkup.todoCount();
@@ -60,8 +72,11 @@ json::Ordered checkupJson(const Checkup& checkup, const std::string& explanation
     return out;
 }
 
-void printForPerson(std::FILE* out, const Checkup& checkup, const std::string& explanation) {
-    std::fprintf(out, "%s\n\n", checkup.summary().c_str());
+void printForPerson(std::FILE* out, const Checkup& checkup, const std::string& explanation,
+                    const PageHead& page) {
+    std::fprintf(out, "%s\n%s\n", page.headline.c_str(), page.subline.c_str());
+    if (page.fix) std::fprintf(out, "→ %s\n", page.fix->title.c_str());
+    std::fprintf(out, "\n%s\n\n", checkup.summary().c_str());
     for (const auto& reading : checkup.readings()) {
         const std::string title(Checkup::title(reading.piece));
         std::fprintf(out, "  %-16s %-8s %s\n", title.c_str(), std::string(name(reading.level)).c_str(),
@@ -88,14 +103,20 @@ int checkupCommand(const std::vector<std::string>& args, std::FILE* out, std::FI
     const auto updates = UpdaterState::fromSettings(
         readIfPresent(UpdaterState::settingsFile(processEnvironment)).value_or(""));
     const ServiceState state = data.settings.serviceState(data.installation);
-    const Checkup checkup(data.settings, state, SystemLock::current(), login, updates);
+    const SystemLock lock = SystemLock::current();
+    const Checkup checkup(data.settings, state, lock, login, updates);
+    const MacPage::Facts facts =
+        MacPage::Facts::from(data.settings, state, lock, login, false,
+                             HistoryStore(Paths::fromProcessEnvironment().history).summary(), request.now);
+    const PageHead page{MacPage::headline(checkup), MacPage::subline(checkup, facts),
+                        MacPage::serviceFix(facts)};
     const std::string explanation =
         ServiceWords::explanation(data.settings, state, data.installation.uninstallerPath.has_value());
 
     if (request.json) {
-        std::fprintf(out, "%s\n", checkupJson(checkup, explanation).dump(2).c_str());
+        std::fprintf(out, "%s\n", checkupJson(checkup, explanation, page).dump(2).c_str());
     } else {
-        printForPerson(out, checkup, explanation);
+        printForPerson(out, checkup, explanation, page);
     }
     return exitOk;
 }

@@ -22,6 +22,8 @@ constexpr Entry commands[] = {
     {"topup", topupCommand, "a one-off charge to full: on or off"},
     {"calibrate", calibrateCommand, "a calibration run: start or stop"},
     {"probe", probeCommand, "what this machine lets the charge service do"},
+    {"install", installCommand, "install this copy's charge service (asks for administrator rights)"},
+    {"uninstall", uninstallCommand, "remove the charge service; --keep-data keeps settings and history"},
 };
 
 void printUsage(std::FILE* stream) {

@@ -22,6 +22,8 @@ int reportCommand(const std::vector<std::string>& args, std::FILE* out, std::FIL
 int setCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err);
 int topupCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err);
 int calibrateCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err);
+int installCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err);
+int uninstallCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err);
 int probeCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err);
 
 }  // namespace torvel::cli

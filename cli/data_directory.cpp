@@ -14,6 +14,11 @@ DataDirectoryState loadDataDirectory(const Paths& paths, double now, bool servic
     DataDirectoryState state;
     ChargeSettingsState& s = state.settings;
     s.daemonInstalled = serviceInstalled;
+    // Only a unit that hides the package's counts here; whether it is enabled came from the caller.
+    s.serviceNeedsMigration =
+        decideRegistration(ServiceRegistration::Status::notFound, client::readUnitFiles(paths.root))
+            .needsMigration();
+    s.daemonInstalled = s.daemonInstalled || s.serviceNeedsMigration;
 
     if (const auto config = readWholeFile(paths.config);
         const auto* bytes = std::get_if<std::string>(&config)) {

@@ -30,23 +30,6 @@ std::variant<ReportRequest, std::string> parseRequest(const std::vector<std::str
     return request;
 }
 
-DiagnosticFacts linuxFacts(const Paths& paths) {
-    DiagnosticFacts facts;
-    facts.appVersion = TORVEL_VERSION;
-    facts.build = TORVEL_VERSION;
-    // Linux builds carry no release signature of the kind a Mac bundle does.
-    facts.signedForRelease = false;
-    facts.system = Diagnostics::systemName(readWholeFile(paths.machineFile("/etc/os-release")));
-    facts.model =
-        Diagnostics::machineModel(readWholeFile(paths.machineFile("/sys/class/dmi/id/product_name")),
-                                  readWholeFile(paths.machineFile("/sys/class/dmi/id/product_version")));
-    facts.history = HistoryStore(paths.history).summary();
-    facts.config = readWholeFile(paths.config);
-    facts.status = readWholeFile(paths.status);
-    facts.logTail = logTail(paths.log);
-    return facts;
-}
-
 }  // namespace
 
 int reportCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err) {
@@ -58,7 +41,10 @@ int reportCommand(const std::vector<std::string>& args, std::FILE* out, std::FIL
     const ReportRequest& request = std::get<ReportRequest>(parsed);
     const Paths paths = Paths::fromProcessEnvironment();
     const DataDirectoryState data = loadDataDirectory(paths, request.now, request.serviceInstalled);
-    std::fprintf(out, "%s\n", Diagnostics::report(data.settings, linuxFacts(paths)).c_str());
+    std::fprintf(
+        out, "%s\n",
+        Diagnostics::report(data.settings, Diagnostics::gather(paths, TORVEL_VERSION, TORVEL_VERSION))
+            .c_str());
     return exitOk;
 }
 

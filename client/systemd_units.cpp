@@ -2,7 +2,10 @@
 
 #include <systemd/sd-bus.h>
 
+#include <variant>
+
 #include "bus.h"
+#include "common/files.h"
 #include "service/bus_address.h"
 
 namespace torvel::client {
@@ -23,7 +26,23 @@ std::optional<RegistrationError> failure(const sd_bus_error* error) {
                                    error->message != nullptr ? error->message : "");
 }
 
+std::optional<std::string> unitText(const std::filesystem::path& path) {
+    auto contents = readWholeFile(path);
+    if (auto* text = std::get_if<std::string>(&contents)) return std::move(*text);
+    return std::nullopt;
+}
+
 }  // namespace
+
+UnitFiles readUnitFiles(const std::filesystem::path& root) {
+    UnitFiles units;
+    const std::filesystem::path helper = root / "etc/systemd/system" / bus::unitName;
+    std::error_code error;
+    if (!std::filesystem::is_symlink(helper, error)) units.helper = unitText(helper);
+    units.package = unitText(root / "usr/lib/systemd/system" / bus::unitName);
+    if (!units.package) units.package = unitText(root / "lib/systemd/system" / bus::unitName);
+    return units;
+}
 
 SystemdUnits::SystemdUnits(Bus& bus, std::optional<std::string> fixedState)
     : bus_(bus), fixedState_(std::move(fixedState)) {}

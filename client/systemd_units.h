@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -32,6 +33,10 @@ class UnitControl {
     virtual void enableAndStart(Done done) = 0;
     virtual void disableAndStop(Done done) = 0;
 };
+
+// The service's unit files under the machine root `root` ("/" outside tests): the install helper's in
+// /etc/systemd/system and the package's. Enable links are not units of their own and are ignored.
+UnitFiles readUnitFiles(const std::filesystem::path& root);
 
 // torvel-daemon.service through systemd's manager. Changes are sent with interactive authorisation allowed,
 // so polkit shows the desktop's password prompt instead of refusing outright.

@@ -29,12 +29,12 @@ std::optional<std::string> ChargeService::migrationCommand() const {
 }
 
 void ChargeService::refresh() {
-    std::error_code error;
-    registration_.status = units_.status();
-    // Only a real file counts: `systemctl enable` leaves symlinks in the same directory tree.
-    registration_.legacyInstalled = std::filesystem::is_regular_file(files_.legacyUnit, error) &&
-                                    !std::filesystem::is_symlink(files_.legacyUnit, error);
-    registration_.hasInstallScript = files_.installer.has_value();
+    registration_ = decideRegistration(units_.status(), client::readUnitFiles(files_.root));
+    emit changed();
+}
+
+void ChargeService::setLastError(std::optional<std::string> error) {
+    lastError_ = std::move(error);
     emit changed();
 }
 

@@ -26,8 +26,8 @@ class ChargeService : public QObject {
     enum class LegacyRemoval { removed, cancelled, failed };
 
     struct Files {
-        // A unit file put in /etc/systemd/system by the old hand install script (not a symlink systemd made).
-        std::filesystem::path legacyUnit;
+        // The machine root the unit files are read under ("/" outside tests).
+        std::filesystem::path root = "/";
         std::optional<std::filesystem::path> installer;    // install-service, when this copy ships it
         std::optional<std::filesystem::path> uninstaller;  // uninstall-service, when this copy ships it
     };
@@ -48,6 +48,8 @@ class ChargeService : public QObject {
     bool installed() const { return registration_.installed(); }
     bool needsMigration() const { return registration_.needsMigration(); }
     const std::optional<std::string>& lastError() const { return lastError_; }
+    // A failure of the install helper is a registration failure too; success clears the last one.
+    void setLastError(std::optional<std::string> error);
     std::optional<std::string> migrationCommand() const;
     const Files& files() const { return files_; }
 

@@ -4,6 +4,7 @@
 #include <variant>
 
 #include "common/files.h"
+#include "service/settings_rules.h"
 
 namespace torvel::app {
 
@@ -119,8 +120,14 @@ void ChargeSettings::unwatchLive() {
 }
 
 void ChargeSettings::save(const SettingsExtra& extra) {
-    queue_.push_back({state_.settings, extra, ledger_.begin(state_.daemonInstalled)});
+    queue_.push_back({state_.settings, extra, ledger_.begin(state_.daemonInstalled), {}});
     // Saves reach the service one at a time and in order; a later one starts when the earlier one ends.
+    if (queue_.size() == 1) sendNextSave();
+}
+
+void ChargeSettings::resetProtected(std::function<void(const std::optional<std::string>&)> done) {
+    const SettingsExtra extra{{std::string(resetProtectedKey), json::Value(true)}};
+    queue_.push_back({state_.settings, extra, ledger_.begin(state_.daemonInstalled), std::move(done)});
     if (queue_.size() == 1) sendNextSave();
 }
 
@@ -129,7 +136,7 @@ void ChargeSettings::sendNextSave() {
     const QueuedSave& next = queue_.front();
     calls_.apply(
         next.settings, next.extra,
-        [this, ticket = next.ticket](const ServiceCalls::Applied& applied) {
+        [this, ticket = next.ticket, done = next.done](const ServiceCalls::Applied& applied) {
             SaveLedger::Outcome outcome{state_.writeError, settingsAwaitingService_};
             const auto before = propertyValues();
             if (ledger_.finish(ticket, applied.error, outcome)) {
@@ -138,6 +145,7 @@ void ChargeSettings::sendNextSave() {
                 announce(before);
             }
             queue_.pop_front();
+            if (done) done(applied.error);
             sendNextSave();
         },
         std::nullopt);

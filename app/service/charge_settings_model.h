@@ -69,6 +69,7 @@ class ChargeSettings : public QObject {
     ServiceState serviceState() const { return state_.serviceState(installation_); }
     const InstallationFacts& installation() const { return installation_; }
     ChargeService& service() { return service_; }
+    ServiceCalls& calls() { return calls_; }
 
     bool enabled() const { return state_.settings.enabled; }
     int limit() const { return state_.settings.limit; }
@@ -94,6 +95,9 @@ class ChargeSettings : public QObject {
     void setLimit(int limit);
     void setTopUp(bool on);
     void setCalibrate(bool on);
+    // Sends the settings with the request to zero the protected-time counter; `done` hears the save's error
+    // text, absent on success (a failure also lands in writeError, as for any save).
+    void resetProtected(std::function<void(const std::optional<std::string>&)> done = {});
 
   public slots:
     void load();
@@ -138,6 +142,7 @@ class ChargeSettings : public QObject {
         Settings settings;
         SettingsExtra extra;
         SaveLedger::Ticket ticket;
+        std::function<void(const std::optional<std::string>&)> done;
     };
 
     static QString text(const std::optional<std::string>& value) {

@@ -24,7 +24,9 @@
 #include "service/bus_pump.h"
 #include "service/charge_service.h"
 #include "service/charge_settings_model.h"
+#include "service/service_installer.h"
 #include "status/desktop_notifier.h"
+#include "status/mac_page_model.h"
 #include "ui/ember.h"
 #include "ui/panel_model.h"
 
@@ -40,13 +42,12 @@ std::optional<std::filesystem::path> existing(const std::filesystem::path& path)
 
 // The scripts and the service executable an installed copy keeps beside itself.
 std::filesystem::path libexecDirectory() {
-    return std::filesystem::path(QCoreApplication::applicationDirPath().toStdString()) / ".." / "libexec" /
-           "torvel";
+    return serviceToolsDirectory(QCoreApplication::applicationDirPath().toStdString());
 }
 
 ChargeService::Files serviceFiles(const Paths& paths) {
     return {
-        .legacyUnit = paths.machineFile("/etc/systemd/system") / bus::unitName,
+        .root = paths.root,
         .installer = existing(libexecDirectory() / "install-service"),
         .uninstaller = existing(libexecDirectory() / "uninstall-service"),
     };
@@ -63,10 +64,8 @@ InstallationFacts TorvelApp::installationFacts() {
     const std::filesystem::path appDir =
         std::filesystem::weakly_canonical(QCoreApplication::applicationDirPath().toStdString(), error);
     const bool installed = isInstalledCopy(appDir);
-    // A copy in a build tree runs the service built beside it; an installed copy the packaged one.
-    const std::filesystem::path daemon =
-        installed ? std::filesystem::path(installedDaemonPath)
-                  : std::filesystem::weakly_canonical(appDir / ".." / "daemon" / "torvel-daemon", error);
+    // A copy in a build tree runs the service built beside it; an installed copy the one in its libexec.
+    const std::filesystem::path daemon = libexecDirectory() / "torvel-daemon";
     const auto uninstaller = existing(libexecDirectory() / "uninstall-service");
     return {
         .ownDaemonPath = daemon.string(),
@@ -118,6 +117,15 @@ TorvelApp::TorvelApp(Options options, QObject* parent)
     panel_ = std::make_unique<PanelModel>(*battery_, *settings_, *history_, lock_, PanelModel::userFiles());
     connect(panel_.get(), &PanelModel::sectionRequested, this, &TorvelApp::openSection);
     connect(panel_.get(), &PanelModel::quitRequested, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+
+    installer_ = std::make_unique<ServiceInstaller>(*settings_, ServiceInstaller::Helpers::besideThisCopy());
+    const PanelModel::Sources userFiles = PanelModel::userFiles();
+    macPage_ = std::make_unique<MacPageModel>(*settings_, *installer_,
+                                              MacPageModel::Sources{.paths = paths_,
+                                                                    .lock = lock_,
+                                                                    .loginItem = userFiles.loginItem,
+                                                                    .updater = userFiles.updater,
+                                                                    .clock = &TorvelApp::wallClock});
 }
 
 TorvelApp::~TorvelApp() {
@@ -159,6 +167,8 @@ QQuickWindow* TorvelApp::panelWindow() {
     if (!engine_) {
         qmlRegisterSingletonInstance("Torvel", 1, 0, "Ember", ember_.get());
         qmlRegisterSingletonInstance("Torvel", 1, 0, "Panel", panel_.get());
+        qmlRegisterSingletonInstance("Torvel", 1, 0, "MacPage", macPage_.get());
+        qmlRegisterSingletonInstance("Torvel", 1, 0, "ServiceInstaller", installer_.get());
         engine_ = std::make_unique<QQmlApplicationEngine>();
     }
     engine_->load(QUrl(QStringLiteral("qrc:/Torvel/Main.qml")));

@@ -33,7 +33,9 @@ class ChargeSettings;
 class DesktopNotifier;
 class Ember;
 class HistoryModel;
+class MacPageModel;
 class PanelModel;
+class ServiceInstaller;
 class SettingsDefaults;
 
 // The application: owns the three long-lived models and everything around them, puts the flame in the tray
@@ -56,6 +58,8 @@ class TorvelApp : public QObject {
     ChargeSettings& settings() { return *settings_; }
     HistoryModel& history() { return *history_; }
     PanelModel& panel() { return *panel_; }
+    ServiceInstaller& installer() { return *installer_; }
+    MacPageModel& macPage() { return *macPage_; }
     Ember& ember() { return *ember_; }
 
     // The one-time sequence: history ticking, a status refresh, and what the switches ask to open.
@@ -91,6 +95,8 @@ class TorvelApp : public QObject {
     std::unique_ptr<SettingsDefaults> defaults_;
     std::unique_ptr<DesktopNotifier> notifier_;
     std::unique_ptr<PanelModel> panel_;
+    std::unique_ptr<ServiceInstaller> installer_;
+    std::unique_ptr<MacPageModel> macPage_;
     std::unique_ptr<QQmlApplicationEngine> engine_;
     QPointer<QQuickWindow> window_;
     std::unique_ptr<QMenu> trayMenu_;

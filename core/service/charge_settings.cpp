@@ -34,4 +34,12 @@ bool isInstalledCopy(const std::filesystem::path& path) {
     return !error && resolved.string().starts_with("/usr/");
 }
 
+std::filesystem::path serviceToolsDirectory(const std::filesystem::path& programDirectory) {
+    std::error_code error;
+    const auto installed = programDirectory / ".." / "libexec" / "torvel";
+    if (std::filesystem::is_directory(installed, error))
+        return std::filesystem::weakly_canonical(installed, error);
+    return std::filesystem::weakly_canonical(programDirectory / ".." / "daemon", error);
+}
+
 }  // namespace torvel

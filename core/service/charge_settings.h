@@ -25,6 +25,10 @@ inline constexpr const char* installedDaemonPath = "/usr/libexec/torvel/torvel-d
 // elsewhere: only a packaged copy owns the service and may take it back from any other.
 bool isInstalledCopy(const std::filesystem::path& path);
 
+// Where this copy keeps its service executable and the install helpers, seen from the folder of the running
+// program: libexec/torvel beside bin once installed, daemon/ beside app/ or cli/ in a build tree.
+std::filesystem::path serviceToolsDirectory(const std::filesystem::path& programDirectory);
+
 // Everything the charge-settings model publishes, as one value: the user's settings, the service's last
 // status and the installation flags. The app's model and torvelctl both hold one and derive from it.
 struct ChargeSettingsState {

@@ -117,6 +117,49 @@ std::string_view legacyServicePresentText() {
            "removed before Torvel can install its own.";
 }
 
+std::optional<std::string> unitExecutable(std::string_view unitText) {
+    std::optional<std::string> program;
+    while (!unitText.empty()) {
+        const auto end = unitText.find('\n');
+        std::string_view line = unitText.substr(0, end);
+        unitText = end == std::string_view::npos ? std::string_view() : unitText.substr(end + 1);
+        line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
+        constexpr std::string_view key = "ExecStart=";
+        if (!line.starts_with(key)) continue;
+        line.remove_prefix(key.size());
+        line.remove_prefix(std::min(line.find_first_not_of("-@+!: \t"), line.size()));
+        const std::string_view word = line.substr(0, line.find_first_of(" \t\r"));
+        // An empty assignment resets the list; the last non-empty one is what runs.
+        if (word.empty())
+            program.reset();
+        else
+            program = std::string(word);
+    }
+    return program;
+}
+
+ServiceRegistration decideRegistration(ServiceRegistration::Status status, const UnitFiles& units) {
+    ServiceRegistration registration;
+    registration.status = status;
+    registration.byHelper = units.helper.has_value();
+    if (units.helper && units.package) {
+        const auto helperRuns = unitExecutable(*units.helper);
+        // A helper unit that runs the package's own daemon hides nothing worth migrating away from.
+        registration.shadowsPackage = helperRuns != unitExecutable(*units.package);
+    }
+    return registration;
+}
+
+ServiceRoute installRoute(const ServiceRegistration& registration, bool hasInstaller) {
+    return hasInstaller && registration.status == ServiceRegistration::Status::notFound
+               ? ServiceRoute::helper
+               : ServiceRoute::serviceManager;
+}
+
+ServiceRoute removalRoute(const ServiceRegistration& registration, bool hasUninstaller) {
+    return hasUninstaller && registration.byHelper ? ServiceRoute::helper : ServiceRoute::serviceManager;
+}
+
 SyncDecision decideSync(const SyncInputs& inputs) {
     SyncDecision decision;
     const bool justInstalled = !inputs.wasInstalled && inputs.nowInstalled;

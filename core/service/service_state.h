@@ -52,13 +52,41 @@ int compareVersions(std::string_view a, std::string_view b);
 struct ServiceRegistration {
     enum class Status { notRegistered, enabled, requiresApproval, notFound };
     Status status = Status::notFound;
-    bool legacyInstalled = false;   // a unit placed by hand with the old install script
-    bool hasInstallScript = false;  // this copy still ships the hand install script
+    // A unit in /etc/systemd/system hides the package's own and runs another daemon than the package's:
+    // what an install helper left before the package came.
+    bool shadowsPackage = false;
+    // The unit systemd runs was placed by an install helper rather than by the package.
+    bool byHelper = false;
 
-    bool installed() const { return status == Status::enabled || legacyInstalled; }
-    // This copy installs only through the service manager, so a hand-installed service must go first.
-    bool needsMigration() const { return legacyInstalled && !hasInstallScript; }
+    bool installed() const { return status == Status::enabled || shadowsPackage; }
+    // Only the package's unit can be kept up to date, so the shadowing one must go first.
+    bool needsMigration() const { return shadowsPackage; }
 };
+
+// The two places a unit of the service can come from, as their texts (absent when there is no such file).
+struct UnitFiles {
+    std::optional<std::string> helper =
+        std::nullopt;  // /etc/systemd/system, a regular file rather than an enable link
+    std::optional<std::string> package =
+        std::nullopt;  // /usr/lib/systemd/system (or /lib on an unmerged system)
+};
+
+// The program a unit's ExecStart= runs, without its arguments or the prefixes systemd allows ("-", "@",
+// "+", "!", ":"); absent when the unit has none.
+std::optional<std::string> unitExecutable(std::string_view unitText);
+
+ServiceRegistration decideRegistration(ServiceRegistration::Status status, const UnitFiles& units);
+
+// Which door an installation or a removal goes through: the install helper this copy ships (run with
+// administrator rights), or the service manager acting on a unit that is already in place.
+enum class ServiceRoute { helper, serviceManager };
+
+// A unit the manager knows is switched on where it is; only with no unit at all does the helper place one,
+// so a build never hides a package's unit behind its own.
+ServiceRoute installRoute(const ServiceRegistration& registration, bool hasInstaller);
+// The helper's unit goes with the helper, so nothing of it stays behind; a package's unit is only switched
+// off.
+ServiceRoute removalRoute(const ServiceRegistration& registration, bool hasUninstaller);
 
 // `sudo bash "<uninstaller>" --keep-data`, or absent without an uninstaller.
 std::optional<std::string> migrationCommand(const std::optional<std::string>& uninstallerPath);

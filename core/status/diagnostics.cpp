@@ -99,4 +99,28 @@ std::string Diagnostics::report(const ChargeSettingsState& settings, const Diagn
     return out;
 }
 
+std::string Diagnostics::machineName(const FileContents& vendor, std::string_view model) {
+    const auto* text = std::get_if<std::string>(&vendor);
+    if (text == nullptr) return std::string(model);
+    const std::string maker(trimmed(repairUtf8(*text)));
+    if (maker.empty() || model.starts_with(maker)) return std::string(model);
+    return maker + " " + std::string(model);
+}
+
+DiagnosticFacts Diagnostics::gather(const Paths& paths, std::string appVersion, std::string build) {
+    DiagnosticFacts facts;
+    facts.appVersion = std::move(appVersion);
+    facts.build = std::move(build);
+    // Linux builds carry no release signature of the kind a Mac bundle does.
+    facts.signedForRelease = false;
+    facts.system = systemName(readWholeFile(paths.machineFile("/etc/os-release")));
+    facts.model = machineModel(readWholeFile(paths.machineFile("/sys/class/dmi/id/product_name")),
+                               readWholeFile(paths.machineFile("/sys/class/dmi/id/product_version")));
+    facts.history = HistoryStore(paths.history).summary();
+    facts.config = readWholeFile(paths.config);
+    facts.status = readWholeFile(paths.status);
+    facts.logTail = logTail(paths.log);
+    return facts;
+}
+
 }  // namespace torvel

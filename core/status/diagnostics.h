@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "common/files.h"
+#include "common/paths.h"
 #include "history/store.h"
 #include "service/charge_settings.h"
 
@@ -40,6 +41,11 @@ struct Diagnostics {
     static std::string systemName(const FileContents& osRelease);
     // The DMI product name followed by its version when that says something more.
     static std::string machineModel(const FileContents& productName, const FileContents& productVersion);
+    // The maker's name before the model, unless the model already begins with it.
+    static std::string machineName(const FileContents& vendor, std::string_view model);
+
+    // The facts of this machine and of the service's files under `paths`, read now.
+    static DiagnosticFacts gather(const Paths& paths, std::string appVersion, std::string build);
 };
 
 }  // namespace torvel

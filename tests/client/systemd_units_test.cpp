@@ -1,6 +1,10 @@
 #include "systemd_units.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
 
 #include "harness.h"
 
@@ -129,6 +133,32 @@ TEST(SystemdUnits, UnitFileStatesAndErrorsInTheRegistrationsTerms) {
         const RegistrationError error = SystemdUnits::errorFrom(name, message);
         EXPECT_EQ(explainRegistrationError(error.code, error.description), text) << name;
     }
+}
+
+}  // namespace
+}  // namespace torvel::client
+
+namespace torvel::client {
+namespace {
+
+TEST(ReadUnitFiles, HelperUnitIsARealFileAndThePackageMayLiveUnderLib) {
+    namespace fs = std::filesystem;
+    const fs::path root = fs::temp_directory_path() / ("torvel-units-" + std::to_string(::getpid()));
+    fs::create_directories(root / "etc/systemd/system");
+    fs::create_directories(root / "lib/systemd/system");
+    std::ofstream(root / "lib/systemd/system/torvel-daemon.service") << "ExecStart=/usr/libexec/t\n";
+    // systemctl enable leaves a link like this one; it is no unit of the helper's.
+    fs::create_symlink(root / "lib/systemd/system/torvel-daemon.service",
+                       root / "etc/systemd/system/torvel-daemon.service");
+    UnitFiles units = readUnitFiles(root);
+    EXPECT_FALSE(units.helper);
+    EXPECT_EQ(units.package, "ExecStart=/usr/libexec/t\n");
+
+    fs::remove(root / "etc/systemd/system/torvel-daemon.service");
+    std::ofstream(root / "etc/systemd/system/torvel-daemon.service") << "ExecStart=/opt/t\n";
+    units = readUnitFiles(root);
+    EXPECT_EQ(units.helper, "ExecStart=/opt/t\n");
+    fs::remove_all(root);
 }
 
 }  // namespace

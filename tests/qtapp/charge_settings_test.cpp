@@ -155,7 +155,7 @@ TEST(ChargeSettings, MigrationFromTheHandInstalledServiceEndsByItsPromptAnswer) 
         {0, false, false, "enable;"}, {126, true, false, ""}, {127, true, true, ""}, {1, true, true, ""}};
     for (const auto& [exitCode, needsMigration, fallback, log] : cases) {
         Rig rig;
-        std::ofstream(rig.legacyUnit()) << "[Service]\n";
+        rig.shadowThePackage();
         rig.elevateExit = exitCode;
         ChargeSettings& settings = rig.make(rig.root.path() / "uninstall-service");
         ASSERT_TRUE(settings.serviceNeedsMigration());

@@ -105,6 +105,13 @@ struct Rig {
     }
 
     fs::path legacyUnit() const { return root.path() / "etc/systemd/system" / bus::unitName; }
+    // What an install helper left before the package came: a unit running another daemon than the package's.
+    void shadowThePackage() {
+        fs::create_directories(root.path() / "usr/lib/systemd/system");
+        std::ofstream(root.path() / "usr/lib/systemd/system" / bus::unitName)
+            << "[Service]\nExecStart=/usr/libexec/torvel/torvel-daemon\n";
+        std::ofstream(legacyUnit()) << "[Service]\nExecStart=/usr/local/libexec/torvel/torvel-daemon\n";
+    }
 
     void writeStatus(const std::string& fields, double age = 0) {
         std::ofstream(root.path() / "status.json")
@@ -114,8 +121,7 @@ struct Rig {
     ChargeSettings& make(std::optional<fs::path> uninstaller = std::nullopt) {
         const auto immediately = [](std::chrono::milliseconds, std::function<void()> action) { action(); };
         service = std::make_unique<ChargeService>(
-            fake,
-            ChargeService::Files{.legacyUnit = legacyUnit(), .installer = {}, .uninstaller = uninstaller},
+            fake, ChargeService::Files{.root = root.path(), .installer = {}, .uninstaller = uninstaller},
             immediately, [this](const fs::path&, std::function<void(int)> done) {
                 if (elevateExit == 0) fs::remove(legacyUnit());
                 done(elevateExit);

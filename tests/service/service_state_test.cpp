@@ -145,13 +145,97 @@ TEST(DecideSync, RepairsAreOneShotAndOrdered) {
     }
 }
 
-TEST(ServiceRegistration, InstalledAndMigration) {
+TEST(ServiceRegistration, TheUnitsOnDiskDecideWhoseServiceRuns) {
     using Status = ServiceRegistration::Status;
-    EXPECT_TRUE((ServiceRegistration{.status = Status::enabled}).installed());
-    EXPECT_FALSE((ServiceRegistration{.status = Status::requiresApproval}).installed());
-    EXPECT_TRUE((ServiceRegistration{.status = Status::notRegistered, .legacyInstalled = true}).installed());
-    EXPECT_TRUE((ServiceRegistration{.legacyInstalled = true}).needsMigration());
-    EXPECT_FALSE((ServiceRegistration{.legacyInstalled = true, .hasInstallScript = true}).needsMigration());
+    const std::string packaged = "[Service]\nType=dbus\nExecStart=/usr/libexec/torvel/torvel-daemon\n";
+    const std::string build = "/home/ana/torvel/build/default/daemon/torvel-daemon";
+    const std::string helperForBuild = "[Service]\nExecStart=" + build + "\n";
+    const std::string helperForPackage =
+        "[Service]\nExecStart=-/usr/libexec/torvel/torvel-daemon --verbose\n";
+    const struct {
+        const char* name;
+        Status status;
+        UnitFiles units;
+        std::string runningFrom;  // the daemonPath the service publishes
+        std::string own;          // this copy's daemon
+        std::string daemonVersion;
+        ServiceState expected;
+    } cases[] = {
+        {"package", Status::enabled, {.package = packaged}, own, own, "1.5", ServiceState::running},
+        {"package, older daemon",
+         Status::enabled,
+         {.package = packaged},
+         own,
+         own,
+         "1.4",
+         ServiceState::outdated},
+        {"helper for this build",
+         Status::enabled,
+         {.helper = helperForBuild},
+         build,
+         build,
+         "1.5",
+         ServiceState::running},
+        {"helper unit, disabled",
+         Status::notRegistered,
+         {.helper = helperForBuild},
+         "",
+         build,
+         "1.5",
+         ServiceState::notInstalled},
+        {"development build beside the package",
+         Status::enabled,
+         {.package = packaged},
+         own,
+         build,
+         "1.5",
+         ServiceState::elsewhere},
+        {"packaged copy, service of a build",
+         Status::enabled,
+         {.helper = helperForBuild},
+         build,
+         own,
+         "1.5",
+         ServiceState::elsewhereInApplications},
+        {"helper unit shadows the package",
+         Status::enabled,
+         {.helper = helperForBuild, .package = packaged},
+         build,
+         own,
+         "1.5",
+         ServiceState::needsMigration},
+        {"helper unit runs the package's daemon",
+         Status::enabled,
+         {.helper = helperForPackage, .package = packaged},
+         own,
+         own,
+         "1.5",
+         ServiceState::running},
+        {"nothing at all", Status::notFound, {}, "", own, "", ServiceState::notInstalled},
+    };
+    for (const auto& c : cases) {
+        const ServiceRegistration registration = decideRegistration(c.status, c.units);
+        ServiceFacts facts = running();
+        facts.daemonInstalled = registration.installed();
+        facts.serviceNeedsMigration = registration.needsMigration();
+        facts.daemonPath = c.runningFrom;
+        facts.daemonVersion = c.daemonVersion;
+        facts.ownDaemonPath = c.own;
+        facts.ownCopyInApplications = c.own == own;
+        EXPECT_EQ(name(serviceState(facts)), name(c.expected)) << c.name;
+        EXPECT_EQ(registration.byHelper, c.units.helper.has_value()) << c.name;
+    }
+}
+
+TEST(ServiceRegistration, UnitExecutableReadsTheLastExecStart) {
+    const std::pair<const char*, std::optional<std::string>> cases[] = {
+        {"[Service]\nExecStart=/usr/libexec/torvel/torvel-daemon\n", "/usr/libexec/torvel/torvel-daemon"},
+        {"  ExecStart=@-/opt/t/torvel-daemon torvel-daemon --x\r\n", "/opt/t/torvel-daemon"},
+        {"ExecStart=/a\nExecStart=\n", std::nullopt},
+        {"ExecStart=/a\nExecStart=\nExecStart=/b\n", "/b"},
+        {"# ExecStart=/commented\nExecStartPre=/bin/true\n", std::nullopt},
+    };
+    for (const auto& [text, expected] : cases) EXPECT_EQ(unitExecutable(text), expected) << text;
 }
 
 TEST(ServiceTexts, MigrationCommandAndRegistrationErrors) {

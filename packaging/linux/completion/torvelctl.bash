@@ -4,7 +4,7 @@ _torvelctl() {
     COMPREPLY=()
     cur=${COMP_WORDS[COMP_CWORD]}
     prev=${COMP_WORDS[COMP_CWORD-1]}
-    commands="status journal checkup report set topup calibrate probe"
+    commands="status journal checkup report set topup calibrate probe install uninstall"
 
     if [ "$COMP_CWORD" -eq 1 ]; then
         COMPREPLY=($(compgen -W "$commands --help --version" -- "$cur"))
@@ -17,6 +17,7 @@ _torvelctl() {
     case "${COMP_WORDS[1]}" in
         status|checkup|probe) COMPREPLY=($(compgen -W "--json" -- "$cur")) ;;
         journal) COMPREPLY=($(compgen -W "--day --range --json --locale" -- "$cur")) ;;
+        uninstall) COMPREPLY=($(compgen -W "--keep-data" -- "$cur")) ;;
         topup) COMPREPLY=($(compgen -W "on off" -- "$cur")) ;;
         calibrate) COMPREPLY=($(compgen -W "start stop" -- "$cur")) ;;
         set)

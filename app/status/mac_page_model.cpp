@@ -1,0 +1,239 @@
+#include "status/mac_page_model.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QMetaProperty>
+#include <QVariantMap>
+
+#include "common/files.h"
+#include "status/checkup.h"
+#include "status/diagnostics.h"
+#include "status/mac_page.h"
+#include "status/service_words.h"
+
+#ifndef TORVEL_WEBSITE
+#error "the build names the project's web site, privacy page and contact address"
+#endif
+
+namespace torvel::app {
+
+namespace {
+
+QString text(const std::string& value) {
+    return QString::fromStdString(value);
+}
+
+MacPageModel::FixAction toFixAction(MacPage::Fix::Action action) {
+    using Action = MacPage::Fix::Action;
+    switch (action) {
+        case Action::copyReport:
+            return MacPageModel::FixAction::copyReport;
+        case Action::installService:
+            return MacPageModel::FixAction::installService;
+        case Action::openLoginItems:
+            return MacPageModel::FixAction::openLoginItems;
+        case Action::replaceService:
+            return MacPageModel::FixAction::replaceService;
+        case Action::openTerminal:
+            return MacPageModel::FixAction::openTerminal;
+        case Action::updateService:
+            return MacPageModel::FixAction::updateService;
+        case Action::reinstallService:
+            return MacPageModel::FixAction::reinstallService;
+    }
+    return MacPageModel::FixAction::none;
+}
+
+}  // namespace
+
+MacPageModel::MacPageModel(ChargeSettings& settings, ServiceInstaller& installer, Sources sources,
+                           QObject* parent)
+    : QObject(parent), settings_(settings), installer_(installer), sources_(std::move(sources)) {
+    connect(&settings_, &ChargeSettings::changed, this, &MacPageModel::recompute);
+    connect(&installer_, &ServiceInstaller::operationChanged, this, &MacPageModel::recompute);
+    connect(&installer_, &ServiceInstaller::errorChanged, this, &MacPageModel::recompute);
+    refresh();
+}
+
+std::vector<QVariant> MacPageModel::propertyValues() const {
+    const QMetaObject& meta = staticMetaObject;
+    std::vector<QVariant> values;
+    for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i)
+        values.push_back(meta.property(i).read(this));
+    return values;
+}
+
+void MacPageModel::announce(const std::vector<QVariant>& before) {
+    const QMetaObject& meta = staticMetaObject;
+    for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
+        const QMetaProperty property = meta.property(i);
+        if (property.hasNotifySignal() &&
+            property.read(this) != before[static_cast<std::size_t>(i - meta.propertyOffset())]) {
+            property.notifySignal().invoke(this, Qt::DirectConnection);
+        }
+    }
+}
+
+void MacPageModel::refresh() {
+    const auto before = propertyValues();
+    const Paths& paths = sources_.paths;
+    const std::string model =
+        Diagnostics::machineModel(readWholeFile(paths.machineFile("/sys/class/dmi/id/product_name")),
+                                  readWholeFile(paths.machineFile("/sys/class/dmi/id/product_version")));
+    machine_ = text(
+        Diagnostics::machineName(readWholeFile(paths.machineFile("/sys/class/dmi/id/sys_vendor")), model));
+    system_ = text(Diagnostics::systemName(readWholeFile(paths.machineFile("/etc/os-release"))));
+    if (copied_) copied_ = false;
+    announce(before);
+    recompute();
+}
+
+void MacPageModel::recompute() {
+    const auto before = propertyValues();
+    const ChargeSettingsState& state = settings_.value();
+    const ServiceState serviceState = settings_.serviceState();
+    const LoginItem::Status login =
+        sources_.loginItem ? sources_.loginItem() : LoginItem::Status::notRegistered;
+    const UpdaterState updates = sources_.updater ? sources_.updater() : UpdaterState{};
+    const HistoryStore::Summary history = HistoryStore(sources_.paths.history).summary();
+    const double now = sources_.clock ? sources_.clock() : 0;
+
+    const Checkup checkup(state, serviceState, sources_.lock, login, updates);
+    MacPage::Facts facts =
+        MacPage::Facts::from(state, serviceState, sources_.lock, login, updates.checking, history, now);
+    // The installer's replacement runs where the settings' own migration flag may not yet be set.
+    facts.migrating = facts.migrating || installer_.operation() == ServiceInstaller::Operation::migrate;
+
+    level_ = static_cast<Level>(checkup.level());
+    headline_ = text(MacPage::headline(checkup));
+    subline_ = text(MacPage::subline(checkup, facts));
+    const auto fix = MacPage::serviceFix(facts);
+    fixTitle_ = fix ? text(fix->title) : QString();
+    fixAction_ = fix ? toFixAction(fix->action) : FixAction::none;
+    fixBusy_ = fix && fix->busy;
+
+    QVariantList rows;
+    for (const auto& row : MacPage::rows(checkup, facts)) {
+        rows.push_back(QVariantMap{
+            {QStringLiteral("piece"), text(std::string(name(row.piece)))},
+            {QStringLiteral("level"), QVariant::fromValue(static_cast<Level>(row.level))},
+            {QStringLiteral("title"), text(row.title)},
+            {QStringLiteral("word"), text(row.word)},
+            {QStringLiteral("explanation"), text(row.explanation)},
+            {QStringLiteral("button"), row.button ? text(*row.button) : QString()},
+        });
+    }
+    rows_ = rows;
+    serviceExplanation_ = text(
+        ServiceWords::explanation(state, serviceState, settings_.installation().uninstallerPath.has_value()));
+
+    const PublishedStatus& published = state.status.published;
+    runningTime_ = text(MacPage::runningTime(published.startedAt, now));
+    chargeMechanism_ = text(MacPage::chargeMechanism(published));
+    forcedDischarge_ = text(MacPage::forcedDischarge(published));
+    const auto amount = MacPage::historyAmount(history);
+    historyOnDisk_ = amount ? text(Diagnostics::byteCount(history.bytes)) : QStringLiteral("Nothing yet");
+    announce(before);
+}
+
+bool MacPageModel::fixEnabled() const {
+    if (fixAction_ == FixAction::none || fixBusy_ || installer_.busy()) return false;
+    // Only these act on a running service; the others need none or put one in place.
+    const bool needsService = fixAction_ == FixAction::updateService;
+    return !needsService || settings_.canReachService();
+}
+
+QString MacPageModel::migrationCommand() const {
+    const auto command = settings_.service().migrationCommand();
+    return command ? text(*command) : QString();
+}
+
+QString MacPageModel::appVersion() const {
+    return QStringLiteral("Version %1 (%2)")
+        .arg(QStringLiteral(TORVEL_VERSION), QStringLiteral(TORVEL_VERSION));
+}
+
+QString MacPageModel::copyTitle() const {
+    return copied_ ? QStringLiteral("Copied") : QStringLiteral("Copy the diagnostic report");
+}
+
+QString MacPageModel::copiedNote() const {
+    return copied_ ? QStringLiteral("Copied to the clipboard.") : QString();
+}
+
+bool MacPageModel::canReset() const {
+    return settings_.canReachService() && !installer_.busy();
+}
+
+bool MacPageModel::canRemove() const {
+    return settings_.daemonInstalled() && !installer_.busy();
+}
+
+QString MacPageModel::privacyNote() const {
+    return QStringLiteral("Torvel sends nothing: no analytics, no device ID.");
+}
+
+QString MacPageModel::websiteUrl() const {
+    return QStringLiteral(TORVEL_WEBSITE);
+}
+
+QString MacPageModel::privacyUrl() const {
+    return QStringLiteral(TORVEL_PRIVACY_URL);
+}
+
+QString MacPageModel::contactUrl() const {
+    return QStringLiteral("mailto:" TORVEL_CONTACT);
+}
+
+QString MacPageModel::report() const {
+    const DiagnosticFacts facts = Diagnostics::gather(sources_.paths, TORVEL_VERSION, TORVEL_VERSION);
+    return text(Diagnostics::report(settings_.value(), facts));
+}
+
+void MacPageModel::copyReport() {
+    QGuiApplication::clipboard()->setText(report());
+    const auto before = propertyValues();
+    copied_ = true;
+    announce(before);
+}
+
+void MacPageModel::activateFix() {
+    if (!fixEnabled()) return;
+    switch (fixAction_) {
+        case FixAction::none:
+            return;
+        case FixAction::copyReport:
+            return copyReport();
+        case FixAction::installService:
+            return installer_.install();
+        case FixAction::openLoginItems:
+            return openLoginItems();
+        case FixAction::replaceService:
+            return installer_.migrate();
+        case FixAction::openTerminal:
+            emit terminalRequested(migrationCommand());
+            return;
+        case FixAction::updateService:
+            return installer_.update();
+        case FixAction::reinstallService:
+            return installer_.reinstall();
+    }
+}
+
+void MacPageModel::resetCounter() {
+    if (canReset()) installer_.resetCounter();
+}
+
+void MacPageModel::removeEverything() {
+    if (!installer_.busy()) installer_.removeEverything();
+}
+
+void MacPageModel::checkForUpdates() {
+    emit checkForUpdatesRequested();
+}
+
+void MacPageModel::openLoginItems() {
+    emit loginItemsRequested();
+}
+
+}  // namespace torvel::app

@@ -1,0 +1,182 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <QVariant>
+#include <QVariantList>
+#include <functional>
+#include <vector>
+
+#include "battery/system_lock.h"
+#include "common/paths.h"
+#include "extras/login_item.h"
+#include "extras/updater.h"
+#include "service/charge_settings_model.h"
+#include "service/service_installer.h"
+
+namespace torvel::app {
+
+// Everything the Mac page shows and does: the checkup's head and rows as core words them, the
+// troubleshooting facts, the diagnostic report to the clipboard, and the service's operations through the
+// installer. The page only lays these out.
+class MacPageModel : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(Level level READ level NOTIFY levelChanged)
+    Q_PROPERTY(QString headline READ headline NOTIFY headlineChanged)
+    Q_PROPERTY(QString subline READ subline NOTIFY sublineChanged)
+    Q_PROPERTY(QString fixTitle READ fixTitle NOTIFY fixTitleChanged)
+    Q_PROPERTY(FixAction fixAction READ fixAction NOTIFY fixActionChanged)
+    Q_PROPERTY(bool fixEnabled READ fixEnabled NOTIFY fixEnabledChanged)
+    Q_PROPERTY(QVariantList rows READ rows NOTIFY rowsChanged)
+    Q_PROPERTY(QString serviceExplanation READ serviceExplanation NOTIFY serviceExplanationChanged)
+    Q_PROPERTY(QString migrationCommand READ migrationCommand NOTIFY migrationCommandChanged)
+
+    Q_PROPERTY(QString machine READ machine NOTIFY machineChanged)
+    Q_PROPERTY(QString system READ system NOTIFY systemChanged)
+    Q_PROPERTY(QString appVersion READ appVersion CONSTANT)
+    Q_PROPERTY(QString serviceRunningTime READ serviceRunningTime NOTIFY serviceRunningTimeChanged)
+    Q_PROPERTY(QString chargeMechanism READ chargeMechanism NOTIFY chargeMechanismChanged)
+    Q_PROPERTY(QString forcedDischarge READ forcedDischarge NOTIFY forcedDischargeChanged)
+    Q_PROPERTY(QString historyOnDisk READ historyOnDisk NOTIFY historyOnDiskChanged)
+
+    Q_PROPERTY(bool copied READ copied NOTIFY copiedChanged)
+    Q_PROPERTY(QString copyTitle READ copyTitle NOTIFY copyTitleChanged)
+    Q_PROPERTY(QString copiedNote READ copiedNote NOTIFY copiedNoteChanged)
+    Q_PROPERTY(bool canReset READ canReset NOTIFY canResetChanged)
+    Q_PROPERTY(bool canRemove READ canRemove NOTIFY canRemoveChanged)
+    Q_PROPERTY(QString operationWord READ operationWord NOTIFY operationWordChanged)
+    Q_PROPERTY(QString operationError READ operationError NOTIFY operationErrorChanged)
+
+    Q_PROPERTY(QString privacyNote READ privacyNote CONSTANT)
+    Q_PROPERTY(QString websiteUrl READ websiteUrl CONSTANT)
+    Q_PROPERTY(QString privacyUrl READ privacyUrl CONSTANT)
+    Q_PROPERTY(QString contactUrl READ contactUrl CONSTANT)
+
+  public:
+    enum class Level { ok, off, todo, broken };
+    Q_ENUM(Level)
+    enum class FixAction {
+        none,
+        copyReport,
+        installService,
+        openLoginItems,
+        replaceService,
+        openTerminal,
+        updateService,
+        reinstallService
+    };
+    Q_ENUM(FixAction)
+
+    // What the page reads that has no model of its own here; the app passes the user's files and clock.
+    struct Sources {
+        Paths paths;
+        SystemLock lock;
+        std::function<LoginItem::Status()> loginItem;
+        std::function<UpdaterState()> updater;
+        std::function<double()> clock;  // seconds since 1970
+    };
+
+    MacPageModel(ChargeSettings& settings, ServiceInstaller& installer, Sources sources,
+                 QObject* parent = nullptr);
+
+    Level level() const { return level_; }
+    QString headline() const { return headline_; }
+    QString subline() const { return subline_; }
+    QString fixTitle() const { return fixTitle_; }
+    FixAction fixAction() const { return fixAction_; }
+    bool fixEnabled() const;
+    QVariantList rows() const { return rows_; }
+    QString serviceExplanation() const { return serviceExplanation_; }
+    QString migrationCommand() const;
+
+    QString machine() const { return machine_; }
+    QString system() const { return system_; }
+    QString appVersion() const;
+    QString serviceRunningTime() const { return runningTime_; }
+    QString chargeMechanism() const { return chargeMechanism_; }
+    QString forcedDischarge() const { return forcedDischarge_; }
+    QString historyOnDisk() const { return historyOnDisk_; }
+
+    bool copied() const { return copied_; }
+    QString copyTitle() const;
+    QString copiedNote() const;
+    bool canReset() const;
+    bool canRemove() const;
+    QString operationWord() const { return installer_.progressWord(); }
+    QString operationError() const { return installer_.error(); }
+
+    QString privacyNote() const;
+    QString websiteUrl() const;
+    QString privacyUrl() const;
+    QString contactUrl() const;
+
+    // The diagnostic report as it would be copied now.
+    QString report() const;
+
+  public slots:
+    // Reads everything again; the page calls it as it appears.
+    void refresh();
+    void activateFix();
+    void copyReport();
+    void resetCounter();
+    // After the confirmation dialog: the service goes and its data with it.
+    void removeEverything();
+    void checkForUpdates();
+    void openLoginItems();
+
+  signals:
+    void levelChanged();
+    void headlineChanged();
+    void sublineChanged();
+    void fixTitleChanged();
+    void fixActionChanged();
+    void fixEnabledChanged();
+    void rowsChanged();
+    void serviceExplanationChanged();
+    void migrationCommandChanged();
+    void machineChanged();
+    void systemChanged();
+    void serviceRunningTimeChanged();
+    void chargeMechanismChanged();
+    void forcedDischargeChanged();
+    void historyOnDiskChanged();
+    void copiedChanged();
+    void copyTitleChanged();
+    void copiedNoteChanged();
+    void canResetChanged();
+    void canRemoveChanged();
+    void operationWordChanged();
+    void operationErrorChanged();
+    // What the app does on the page's behalf: the updater's check, the system's startup settings, a
+    // terminal with the line that removes the old service.
+    void checkForUpdatesRequested();
+    void loginItemsRequested();
+    void terminalRequested(const QString& command);
+
+  private:
+    std::vector<QVariant> propertyValues() const;
+    void announce(const std::vector<QVariant>& before);
+    void recompute();
+
+    ChargeSettings& settings_;
+    ServiceInstaller& installer_;
+    Sources sources_;
+
+    Level level_ = Level::ok;
+    QString headline_;
+    QString subline_;
+    QString fixTitle_;
+    FixAction fixAction_ = FixAction::none;
+    bool fixBusy_ = false;
+    QVariantList rows_;
+    QString serviceExplanation_;
+    QString machine_;
+    QString system_;
+    QString runningTime_;
+    QString chargeMechanism_;
+    QString forcedDischarge_;
+    QString historyOnDisk_;
+    bool copied_ = false;
+};
+
+}  // namespace torvel::app
