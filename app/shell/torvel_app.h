@@ -33,8 +33,12 @@ class ChargeSettings;
 class DesktopNotifier;
 class Ember;
 class HistoryModel;
+class LoginItemModel;
 class PanelModel;
 class SettingsDefaults;
+class SettingsPageModel;
+class TorvelWindowController;
+class Updater;
 
 // The application: owns the three long-lived models and everything around them, puts the flame in the tray
 // and runs the start-up sequence once.
@@ -57,6 +61,7 @@ class TorvelApp : public QObject {
     HistoryModel& history() { return *history_; }
     PanelModel& panel() { return *panel_; }
     Ember& ember() { return *ember_; }
+    TorvelWindowController& windows() { return *windows_; }
 
     // The one-time sequence: history ticking, a status refresh, and what the switches ask to open.
     void start();
@@ -64,6 +69,11 @@ class TorvelApp : public QObject {
     QQuickWindow* showPanel(std::optional<QRect> popupNear = std::nullopt);
     // Renders the panel offscreen into `file` (PNG). Returns an error text, or none when written.
     std::optional<QString> screenshotPanel(const QString& file);
+    // Renders a section of the main window offscreen into `file`, once the first status refresh and journal
+    // load have landed, so the picture is what a user would see.
+    std::optional<QString> screenshotSection(const QString& file, AppSection section);
+    // Opens the main window at a section given by name; an unknown name opens the first tab.
+    void openSection(const QString& section);
 
     static InstallationFacts installationFacts();
     static double wallClock();
@@ -73,7 +83,8 @@ class TorvelApp : public QObject {
     QQuickWindow* panelWindow();
     void setUpTray();
     void togglePopup();
-    void openSection(const QString& section);
+    QQmlApplicationEngine& engine();
+    void closePopup();
 
     Options options_;
     Paths paths_;
@@ -91,6 +102,8 @@ class TorvelApp : public QObject {
     std::unique_ptr<SettingsDefaults> defaults_;
     std::unique_ptr<DesktopNotifier> notifier_;
     std::unique_ptr<PanelModel> panel_;
+    std::unique_ptr<Updater> updater_;
+    std::unique_ptr<TorvelWindowController> windows_;
     std::unique_ptr<QQmlApplicationEngine> engine_;
     QPointer<QQuickWindow> window_;
     std::unique_ptr<QMenu> trayMenu_;
