@@ -93,6 +93,8 @@ class ChargeSettings : public QObject {
 
     void setLimit(int limit);
     void setTopUp(bool on);
+    // One edit of the user's settings from a page: announced, then saved at once.
+    void change(const std::function<void(Settings&)>& edit);
     void setCalibrate(bool on);
 
   public slots:

@@ -19,6 +19,7 @@
 #include "app/section.h"
 #include "battery/battery_monitor.h"
 #include "bus.h"
+#include "extras/login_item_model.h"
 #include "extras/updater_model.h"
 #include "history/history_model.h"
 #include "service/bus_address.h"
@@ -30,6 +31,7 @@
 #include "ui/ember.h"
 #include "ui/looks.h"
 #include "ui/panel_model.h"
+#include "ui/settings_page_model.h"
 
 namespace torvel::app {
 
@@ -123,6 +125,10 @@ TorvelApp::TorvelApp(Options options, QObject* parent)
     connect(panel_.get(), &PanelModel::quitRequested, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
 
     updater_ = std::make_unique<Updater>(Updater::buildConfig());
+    loginItem_ = LoginItemModel::forThisUser();
+    // The checkup's Startup row reads the entry; it follows every change made from the page.
+    connect(loginItem_.get(), &LoginItemModel::statusChanged, panel_.get(), &PanelModel::recompute);
+    settingsPage_ = std::make_unique<SettingsPageModel>(*settings_, *battery_, *loginItem_, lock_);
     windows_ = std::make_unique<TorvelWindowController>(TorvelWindowController::Models{
         .settings = *settings_,
         .history = *history_,
@@ -170,6 +176,7 @@ QQmlApplicationEngine& TorvelApp::engine() {
         qmlRegisterSingletonInstance("Torvel", 1, 0, "Panel", panel_.get());
         qmlRegisterSingletonInstance("Torvel", 1, 0, "Route", &windows_->route());
         qmlRegisterSingletonInstance("Torvel", 1, 0, "Updater", updater_.get());
+        qmlRegisterSingletonInstance("Torvel", 1, 0, "SettingsPage", settingsPage_.get());
         qmlRegisterUncreatableMetaObject(Looks::staticMetaObject, "Torvel", 1, 0, "Looks",
                                          QStringLiteral("Looks only names tones and kinds"));
         engine_ = std::make_unique<QQmlApplicationEngine>();
@@ -266,6 +273,8 @@ std::optional<QString> TorvelApp::screenshotSection(const QString& file, AppSect
     start();
     if (!windows_->show(section)) return QStringLiteral("cannot load the main window");
     QQuickWindow* window = windows_->window();
+    // The picture is always the window's first size, wherever the user last left it.
+    window->resize(TorvelWindowController::firstSize);
     QElapsedTimer waited;
     waited.start();
     while ((history_->reloadsInFlight() > 0 || !window->isExposed()) && waited.elapsed() < 3000) {

@@ -62,6 +62,7 @@ class TorvelApp : public QObject {
     PanelModel& panel() { return *panel_; }
     Ember& ember() { return *ember_; }
     TorvelWindowController& windows() { return *windows_; }
+    LoginItemModel& loginItem() { return *loginItem_; }
 
     // The one-time sequence: history ticking, a status refresh, and what the switches ask to open.
     void start();
@@ -103,6 +104,8 @@ class TorvelApp : public QObject {
     std::unique_ptr<DesktopNotifier> notifier_;
     std::unique_ptr<PanelModel> panel_;
     std::unique_ptr<Updater> updater_;
+    std::unique_ptr<LoginItemModel> loginItem_;
+    std::unique_ptr<SettingsPageModel> settingsPage_;
     std::unique_ptr<TorvelWindowController> windows_;
     std::unique_ptr<QQmlApplicationEngine> engine_;
     QPointer<QQuickWindow> window_;

@@ -55,15 +55,15 @@ int Ember::registerTypeface() {
 
 QColor Ember::toneColor(int tone) const {
     switch (static_cast<Looks::Tone>(tone)) {
-        case Looks::good:
+        case Looks::Good:
             return mint();
-        case Looks::accent:
+        case Looks::Accent:
             return ember();
-        case Looks::todo:
+        case Looks::Todo:
             return gold();
-        case Looks::broken:
+        case Looks::Broken:
             return stop();
-        case Looks::quiet:
+        case Looks::Quiet:
             break;
     }
     return text3();
@@ -71,22 +71,22 @@ QColor Ember::toneColor(int tone) const {
 
 QColor Ember::toneText(int tone) const {
     switch (static_cast<Looks::Tone>(tone)) {
-        case Looks::good:
+        case Looks::Good:
             return mintText();
-        case Looks::accent:
+        case Looks::Accent:
             return emberText();
-        case Looks::todo:
+        case Looks::Todo:
             return goldText();
-        case Looks::broken:
+        case Looks::Broken:
             return danger();
-        case Looks::quiet:
+        case Looks::Quiet:
             break;
     }
     return text2();
 }
 
 QColor Ember::toneFill(int tone) const {
-    if (static_cast<Looks::Tone>(tone) == Looks::quiet) return well();
+    if (static_cast<Looks::Tone>(tone) == Looks::Quiet) return well();
     QColor fill = toneColor(tone);
     // Accents are the same in both appearances; on a dark page they need a little more weight to show.
     fill.setAlphaF(dark_ ? 0.16f : 0.14f);
@@ -94,7 +94,7 @@ QColor Ember::toneFill(int tone) const {
 }
 
 QColor Ember::toneBorder(int tone) const {
-    if (static_cast<Looks::Tone>(tone) == Looks::quiet) return hair();
+    if (static_cast<Looks::Tone>(tone) == Looks::Quiet) return hair();
     QColor border = toneColor(tone);
     border.setAlphaF(dark_ ? 0.35f : 0.40f);
     return border;

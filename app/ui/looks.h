@@ -10,13 +10,14 @@ class Looks {
     Q_GADGET
 
   public:
-    // good: held, on and working; accent: moving or ember-coloured; todo: the user has something to do;
-    // broken: it does not work; quiet: informational.
-    enum Tone { quiet, good, accent, todo, broken };
+    // Good: held, on and working; Accent: moving or ember-coloured; Todo: the user has something to do;
+    // Broken: it does not work; Quiet: informational. Capitalised because QML reads only enum keys that
+    // begin with a capital letter.
+    enum Tone { Quiet, Good, Accent, Todo, Broken };
     Q_ENUM(Tone)
 
     // The variants of EmberButton, in the order prominence wins.
-    enum ButtonKind { plain, prominent, destructive };
+    enum ButtonKind { Plain, Prominent, Destructive };
     Q_ENUM(ButtonKind)
 };
 

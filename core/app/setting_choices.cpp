@@ -152,6 +152,52 @@ std::vector<Choice> blinkSpeeds() {
     return options;
 }
 
+int lowestLimit(bool native) {
+    return native ? 80 : 20;
+}
+
+int limitStep(bool native) {
+    return native ? 5 : 1;
+}
+
+int limitAt(int value, bool native) {
+    const int step = limitStep(native);
+    // Round half up to the nearest step, so a drag lands on the mark the pointer is closest to.
+    const int stepped = (value + step / 2) / step * step;
+    return std::clamp(native ? stepped : value, lowestLimit(native), 100);
+}
+
+std::string lockBanner(const SystemLock& lock) {
+    return "Torvel can’t hold your limit on macOS " + std::to_string(lock.macOSMajor) + " yet.";
+}
+
+std::string limitFootnote(int limit, const SystemLock& lock) {
+    if (lock.usesNative) {
+        return "On macOS " + std::to_string(lock.macOSMajor) +
+               ", macOS itself tops the battery up, 5 points below the limit.";
+    }
+    return "Once at " + Fmt::percent(limit) +
+           ", the battery rests. Torvel only tops it up after a small drop, so it isn’t nudged awake every "
+           "few "
+           "minutes.";
+}
+
+std::optional<std::string> nativeNote(int limit, std::optional<int> nativeFloor, const SystemLock& lock) {
+    if (!lock.usesNative) return std::nullopt;
+    if (nativeFloor && limit < *nativeFloor) {
+        const std::string floor = Fmt::percent(*nativeFloor);
+        return "macOS won’t hold a limit below " + floor + " on this Mac, so Torvel holds " + floor + ".";
+    }
+    return "On macOS " + std::to_string(lock.macOSMajor) +
+           ", Torvel sets macOS’s own charge limit. Change it here, not in System Settings.";
+}
+
+std::string heatLine(std::optional<double> celsius) {
+    std::string line = "Heat wears a battery as much as a full charge does.";
+    if (celsius) line += " It’s at " + Fmt::decimal(*celsius) + " °C right now.";
+    return line;
+}
+
 std::optional<Choice> find(std::span<const Choice> options, int value) {
     for (const Choice& option : options) {
         if (option.value == value) return option;

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "battery/system_lock.h"
+
 namespace torvel {
 
 // One option of a choice on the settings page. `value` is what the settings store, as it stands there.
@@ -70,6 +72,18 @@ std::string secondsLabel(double seconds);
 
 // The option with `value`, if the table has it.
 std::optional<Choice> find(std::span<const Choice> options, int value);
+
+// Where a dragged or stepped limit lands: 20 to 100 in steps of 1, or, when the system's own mechanism holds
+// it, 80 to 100 in steps of 5.
+int limitAt(int value, bool native);
+int lowestLimit(bool native);
+int limitStep(bool native);
+
+// The sentences of the limit card and the cards around it.
+std::string lockBanner(const SystemLock& lock);
+std::string limitFootnote(int limit, const SystemLock& lock);
+std::optional<std::string> nativeNote(int limit, std::optional<int> nativeFloor, const SystemLock& lock);
+std::string heatLine(std::optional<double> celsius);
 
 }  // namespace SettingChoices
 }  // namespace torvel

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
 #include <vector>
 
 namespace torvel {
@@ -63,6 +64,27 @@ TEST(SettingChoices, ValuesThatAreNoOptionStillReadAsThemselves) {
     EXPECT_EQ(C::endOfTopUpFor(0).help, "As soon as you leave with the Mac");
     EXPECT_EQ(C::historyFor(1095).label, "3 years");
     EXPECT_EQ(C::historyFor(45).label, "45 days");
+}
+
+TEST(SettingChoices, TheLimitStepsByOneOrByFiveFromEightyInNativeMode) {
+    const std::tuple<int, bool, int> cases[] = {
+        {5, false, 20}, {64, false, 64}, {130, false, 100}, {64, true, 80},
+        {82, true, 80}, {83, true, 85},  {99, true, 100},   {101, true, 100},
+    };
+    for (const auto& [value, native, landed] : cases) EXPECT_EQ(C::limitAt(value, native), landed) << value;
+}
+
+TEST(SettingChoices, TheNativeNoteTellsTheFloorWhenTheLimitIsBelowIt) {
+    SystemLock native;
+    native.macOSMajor = 26;
+    native.usesNative = true;
+    EXPECT_EQ(C::nativeNote(70, 80, native),
+              "macOS won’t hold a limit below 80% on this Mac, so Torvel holds 80%.");
+    EXPECT_EQ(C::nativeNote(85, 80, native),
+              "On macOS 26, Torvel sets macOS’s own charge limit. Change it here, not in System Settings.");
+    EXPECT_EQ(C::nativeNote(70, 80, SystemLock{}), std::nullopt);
+    EXPECT_EQ(C::limitFootnote(80, native),
+              "On macOS 26, macOS itself tops the battery up, 5 points below the limit.");
 }
 
 }  // namespace

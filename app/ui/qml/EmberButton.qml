@@ -13,7 +13,7 @@ Item {
     signal clicked()
 
     readonly property bool hovering: pointer.containsMouse
-    readonly property int kind: prominent ? Looks.prominent : destructive ? Looks.destructive : Looks.plain
+    readonly property int kind: prominent ? Looks.Prominent : destructive ? Looks.Destructive : Looks.Plain
     implicitWidth: label.implicitWidth + (large ? 40 : 30)
     implicitHeight: label.implicitHeight + 14
     opacity: enabled ? 1 : 0.45
@@ -26,7 +26,7 @@ Item {
 
     // A soft ember glow under the prominent button only.
     Rectangle {
-        visible: button.kind === Looks.prominent
+        visible: button.kind === Looks.Prominent
         anchors.fill: parent
         anchors.topMargin: 2
         anchors.bottomMargin: -2
@@ -37,10 +37,10 @@ Item {
     Rectangle {
         anchors.fill: parent
         radius: height / 2
-        color: button.kind === Looks.prominent ? (button.hovering ? Qt.lighter(Ember.ember, 1.04) : Ember.ember)
-                                               : button.kind === Looks.destructive ? "transparent" : Ember.well
-        border.width: button.kind === Looks.prominent ? 0 : 1
-        border.color: button.kind === Looks.destructive
+        color: button.kind === Looks.Prominent ? (button.hovering ? Qt.lighter(Ember.ember, 1.04) : Ember.ember)
+                                               : button.kind === Looks.Destructive ? "transparent" : Ember.well
+        border.width: button.kind === Looks.Prominent ? 0 : 1
+        border.color: button.kind === Looks.Destructive
                       ? Qt.rgba(Ember.stop.r, Ember.stop.g, Ember.stop.b, button.hovering ? 0.7 : 0.45)
                       : button.hovering ? Ember.text3 : Ember.hair
     }
@@ -49,7 +49,7 @@ Item {
         anchors.centerIn: parent
         text: button.title + (button.showsKey ? "  ↩" : "")
         font: Ember.words(button.large ? 14.5 : 13.5, "semibold")
-        color: button.kind === Looks.prominent ? Ember.on : button.kind === Looks.destructive ? Ember.danger : Ember.text
+        color: button.kind === Looks.Prominent ? Ember.on : button.kind === Looks.Destructive ? Ember.danger : Ember.text
     }
     FocusRing { target: button; radius: height / 2 }
     MouseArea {

@@ -85,6 +85,14 @@ Item {
                 Accessible.name: modelData.label
                 Accessible.selected: index === control.chosen
                 Accessible.onPressAction: control.pick(index)
+                Rectangle {
+                    visible: modelData.recommended === true
+                    anchors.right: parent.right
+                    anchors.top: parent.top
+                    anchors.margins: 6
+                    width: 6; height: 6; radius: 3
+                    color: Ember.ember
+                }
                 Text {
                     anchors.centerIn: parent
                     width: parent.width - 8

@@ -23,6 +23,7 @@ QtObject {
     readonly property string warning: "M12 3.5 L21.5 20 H2.5 Z M12 10 V14.5 M12 17.2 V17.4"
     readonly property string calendar: "M5 5.5 H19 A1 1 0 0 1 20 6.5 V19.5 A1 1 0 0 1 19 20.5 H5 A1 1 0 0 1 4 19.5 V6.5 A1 1 0 0 1 5 5.5 Z M4 10 H20 M8.5 3 V7.5 M15.5 3 V7.5"
     readonly property string gauge: "M3.5 17 A8.5 8.5 0 1 1 20.5 17 M12 17 L15.5 10.5"
+    readonly property string comeDown: "M12 3.5 V13.5 M8 9.5 L12 13.5 L16 9.5 M4.5 17.5 H19.5 M8 20.5 H16"
     // The flame, outer shape and inner tongue, on a 100-unit grid.
     readonly property string flame: "M50 3 C57 20 82 34 82 62 C82 83 67 97 50 97 C33 97 18 83 18 62 C18 46 27 36 35 26 C37 38 41 45 47 48 C44 32 45 17 50 3 Z"
     readonly property string flameInner: "M51 50 C58 59 67 66 67 77 C67 87 60 93 51 93 C42 93 35 87 35 78 C35 68 45 62 51 50 Z"

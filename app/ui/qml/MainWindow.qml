@@ -91,11 +91,7 @@ Window {
     }
     Component {
         id: settingsPage
-        PlaceholderPage {
-            title: "Settings"
-            subtitle: "How Torvel holds your battery, and what it does around the limit."
-            glyph: Glyphs.sliders
-        }
+        SettingsView {}
     }
     Component {
         id: macPage

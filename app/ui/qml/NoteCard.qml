@@ -5,7 +5,7 @@ import Torvel
 Rectangle {
     id: note
     property string icon: Glyphs.info
-    property int tone: Looks.quiet
+    property int tone: Looks.Quiet
     property string title
     property string text
 

@@ -24,7 +24,7 @@ Column {
             spacing: 18
             Rectangle {
                 width: 44; height: 44; radius: 13
-                color: Ember.toneFill(Looks.accent)
+                color: Ember.toneFill(Looks.Accent)
                 Glyph {
                     anchors.centerIn: parent
                     size: 22
