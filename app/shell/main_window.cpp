@@ -35,7 +35,7 @@ std::optional<QRect> TorvelWindowController::savedGeometry() {
 }
 
 void TorvelWindowController::saveGeometry() {
-    if (window_) QSettings().setValue(geometryKey, window_->geometry());
+    if (window_ && models_.rememberGeometry) QSettings().setValue(geometryKey, window_->geometry());
 }
 
 QQuickWindow* TorvelWindowController::create() {

@@ -34,7 +34,8 @@ class TorvelWindowController : public QObject {
         Updater* updater = nullptr;  // may be absent; then no check starts when the window opens
         // The engine the panel shares, created on first use with every singleton registered.
         std::function<QQmlApplicationEngine&()> engine;
-        bool checkForUpdates = true;  // off in screenshots and tests: no network
+        bool checkForUpdates = true;   // off in screenshots and tests: no network
+        bool rememberGeometry = true;  // off in screenshots and tests: the user's place stays the user's
     };
 
     explicit TorvelWindowController(Models models, QObject* parent = nullptr);

@@ -135,6 +135,7 @@ TorvelApp::TorvelApp(Options options, QObject* parent)
         .updater = updater_.get(),
         .engine = [this]() -> QQmlApplicationEngine& { return engine(); },
         .checkForUpdates = options_.watchDevices,
+        .rememberGeometry = options_.watchDevices,
     });
     connect(windows_.get(), &TorvelWindowController::closeMenuBarPanel, this, &TorvelApp::closePopup);
 }
