@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QQmlComponent>
+#include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QSet>
@@ -95,6 +97,23 @@ TEST(MainWindow, RendersEverySectionOffscreen) {
         auto* page = rig.app->windows().window()->findChild<QQuickItem*>(QStringLiteral("page"));
         ASSERT_NE(page, nullptr);
         EXPECT_GT(page->height(), 150) << AppSection(section).rawValue() << ": the page has content";
+    }
+}
+
+// QML faults surface only when a view is made; every block of the design system is made once here, with the
+// singletons it names, so a typo in one that no page uses yet still fails a test.
+TEST(DesignSystem, EveryBlockLoadsWithoutErrors) {
+    AppRig rig;
+    ASSERT_TRUE(rig.app->windows().show(AppSection::today));
+    QQmlEngine* engine = qmlEngine(rig.app->windows().window());
+    ASSERT_NE(engine, nullptr);
+    for (const char* block :
+         {"EmberButton", "EmberSegmented", "AdviceSegmented", "PopChoice", "PageHeader", "SettingsCard",
+          "DisclosureCard", "SettingsRow", "RowDivider", "InfoRow", "NoteCard", "SubPage", "SettingCard",
+          "StripCell", "RestingBar", "RollingDigits"}) {
+        QQmlComponent component(engine, QUrl(QStringLiteral("qrc:/Torvel/%1.qml").arg(QLatin1String(block))));
+        std::unique_ptr<QObject> made(component.create());
+        EXPECT_NE(made, nullptr) << block << ": " << component.errorString().toStdString();
     }
 }
 
