@@ -7,6 +7,7 @@
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QSet>
+#include <QSettings>
 #include <ctime>
 
 #include "qt_support.h"
@@ -32,7 +33,7 @@ struct AppRig {
     testing::TempDir root;
     std::unique_ptr<TorvelApp> app;
 
-    AppRig() {
+    explicit AppRig(std::optional<QRect> savedGeometry = std::nullopt) {
         testing::qtApp();
         fs::create_directories(root.path() / "var/lib/torvel");
         std::ofstream(root.path() / "var/lib/torvel/status.json")
@@ -42,11 +43,13 @@ struct AppRig {
         qputenv("TORVEL_APPEARANCE", "light");
         qputenv("TORVEL_UNIT_STATE", "enabled");
         qputenv("XDG_CONFIG_HOME", QByteArray::fromStdString((root.path() / "config").string()));
+        if (savedGeometry) QSettings().setValue(QStringLiteral("TorvelMainWindow/geometry"), *savedGeometry);
         app = std::make_unique<TorvelApp>(
             TorvelApp::Options{.switches = {}, .dark = false, .watchDevices = false, .useTray = false});
     }
     ~AppRig() {
         app.reset();
+        QSettings().remove(QStringLiteral("TorvelMainWindow"));
         for (const char* name :
              {"TORVEL_ROOT", "TORVEL_SYSFS", "TORVEL_APPEARANCE", "TORVEL_UNIT_STATE", "XDG_CONFIG_HOME"})
             qunsetenv(name);
@@ -79,6 +82,18 @@ TEST(MainWindow, CountsAsOneLiveWatcherHoweverOftenOpenedAndLetsGoWhenClosed) {
     // Back again: one watcher more, not two.
     ASSERT_TRUE(windows.show(AppSection::today));
     EXPECT_EQ(settings.liveWatchers(), before + 1);
+}
+
+TEST(MainWindow, ReopensWhereItWasLeftButNeverBelowItsMinimum) {
+    const std::pair<QRect, QRect> cases[] = {
+        {QRect(10, 20, 850, 580), QRect(10, 20, 850, 580)},
+        {QRect(10, 20, 400, 300), QRect(10, 20, 820, 560)},
+    };
+    for (const auto& [saved, opened] : cases) {
+        AppRig rig(saved);
+        ASSERT_TRUE(rig.app->windows().show(AppSection::settings));
+        EXPECT_EQ(rig.app->windows().window()->geometry(), opened);
+    }
 }
 
 TEST(MainWindow, RendersEverySectionOffscreen) {
