@@ -1,5 +1,6 @@
 #include "shell/torvel_app.h"
 
+#include <QClipboard>
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDateTime>
@@ -8,6 +9,7 @@
 #include <QGuiApplication>
 #include <QIcon>
 #include <QMenu>
+#include <QProcess>
 #include <QQmlApplicationEngine>
 #include <QQmlContext>
 #include <QQuickWindow>
@@ -137,6 +139,16 @@ TorvelApp::TorvelApp(Options options, QObject* parent)
                               .loginItem = [this] { return loginItem_->value().status; },
                               .updater = [this] { return updater_->state(); },
                               .clock = &TorvelApp::wallClock});
+    // The page's Startup and Updates rows read these models; their answers change the checkup.
+    connect(loginItem_.get(), &LoginItemModel::statusChanged, macPage_.get(), &MacPageModel::recompute);
+    for (const auto signal : {&Updater::checkingChanged, &Updater::availableChanged,
+                              &Updater::criticalChanged, &Updater::automaticChanged}) {
+        connect(updater_.get(), signal, macPage_.get(), &MacPageModel::recompute);
+    }
+    connect(macPage_.get(), &MacPageModel::checkForUpdatesRequested, updater_.get(), &Updater::checkNow);
+    connect(macPage_.get(), &MacPageModel::loginItemsRequested, settingsPage_.get(),
+            &SettingsPageModel::openStartupApproval);
+    connect(macPage_.get(), &MacPageModel::terminalRequested, this, &TorvelApp::openTerminal);
 
     windows_ = std::make_unique<TorvelWindowController>(TorvelWindowController::Models{
         .settings = *settings_,
@@ -274,6 +286,13 @@ void TorvelApp::togglePopup() {
 
 void TorvelApp::openSection(const QString& section) {
     windows_->show(AppSection::named(section.toStdString()).value_or(AppSection::today));
+}
+
+void TorvelApp::openTerminal(const QString& command) {
+    // The line waits on the clipboard as well: not every desktop has a terminal the app can name, and the
+    // one that opens may not take a command.
+    QGuiApplication::clipboard()->setText(command);
+    QProcess::startDetached(QStringLiteral("x-terminal-emulator"), {});
 }
 
 void TorvelApp::closePopup() {
