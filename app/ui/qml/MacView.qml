@@ -87,7 +87,7 @@ Column {
             RowDivider { inset: 0 }
             InfoRow { width: parent.width; label: "Charge service"; value: MacPage.serviceRunningTime }
             RowDivider { inset: 0 }
-            InfoRow { width: parent.width; label: "Charge mechanism"; value: MacPage.chargeMechanism; mono: true }
+            InfoRow { width: parent.width; label: "Charge mechanism"; value: MacPage.chargeMechanism }
             RowDivider { inset: 0 }
             InfoRow { width: parent.width; label: "Forced discharge"; value: MacPage.forcedDischarge }
             RowDivider { inset: 0 }
