@@ -34,7 +34,8 @@ Column {
             onClicked: MacPage.activateFix()
         }
         NoteCard {
-            visible: MacPage.fixError.length > 0
+            // The replacement failed, or has to be finished by hand: the why, and the line to run.
+            visible: MacPage.fixError.length > 0 || MacPage.terminalCommand.length > 0
             width: Math.min(parent.width, 580)
             tone: Looks.Broken
             icon: Glyphs.warning
