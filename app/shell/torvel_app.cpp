@@ -1,5 +1,6 @@
 #include "shell/torvel_app.h"
 
+#include <QClipboard>
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDateTime>
@@ -8,6 +9,7 @@
 #include <QGuiApplication>
 #include <QIcon>
 #include <QMenu>
+#include <QProcess>
 #include <QQmlApplicationEngine>
 #include <QQmlContext>
 #include <QQuickWindow>
@@ -128,6 +130,26 @@ TorvelApp::TorvelApp(Options options, QObject* parent)
     // The checkup's Startup row reads the entry; it follows every change made from the page.
     connect(loginItem_.get(), &LoginItemModel::statusChanged, panel_.get(), &PanelModel::recompute);
     settingsPage_ = std::make_unique<SettingsPageModel>(*settings_, *battery_, *loginItem_, lock_);
+
+    installer_ = std::make_unique<ServiceInstaller>(*settings_, ServiceInstaller::Helpers::besideThisCopy());
+    macPage_ = std::make_unique<MacPageModel>(
+        *settings_, *installer_,
+        MacPageModel::Sources{.paths = paths_,
+                              .lock = lock_,
+                              .loginItem = [this] { return loginItem_->value().status; },
+                              .updater = [this] { return updater_->state(); },
+                              .clock = &TorvelApp::wallClock});
+    // The page's Startup and Updates rows read these models; their answers change the checkup.
+    connect(loginItem_.get(), &LoginItemModel::statusChanged, macPage_.get(), &MacPageModel::recompute);
+    for (const auto signal : {&Updater::checkingChanged, &Updater::availableChanged,
+                              &Updater::criticalChanged, &Updater::automaticChanged}) {
+        connect(updater_.get(), signal, macPage_.get(), &MacPageModel::recompute);
+    }
+    connect(macPage_.get(), &MacPageModel::checkForUpdatesRequested, updater_.get(), &Updater::checkNow);
+    connect(macPage_.get(), &MacPageModel::loginItemsRequested, settingsPage_.get(),
+            &SettingsPageModel::openStartupApproval);
+    connect(macPage_.get(), &MacPageModel::terminalRequested, this, &TorvelApp::openTerminal);
+
     windows_ = std::make_unique<TorvelWindowController>(TorvelWindowController::Models{
         .settings = *settings_,
         .history = *history_,
@@ -137,14 +159,6 @@ TorvelApp::TorvelApp(Options options, QObject* parent)
         .rememberGeometry = options_.watchDevices,
     });
     connect(windows_.get(), &TorvelWindowController::closeMenuBarPanel, this, &TorvelApp::closePopup);
-    installer_ = std::make_unique<ServiceInstaller>(*settings_, ServiceInstaller::Helpers::besideThisCopy());
-    const PanelModel::Sources userFiles = PanelModel::userFiles();
-    macPage_ = std::make_unique<MacPageModel>(*settings_, *installer_,
-                                              MacPageModel::Sources{.paths = paths_,
-                                                                    .lock = lock_,
-                                                                    .loginItem = userFiles.loginItem,
-                                                                    .updater = userFiles.updater,
-                                                                    .clock = &TorvelApp::wallClock});
 }
 
 TorvelApp::~TorvelApp() {
@@ -272,6 +286,13 @@ void TorvelApp::togglePopup() {
 
 void TorvelApp::openSection(const QString& section) {
     windows_->show(AppSection::named(section.toStdString()).value_or(AppSection::today));
+}
+
+void TorvelApp::openTerminal(const QString& command) {
+    // The line waits on the clipboard as well: not every desktop has a terminal the app can name, and the
+    // one that opens may not take a command.
+    QGuiApplication::clipboard()->setText(command);
+    QProcess::startDetached(QStringLiteral("x-terminal-emulator"), {});
 }
 
 void TorvelApp::closePopup() {

@@ -90,6 +90,8 @@ class TorvelApp : public QObject {
     void togglePopup();
     QQmlApplicationEngine& engine();
     void closePopup();
+    // "Open Terminal": the line that removes the old service is for the user to run.
+    void openTerminal(const QString& command);
 
     Options options_;
     Paths paths_;

@@ -10,6 +10,7 @@
 #include "status/diagnostics.h"
 #include "status/mac_page.h"
 #include "status/service_words.h"
+#include "ui/looks.h"
 
 #ifndef TORVEL_WEBSITE
 #error "the build names the project's web site, privacy page and contact address"
@@ -44,6 +45,26 @@ MacPageModel::FixAction toFixAction(MacPage::Fix::Action action) {
     return MacPageModel::FixAction::none;
 }
 
+Looks::Tone toneOf(Checkup::Level level) {
+    switch (level) {
+        case Checkup::Level::ok:
+            return Looks::Good;
+        case Checkup::Level::todo:
+            return Looks::Todo;
+        case Checkup::Level::broken:
+            return Looks::Broken;
+        case Checkup::Level::off:
+            break;
+    }
+    return Looks::Quiet;
+}
+
+bool isFix(ServiceInstaller::Operation operation) {
+    using Operation = ServiceInstaller::Operation;
+    return operation == Operation::install || operation == Operation::migrate ||
+           operation == Operation::update || operation == Operation::reinstall;
+}
+
 }  // namespace
 
 MacPageModel::MacPageModel(ChargeSettings& settings, ServiceInstaller& installer, Sources sources,
@@ -52,6 +73,11 @@ MacPageModel::MacPageModel(ChargeSettings& settings, ServiceInstaller& installer
     connect(&settings_, &ChargeSettings::changed, this, &MacPageModel::recompute);
     connect(&installer_, &ServiceInstaller::operationChanged, this, &MacPageModel::recompute);
     connect(&installer_, &ServiceInstaller::errorChanged, this, &MacPageModel::recompute);
+    connect(&installer_, &ServiceInstaller::finished, this, [this](ServiceInstaller::Operation operation) {
+        const auto before = propertyValues();
+        lastOperation_ = operation;
+        announce(before);
+    });
     refresh();
 }
 
@@ -109,6 +135,8 @@ void MacPageModel::recompute() {
     subline_ = text(MacPage::subline(checkup, facts));
     const auto fix = MacPage::serviceFix(facts);
     fixTitle_ = fix ? text(fix->title) : QString();
+    // The button that started an operation reads its progress word until it ends.
+    if (fix && isFix(installer_.operation())) fixTitle_ = installer_.progressWord();
     fixAction_ = fix ? toFixAction(fix->action) : FixAction::none;
     fixBusy_ = fix && fix->busy;
 
@@ -117,6 +145,7 @@ void MacPageModel::recompute() {
         rows.push_back(QVariantMap{
             {QStringLiteral("piece"), text(std::string(name(row.piece)))},
             {QStringLiteral("level"), QVariant::fromValue(static_cast<Level>(row.level))},
+            {QStringLiteral("tone"), static_cast<int>(toneOf(row.level))},
             {QStringLiteral("title"), text(row.title)},
             {QStringLiteral("word"), text(row.word)},
             {QStringLiteral("explanation"), text(row.explanation)},
@@ -167,6 +196,41 @@ bool MacPageModel::canReset() const {
 
 bool MacPageModel::canRemove() const {
     return settings_.daemonInstalled() && !installer_.busy();
+}
+
+QString MacPageModel::errorOf(ServiceInstaller::Operation operation) const {
+    return lastOperation_ == operation ? installer_.error() : QString();
+}
+
+QString MacPageModel::fixError() const {
+    if (!isFix(lastOperation_)) return {};
+    // The service's own error is already the Charge service row's explanation; the head only adds what
+    // the row cannot say, such as a replacement that has to be finished in a terminal.
+    if (settings_.serviceError() == installer_.error()) return {};
+    return installer_.error();
+}
+
+QString MacPageModel::terminalCommand() const {
+    return fixAction_ == FixAction::openTerminal ? migrationCommand() : QString();
+}
+
+QString MacPageModel::resetTitle() const {
+    return installer_.operation() == ServiceInstaller::Operation::resetCounter ? installer_.progressWord()
+                                                                               : QStringLiteral("Reset");
+}
+
+QString MacPageModel::resetError() const {
+    return errorOf(ServiceInstaller::Operation::resetCounter);
+}
+
+QString MacPageModel::removeTitle() const {
+    return installer_.operation() == ServiceInstaller::Operation::removeEverything
+               ? installer_.progressWord()
+               : QStringLiteral("Remove and erase data");
+}
+
+QString MacPageModel::removeError() const {
+    return errorOf(ServiceInstaller::Operation::removeEverything);
 }
 
 QString MacPageModel::privacyNote() const {

@@ -46,6 +46,12 @@ class MacPageModel : public QObject {
     Q_PROPERTY(bool canRemove READ canRemove NOTIFY canRemoveChanged)
     Q_PROPERTY(QString operationWord READ operationWord NOTIFY operationWordChanged)
     Q_PROPERTY(QString operationError READ operationError NOTIFY operationErrorChanged)
+    Q_PROPERTY(QString fixError READ fixError NOTIFY fixErrorChanged)
+    Q_PROPERTY(QString terminalCommand READ terminalCommand NOTIFY terminalCommandChanged)
+    Q_PROPERTY(QString resetTitle READ resetTitle NOTIFY resetTitleChanged)
+    Q_PROPERTY(QString resetError READ resetError NOTIFY resetErrorChanged)
+    Q_PROPERTY(QString removeTitle READ removeTitle NOTIFY removeTitleChanged)
+    Q_PROPERTY(QString removeError READ removeError NOTIFY removeErrorChanged)
 
     Q_PROPERTY(QString privacyNote READ privacyNote CONSTANT)
     Q_PROPERTY(QString websiteUrl READ websiteUrl CONSTANT)
@@ -104,6 +110,14 @@ class MacPageModel : public QObject {
     bool canRemove() const;
     QString operationWord() const { return installer_.progressWord(); }
     QString operationError() const { return installer_.error(); }
+    // A failure shows beside the button that started it: the head's fix, Reset, or Remove.
+    QString fixError() const;
+    // The line "Open Terminal" is for, shown under the head while that is the fix.
+    QString terminalCommand() const;
+    QString resetTitle() const;
+    QString resetError() const;
+    QString removeTitle() const;
+    QString removeError() const;
 
     QString privacyNote() const;
     QString websiteUrl() const;
@@ -116,6 +130,9 @@ class MacPageModel : public QObject {
   public slots:
     // Reads everything again; the page calls it as it appears.
     void refresh();
+    // Reads the checkup again without starting the page over; the app calls it when the login item or the
+    // updater change.
+    void recompute();
     void activateFix();
     void copyReport();
     void resetCounter();
@@ -147,6 +164,12 @@ class MacPageModel : public QObject {
     void canRemoveChanged();
     void operationWordChanged();
     void operationErrorChanged();
+    void fixErrorChanged();
+    void terminalCommandChanged();
+    void resetTitleChanged();
+    void resetErrorChanged();
+    void removeTitleChanged();
+    void removeErrorChanged();
     // What the app does on the page's behalf: the updater's check, the system's startup settings, a
     // terminal with the line that removes the old service.
     void checkForUpdatesRequested();
@@ -156,7 +179,7 @@ class MacPageModel : public QObject {
   private:
     std::vector<QVariant> propertyValues() const;
     void announce(const std::vector<QVariant>& before);
-    void recompute();
+    QString errorOf(ServiceInstaller::Operation operation) const;
 
     ChargeSettings& settings_;
     ServiceInstaller& installer_;
@@ -177,6 +200,7 @@ class MacPageModel : public QObject {
     QString forcedDischarge_;
     QString historyOnDisk_;
     bool copied_ = false;
+    ServiceInstaller::Operation lastOperation_ = ServiceInstaller::Operation::none;
 };
 
 }  // namespace torvel::app

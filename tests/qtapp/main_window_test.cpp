@@ -123,9 +123,11 @@ TEST(DesignSystem, EveryBlockLoadsWithoutErrors) {
     QQmlEngine* engine = qmlEngine(rig.app->windows().window());
     ASSERT_NE(engine, nullptr);
     for (const char* block :
-         {"EmberButton", "EmberSegmented", "AdviceSegmented", "PopChoice", "PageHeader", "SettingsCard",
-          "DisclosureCard", "SettingsRow", "RowDivider", "InfoRow", "NoteCard", "SubPage", "SettingCard",
-          "StripCell", "RestingBar", "RollingDigits"}) {
+         {"EmberButton",   "EmberSegmented", "AdviceSegmented", "PopChoice",  "PageHeader",
+          "SettingsCard",  "DisclosureCard", "SettingsRow",     "RowDivider", "InfoRow",
+          "NoteCard",      "SubPage",        "SettingCard",     "StripCell",  "RestingBar",
+          "RollingDigits", "Lamp",           "LampRow",         "HeroHeader", "ConfirmDialog",
+          "PageFooter",    "TextLink"}) {
         QQmlComponent component(engine, QUrl(QStringLiteral("qrc:/Torvel/%1.qml").arg(QLatin1String(block))));
         std::unique_ptr<QObject> made(component.create());
         EXPECT_NE(made, nullptr) << block << ": " << component.errorString().toStdString();

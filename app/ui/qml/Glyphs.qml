@@ -15,6 +15,8 @@ QtObject {
     readonly property string clock: "M4.5 12 A7.5 7.5 0 1 0 7 6.4 M3.5 4 V8 H7.5 M12 8 V12 L14.8 14"
     readonly property string enter: "M9 4.5 H18 A1.5 1.5 0 0 1 19.5 6 V18 A1.5 1.5 0 0 1 18 19.5 H9 M3.5 12 H14 M10.5 8.5 L14 12 L10.5 15.5"
     readonly property string download: "M12 3.5 V15 M7 10 L12 15 L17 10 M5 20 H19"
+    readonly property string cpu: "M7.5 6.5 H16.5 A1 1 0 0 1 17.5 7.5 V16.5 A1 1 0 0 1 16.5 17.5 H7.5 A1 1 0 0 1 6.5 16.5 V7.5 A1 1 0 0 1 7.5 6.5 Z M10 10 H14 V14 H10 Z M10 3.5 V6.5 M14 3.5 V6.5 M10 17.5 V20.5 M14 17.5 V20.5 M3.5 10 H6.5 M3.5 14 H6.5 M17.5 10 H20.5 M17.5 14 H20.5"
+    readonly property string shieldCheck: "M12 3 L19.5 6 V11.5 C19.5 16 16.5 19.5 12 21 C7.5 19.5 4.5 16 4.5 11.5 V6 Z M8.8 12.2 L11.1 14.5 L15.4 9.9"
     readonly property string info: "M12 3 A9 9 0 1 1 11.99 3 Z M12 11 V16.5 M12 7.6 V7.8"
     readonly property string chevronRight: "M9.5 5.5 L16 12 L9.5 18.5"
     readonly property string chevronLeft: "M14.5 5.5 L8 12 L14.5 18.5"

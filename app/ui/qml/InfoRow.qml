@@ -37,6 +37,10 @@ Item {
         }
         TextEdit {
             id: shown
+            // A long value (a list of control files) wraps under itself instead of running off the card.
+            width: Math.min(implicitWidth, row.width - caption.implicitWidth - 16 - (row.icon.length > 0 ? 18 : 0))
+            wrapMode: TextEdit.Wrap
+            horizontalAlignment: TextEdit.AlignRight
             readOnly: true
             selectByMouse: true
             text: row.value

@@ -95,13 +95,7 @@ Window {
     }
     Component {
         id: macPage
-        PlaceholderPage {
-            title: "This Mac"
-            subtitle: "What this machine allows, and the health of the charge service."
-            glyph: Glyphs.laptop
-            cardTitle: "The checkup of every piece will be listed here"
-            cardText: "The service, the limit’s proof, startup, the light, the journal and updates, each with what to do. Until then, the panel’s footer tells the overall state."
-        }
+        MacView {}
     }
     Component {
         id: memoryPage

@@ -7,6 +7,9 @@ Item {
     id: row
     property string label
     property string help
+    // What the row's control just did, or why it failed, under the help.
+    property string note
+    property int noteTone: Looks.Quiet
     readonly property real rowPadding: 13
     readonly property real sidePadding: 18
     default property alias control: slot.data
@@ -37,6 +40,16 @@ Item {
             lineHeight: 1.5
             font: Ember.words(12.5, "regular")
             color: Ember.text2
+        }
+        Text {
+            width: parent.width
+            visible: row.note.length > 0
+            text: row.note
+            wrapMode: Text.WordWrap
+            font: Ember.words(12.5, "semibold")
+            color: Ember.toneText(row.noteTone)
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
         }
     }
     Item {

@@ -1,0 +1,162 @@
+import QtQuick
+import Torvel
+
+// The "This Mac" section: whether everything is in place, the checkup as a list of lamps, the facts a bug
+// report needs and the two actions that cannot be undone.
+Column {
+    id: page
+    spacing: 14
+
+    // The piece names of the checkup's rows, as the model gives them, to their symbols.
+    readonly property var glyphs: ({
+        service: Glyphs.cpu,
+        verified: Glyphs.shieldCheck,
+        login: Glyphs.enter,
+        led: Glyphs.lightbulb,
+        history: Glyphs.clock,
+        updates: Glyphs.download
+    })
+
+    Component.onCompleted: MacPage.refresh()
+
+    HeroHeader {
+        width: parent.width
+        headline: MacPage.headline
+        subline: MacPage.subline
+
+        EmberButton {
+            objectName: "fixButton"
+            visible: MacPage.fixTitle.length > 0
+            prominent: true
+            large: true
+            title: MacPage.fixTitle
+            enabled: MacPage.fixEnabled
+            onClicked: MacPage.activateFix()
+        }
+        NoteCard {
+            // The replacement failed, or has to be finished by hand: the why, and the line to run.
+            visible: MacPage.fixError.length > 0 || MacPage.terminalCommand.length > 0
+            width: Math.min(parent.width, 580)
+            tone: Looks.Broken
+            icon: Glyphs.warning
+            title: MacPage.fixError
+            text: MacPage.terminalCommand
+        }
+    }
+
+    SettingsCard {
+        width: parent.width
+        title: "Checkup"
+        inset: 0
+        Column {
+            width: parent.width
+            Repeater {
+                model: MacPage.rows
+                delegate: Column {
+                    required property var modelData
+                    required property int index
+                    width: parent.width
+                    RowDivider { visible: index > 0 }
+                    LampRow {
+                        width: parent.width
+                        glyph: page.glyphs[modelData.piece] || Glyphs.info
+                        title: modelData.title
+                        explanation: modelData.explanation
+                        tone: modelData.tone
+                        word: modelData.word
+                        button: modelData.button
+                        onButtonClicked: modelData.piece === "updates" ? MacPage.checkForUpdates()
+                                                                       : MacPage.openLoginItems()
+                    }
+                }
+            }
+        }
+    }
+
+    DisclosureCard {
+        objectName: "troubleshooting"
+        width: parent.width
+        title: "Troubleshooting"
+
+        Column {
+            width: parent.width
+            InfoRow { width: parent.width; label: "Mac"; value: MacPage.machine }
+            RowDivider { inset: 0 }
+            InfoRow { width: parent.width; label: "macOS"; value: MacPage.system }
+            RowDivider { inset: 0 }
+            InfoRow { width: parent.width; label: "Torvel"; value: MacPage.appVersion }
+            RowDivider { inset: 0 }
+            InfoRow { width: parent.width; label: "Charge service"; value: MacPage.serviceRunningTime }
+            RowDivider { inset: 0 }
+            InfoRow { width: parent.width; label: "Charge mechanism"; value: MacPage.chargeMechanism }
+            RowDivider { inset: 0 }
+            InfoRow { width: parent.width; label: "Forced discharge"; value: MacPage.forcedDischarge }
+            RowDivider { inset: 0 }
+            InfoRow { width: parent.width; label: "History on disk"; value: MacPage.historyOnDisk }
+            RowDivider { inset: 0 }
+
+            // The rows carry their own side padding; they span the card's whole width.
+            SettingsRow {
+                x: -18
+                width: parent.width + 36
+                label: "Diagnostic report"
+                help: "Everything above in one block, to attach to a bug report. It goes to your clipboard and nowhere else."
+                note: MacPage.copiedNote
+                noteTone: Looks.Good
+                EmberButton {
+                    title: MacPage.copyTitle
+                    onClicked: MacPage.copyReport()
+                }
+            }
+            RowDivider { inset: 0 }
+            SettingsRow {
+                x: -18
+                width: parent.width + 36
+                label: "Reset the counter"
+                help: "The protected-time counter goes back to zero. Your history isn’t touched."
+                note: MacPage.resetError
+                noteTone: Looks.Broken
+                EmberButton {
+                    title: MacPage.resetTitle
+                    enabled: MacPage.canReset
+                    onClicked: MacPage.resetCounter()
+                }
+            }
+            RowDivider { inset: 0 }
+            SettingsRow {
+                x: -18
+                width: parent.width + 36
+                label: "Remove Torvel from this Mac"
+                help: "Charging goes back to macOS straight away."
+                note: MacPage.removeError
+                noteTone: Looks.Broken
+                EmberButton {
+                    objectName: "removeButton"
+                    title: MacPage.removeTitle
+                    destructive: true
+                    enabled: MacPage.canRemove
+                    onClicked: removal.open()
+                }
+            }
+        }
+    }
+
+    PageFooter {
+        width: parent.width
+        note: MacPage.privacyNote
+        links: [
+            { label: "Website", url: MacPage.websiteUrl },
+            { label: "Privacy", url: MacPage.privacyUrl },
+            { label: "Write to us", url: MacPage.contactUrl }
+        ]
+    }
+
+    ConfirmDialog {
+        id: removal
+        objectName: "removalDialog"
+        title: "Remove Torvel’s service and erase its data?"
+        message: "Your settings, statistics and your whole battery history are deleted. Charging goes back to macOS straight away. This can’t be undone."
+        confirmTitle: "Erase everything"
+        onConfirmed: MacPage.removeEverything()
+    }
+}

@@ -1,0 +1,33 @@
+import QtQuick
+import Torvel
+
+// The quiet end of a page: one line in the tertiary colour and a few links under it, centred.
+Column {
+    id: footer
+    property string note
+    // Each link: { label, url }.
+    property var links: []
+    spacing: 8
+    topPadding: 12
+
+    Text {
+        width: parent.width
+        horizontalAlignment: Text.AlignHCenter
+        text: footer.note
+        wrapMode: Text.WordWrap
+        font: Ember.words(12.5, "regular")
+        color: Ember.text3
+    }
+    Row {
+        anchors.horizontalCenter: parent.horizontalCenter
+        spacing: 18
+        Repeater {
+            model: footer.links
+            delegate: TextLink {
+                required property var modelData
+                text: modelData.label
+                url: modelData.url
+            }
+        }
+    }
+}
