@@ -25,6 +25,7 @@
 #include "service/charge_service.h"
 #include "service/charge_settings_model.h"
 #include "status/desktop_notifier.h"
+#include "ui/chart_item.h"
 #include "ui/ember.h"
 #include "ui/panel_model.h"
 
@@ -159,6 +160,7 @@ QQuickWindow* TorvelApp::panelWindow() {
     if (!engine_) {
         qmlRegisterSingletonInstance("Torvel", 1, 0, "Ember", ember_.get());
         qmlRegisterSingletonInstance("Torvel", 1, 0, "Panel", panel_.get());
+        ChartItem::registerType();
         engine_ = std::make_unique<QQmlApplicationEngine>();
     }
     engine_->load(QUrl(QStringLiteral("qrc:/Torvel/Main.qml")));
@@ -234,6 +236,8 @@ void TorvelApp::openSection(const QString& section) {
 }
 
 std::optional<QString> TorvelApp::screenshotPanel(const QString& file) {
+    // The journal is read as start-up reads it, so the readings and the sparkline are the ones a user sees.
+    history_->refresh(settings_->thermalLimit());
     QQuickWindow* window = showPanel();
     if (!window) return QStringLiteral("cannot load the panel view");
     // Let the first reloads of the journal land, so the readings row is the one a user would see.

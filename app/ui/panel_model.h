@@ -8,6 +8,7 @@
 #include "battery/system_lock.h"
 #include "extras/login_item.h"
 #include "extras/updater.h"
+#include "ui/chart_model.h"
 
 namespace torvel::app {
 
@@ -38,6 +39,8 @@ class PanelModel : public QObject {
     Q_PROPERTY(QString footerLine READ footerLine NOTIFY changed)
     Q_PROPERTY(QString checkupLevel READ checkupLevel NOTIFY changed)
     Q_PROPERTY(QString version READ version CONSTANT)
+    Q_PROPERTY(torvel::app::ChartModel* sparkline READ sparkline CONSTANT)
+    Q_PROPERTY(bool hasSparkline READ hasSparkline NOTIFY changed)
 
   public:
     static constexpr int lowestLimit = 20;
@@ -72,6 +75,9 @@ class PanelModel : public QObject {
     QString footerLine() const { return footerLine_; }
     QString checkupLevel() const { return checkupLevel_; }
     static QString version();
+    // The last 24 hours against the limit, once the journal holds something to draw.
+    ChartModel* sparkline() { return &sparkline_; }
+    bool hasSparkline() const { return sparkline_.series().buckets.size() >= 2; }
 
     static int clampLimit(int limit);
 
@@ -104,6 +110,7 @@ class PanelModel : public QObject {
     QString tone_;
     QString footerLine_;
     QString checkupLevel_;
+    ChartModel sparkline_;
 };
 
 }  // namespace torvel::app
