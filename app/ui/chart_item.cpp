@@ -107,9 +107,11 @@ ChartStyle ChartItem::style() const {
     QColor fill = Ember::ember();
     fill.setAlphaF(palette.dark() ? 0.22f : 0.18f);
     QColor limit = Ember::ember();
-    limit.setAlphaF(0.75f);
+    limit.setAlphaF(0.8f);
     QColor heat = Ember::stop();
-    heat.setAlphaF(0.55f);
+    heat.setAlphaF(0.7f);
+    QColor marker = palette.text3();
+    marker.setAlphaF(0.6f);
     // On the sparkline plugged time is a strip under the line: full-height bands would drown a small chart.
     const QColor band = sparkline ? palette.track() : palette.zone();
     return {
@@ -120,7 +122,8 @@ ChartStyle ChartItem::style() const {
         .limit = limit,
         .temperature = palette.text3(),
         .heat = heat,
-        .marker = palette.text3(),
+        .marker = marker,
+        .halo = palette.screen(),
         .chargeWidth = sparkline ? 1.75 : 2.0,
         .quietWidth = 1.25,
         .bandHeight = sparkline ? 3.0 : 0.0,
@@ -140,6 +143,7 @@ QSGNode* ChartItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
         return nullptr;
     }
     ChartScene drawn = scene();
+
     if (window()->rendererInterface()->graphicsApi() == QSGRendererInterface::Software) {
         auto* node = dynamic_cast<PaintedChart*>(old);
         if (!node) {
@@ -165,6 +169,9 @@ void ChartItem::geometryChange(const QRectF& now, const QRectF& before) {
 }
 
 void ChartItem::hoverMoveEvent(QHoverEvent* event) {
+    // Qt Quick repeats the last hover on every frame, and enters items under a pointer it has only assumed;
+    // only a pointer that moved may take the selection from the arrow keys.
+    if (event->position() == event->oldPosF()) return;
     if (model_ && width() > 0) model_->select(event->position().x() / width());
 }
 

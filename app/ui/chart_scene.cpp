@@ -13,23 +13,34 @@ namespace {
 
 using Vertex = QSGGeometry::ColoredPoint2D;
 
-// Dashes of a horizontal level line: long enough to read as a line, open enough to read as a threshold.
-constexpr qreal dash = 4;
-constexpr qreal dashGap = 3;
+// The charge limit is dashed and the heat limit dotted, so the two thresholds differ without a legend.
+struct Dashes {
+    qreal on = 0;
+    qreal off = 0;
+};
+constexpr Dashes limitDashes{6, 4};
+constexpr Dashes heatDashes{2, 3};
+
+qreal areaTop(const ChartScene::Area& area) {
+    qreal top = area.baseline;
+    for (const auto& point : area.top) top = std::min(top, point.y());
+    return top;
+}
 
 QPointF toPixels(const ChartPlot::Point& point, QSizeF size) {
     return {point.x * size.width(), (1.0 - point.y) * size.height()};
 }
 
-void addLevel(ChartScene& scene, double level, QSizeF size, const QColor& colour, qreal width, bool dashed) {
+void addLevel(ChartScene& scene, double level, QSizeF size, const QColor& colour, qreal width,
+              std::optional<Dashes> dashes = {}) {
     // Snapped to the pixel grid so a one-pixel level stays crisp in both renderers.
     const qreal y = std::round((1.0 - level) * size.height() - width / 2) + width / 2;
-    if (!dashed) {
+    if (!dashes) {
         scene.lines.push_back({{{0, y}, {size.width(), y}}, colour, width});
         return;
     }
-    for (qreal x = 0; x < size.width(); x += dash + dashGap) {
-        scene.lines.push_back({{{x, y}, {std::min(x + dash, size.width()), y}}, colour, width});
+    for (qreal x = 0; x < size.width(); x += dashes->on + dashes->off) {
+        scene.lines.push_back({{{x, y}, {std::min(x + dashes->on, size.width()), y}}, colour, width});
     }
 }
 
@@ -64,6 +75,12 @@ struct Mesh {
         const auto& points = polyline.points;
         if (points.size() < 2) return;
         const qreal half = polyline.width / 2;
+        // Grid lines, levels and the marker are snapped to pixels already; a fringe would only blur them.
+        if (points.size() == 2 && (points[0].x() == points[1].x() || points[0].y() == points[1].y())) {
+            const QPointF grow(points[0].x() == points[1].x() ? half : 0,
+                               points[0].y() == points[1].y() ? half : 0);
+            return rect(QRectF(points[0] - grow, points[1] + grow).normalized(), polyline.colour);
+        }
         const QColor clear =
             QColor(polyline.colour.red(), polyline.colour.green(), polyline.colour.blue(), 0);
         std::vector<QPointF> normals(points.size());
@@ -95,12 +112,22 @@ struct Mesh {
         }
     }
 
+    // The fill fades linearly from the run's highest point to the baseline, as the painted gradient does;
+    // each vertex takes its own share, so the triangles' seams do not show.
     void area(const ChartScene::Area& area) {
+        if (area.top.size() < 2) return;
+        const qreal highest = areaTop(area);
+        const qreal depth = std::max(area.baseline - highest, 1.0);
+        const auto at = [&](QPointF point) {
+            QColor colour = area.colour;
+            colour.setAlphaF(static_cast<float>(area.colour.alphaF() * (area.baseline - point.y()) / depth));
+            return colour;
+        };
         const QColor low = QColor(area.colour.red(), area.colour.green(), area.colour.blue(), 0);
         for (std::size_t i = 0; i + 1 < area.top.size(); ++i) {
             const QPointF a = area.top[i];
             const QPointF b = area.top[i + 1];
-            quad(a, area.colour, b, area.colour, {b.x(), area.baseline}, low, {a.x(), area.baseline}, low);
+            quad(a, at(a), b, at(b), {b.x(), area.baseline}, low, {a.x(), area.baseline}, low);
         }
     }
 
@@ -131,19 +158,19 @@ ChartScene ChartScene::compose(const ChartPlot& plot, QSizeF size, const ChartSt
         scene.bands.emplace_back(QPointF(band.from * size.width(), top),
                                  QPointF(band.to * size.width(), size.height()));
     }
-    for (const auto& tick : plot.chargeTicks) addLevel(scene, tick.at, size, style.grid, 1, false);
+    for (const auto& tick : plot.chargeTicks) addLevel(scene, tick.at, size, style.grid, 1);
     for (const auto& tick : plot.timeTicks) {
         const qreal x = std::round(tick.at * size.width() - 0.5) + 0.5;
         scene.lines.push_back({{{x, 0}, {x, size.height()}}, style.grid, 1});
     }
-    if (plot.heatLevel) addLevel(scene, *plot.heatLevel, size, style.heat, 1, true);
+    if (plot.heatLevel) addLevel(scene, *plot.heatLevel, size, style.heat, 1, heatDashes);
     for (const auto& run : plot.temperature) {
         Line line{{}, style.temperature, style.quietWidth};
         line.points.reserve(run.size());
         for (const auto& point : run) line.points.push_back(toPixels(point, size));
         scene.lines.push_back(std::move(line));
     }
-    if (plot.limitLevel) addLevel(scene, *plot.limitLevel, size, style.limit, 1, true);
+    if (plot.limitLevel) addLevel(scene, *plot.limitLevel, size, style.limit, 1, limitDashes);
     for (const auto& run : plot.charge) {
         Line line{{}, style.charge, style.chargeWidth};
         line.points.reserve(run.size());
@@ -155,7 +182,9 @@ ChartScene ChartScene::compose(const ChartPlot& plot, QSizeF size, const ChartSt
         const QPointF at = toPixels(*selection, size);
         const qreal x = std::round(at.x() - 0.5) + 0.5;
         scene.lines.push_back({{{x, 0}, {x, size.height()}}, style.marker, 1});
-        scene.dots.push_back({at, style.chargeWidth + 2.5, style.charge});
+        // A ring of the surface around the dot lifts it off the line it sits on.
+        scene.dots.push_back({at, style.chargeWidth + 4, style.halo});
+        scene.dots.push_back({at, style.chargeWidth + 2, style.charge});
     }
     return scene;
 }
@@ -179,10 +208,7 @@ void paint(QPainter& painter, const ChartScene& scene) {
         for (const auto& point : area.top) path.lineTo(point);
         path.lineTo(area.top.back().x(), area.baseline);
         path.closeSubpath();
-        const qreal top = std::min_element(area.top.begin(), area.top.end(), [](QPointF a, QPointF b) {
-                              return a.y() < b.y();
-                          })->y();
-        QLinearGradient gradient(0, top, 0, area.baseline);
+        QLinearGradient gradient(0, areaTop(area), 0, area.baseline);
         gradient.setColorAt(0, area.colour);
         gradient.setColorAt(1, QColor(area.colour.red(), area.colour.green(), area.colour.blue(), 0));
         painter.fillPath(path, gradient);

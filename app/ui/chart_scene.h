@@ -24,6 +24,7 @@ struct ChartStyle {
     QColor temperature;
     QColor heat;
     QColor marker;
+    QColor halo;
     qreal chargeWidth = 2;
     qreal quietWidth = 1.25;
     // Plugged time fills the plot's height, or lies as a strip this high along its bottom.

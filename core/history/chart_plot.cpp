@@ -49,12 +49,13 @@ std::vector<ChartPlot::Tick> ChartPlot::ticksFor(Instant start, Instant end) {
     const auto firstDay = Dates::startOfLocalDay(start);
     if (!firstDay) return {};
     if (span <= 1.5 * day) {
-        // Every six hours on the clock, also on the days the clock changes.
+        // Every six hours on the clock, also on the days the clock changes. The end is left out: it is the
+        // right edge, and a day chart would name midnight twice.
         skeleton = "j";
-        for (Instant midnight = *firstDay; midnight <= end;) {
+        for (Instant midnight = *firstDay; midnight < end;) {
             for (int h = 0; h < 24; h += 6) {
                 const auto at = Dates::atLocalHour(midnight, h);
-                if (at && *at >= start && *at <= end) instants.push_back(*at);
+                if (at && *at >= start && *at < end) instants.push_back(*at);
             }
             const auto next = Dates::addLocalDays(midnight, 1);
             if (!next || *next <= midnight) break;
@@ -65,7 +66,7 @@ std::vector<ChartPlot::Tick> ChartPlot::ticksFor(Instant start, Instant end) {
         const bool week = span <= 8 * day;
         skeleton = week ? "EEE" : "MMMd";
         std::vector<Instant> midnights;
-        for (auto midnight = Dates::addLocalDays(start, 0); midnight && *midnight <= end;
+        for (auto midnight = Dates::addLocalDays(start, 0); midnight && *midnight < end;
              midnight = Dates::addLocalDays(*midnight, 1)) {
             if (*midnight >= start) midnights.push_back(*midnight);
         }
