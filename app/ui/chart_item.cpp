@@ -13,6 +13,8 @@ namespace torvel::app {
 
 namespace {
 
+constexpr qreal overhang = 8;
+
 // The software renderer ignores custom geometry; it hands render nodes its painter instead.
 class PaintedChart : public QSGRenderNode {
   public:
@@ -105,7 +107,7 @@ ChartStyle ChartItem::style() const {
     const Ember& palette = ember_ ? *ember_ : light_;
     const bool sparkline = sparkline_;
     QColor fill = Ember::ember();
-    fill.setAlphaF(palette.dark() ? 0.22f : 0.18f);
+    fill.setAlphaF(palette.dark() ? 0.18f : 0.16f);
     QColor limit = Ember::ember();
     limit.setAlphaF(0.8f);
     QColor heat = Ember::stop();
@@ -127,6 +129,7 @@ ChartStyle ChartItem::style() const {
         .chargeWidth = sparkline ? 1.75 : 2.0,
         .quietWidth = 1.25,
         .bandHeight = sparkline ? 3.0 : 0.0,
+        .latestDot = sparkline,
     };
 }
 
@@ -150,7 +153,8 @@ QSGNode* ChartItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
             delete old;
             node = new PaintedChart(window());
         }
-        node->setScene(std::move(drawn), boundingRect());
+        // Dots at the ends reach past the plot by their radius.
+        node->setScene(std::move(drawn), boundingRect().adjusted(-overhang, -overhang, overhang, overhang));
         return node;
     }
     QSGGeometryNode* node = meshNode(old);

@@ -178,6 +178,11 @@ ChartScene ChartScene::compose(const ChartPlot& plot, QSizeF size, const ChartSt
         scene.areas.push_back({line.points, size.height(), style.fill});
         scene.lines.push_back(std::move(line));
     }
+    if (style.latestDot && !plot.charge.empty() && !selection) {
+        const QPointF at = toPixels(plot.charge.back().back(), size);
+        scene.dots.push_back({at, style.chargeWidth + 2.5, style.halo});
+        scene.dots.push_back({at, style.chargeWidth + 1, style.charge});
+    }
     if (selection) {
         const QPointF at = toPixels(*selection, size);
         const qreal x = std::round(at.x() - 0.5) + 0.5;

@@ -29,6 +29,8 @@ struct ChartStyle {
     qreal quietWidth = 1.25;
     // Plugged time fills the plot's height, or lies as a strip this high along its bottom.
     qreal bandHeight = 0;
+    // A dot on the latest reading, where a glance at a sparkline ends.
+    bool latestDot = false;
 };
 
 // A laid-out plot scaled to pixels: what either renderer draws, in order.
