@@ -44,29 +44,41 @@ void addLevel(ChartScene& scene, double level, QSizeF size, const QColor& colour
     }
 }
 
+// A colour as the vertex material takes it: premultiplied bytes, worked out once per shape, not per vertex.
+struct Ink {
+    unsigned char r = 0, g = 0, b = 0, a = 0;
+
+    static Ink of(const QColor& colour, qreal share = 1) {
+        const QColor rgb = colour.toRgb();
+        const qreal alpha = std::clamp(rgb.alphaF() * share, 0.0, 1.0);
+        const auto byte = [alpha](qreal channel) {
+            return static_cast<unsigned char>(std::lround(channel * alpha * 255));
+        };
+        return {byte(rgb.redF()), byte(rgb.greenF()), byte(rgb.blueF()),
+                static_cast<unsigned char>(std::lround(alpha * 255))};
+    }
+};
+
 struct Mesh {
     std::vector<Vertex> vertices;
 
-    void triangle(QPointF a, QColor ca, QPointF b, QColor cb, QPointF c, QColor cc) {
-        for (const auto& [p, colour] : {std::pair{a, ca}, std::pair{b, cb}, std::pair{c, cc}}) {
-            const QColor pre = colour.toRgb();
-            const float alpha = pre.alphaF();
-            Vertex v;
-            v.set(static_cast<float>(p.x()), static_cast<float>(p.y()),
-                  static_cast<unsigned char>(std::lround(pre.redF() * alpha * 255)),
-                  static_cast<unsigned char>(std::lround(pre.greenF() * alpha * 255)),
-                  static_cast<unsigned char>(std::lround(pre.blueF() * alpha * 255)),
-                  static_cast<unsigned char>(std::lround(alpha * 255)));
-            vertices.push_back(v);
-        }
+    void vertex(QPointF p, Ink ink) {
+        Vertex v;
+        v.set(static_cast<float>(p.x()), static_cast<float>(p.y()), ink.r, ink.g, ink.b, ink.a);
+        vertices.push_back(v);
     }
-    void quad(QPointF a, QColor ca, QPointF b, QColor cb, QPointF c, QColor cc, QPointF d, QColor cd) {
-        triangle(a, ca, b, cb, c, cc);
-        triangle(a, ca, c, cc, d, cd);
+    void triangle(QPointF a, Ink ia, QPointF b, Ink ib, QPointF c, Ink ic) {
+        vertex(a, ia);
+        vertex(b, ib);
+        vertex(c, ic);
+    }
+    void quad(QPointF a, Ink ia, QPointF b, Ink ib, QPointF c, Ink ic, QPointF d, Ink id) {
+        triangle(a, ia, b, ib, c, ic);
+        triangle(a, ia, c, ic, d, id);
     }
 
-    void rect(const QRectF& r, const QColor& colour) {
-        quad(r.topLeft(), colour, r.topRight(), colour, r.bottomRight(), colour, r.bottomLeft(), colour);
+    void rect(const QRectF& r, Ink ink) {
+        quad(r.topLeft(), ink, r.topRight(), ink, r.bottomRight(), ink, r.bottomLeft(), ink);
     }
 
     // A polyline with mitred joins: each vertex is pushed out along the mean of its segments' normals, so
@@ -75,22 +87,22 @@ struct Mesh {
         const auto& points = polyline.points;
         if (points.size() < 2) return;
         const qreal half = polyline.width / 2;
+        const Ink ink = Ink::of(polyline.colour);
         // Grid lines, levels and the marker are snapped to pixels already; a fringe would only blur them.
         if (points.size() == 2 && (points[0].x() == points[1].x() || points[0].y() == points[1].y())) {
             const QPointF grow(points[0].x() == points[1].x() ? half : 0,
                                points[0].y() == points[1].y() ? half : 0);
-            return rect(QRectF(points[0] - grow, points[1] + grow).normalized(), polyline.colour);
+            return rect(QRectF(points[0] - grow, points[1] + grow).normalized(), ink);
         }
-        const QColor clear =
-            QColor(polyline.colour.red(), polyline.colour.green(), polyline.colour.blue(), 0);
-        std::vector<QPointF> normals(points.size());
+        const Ink clear;
+        normals.resize(points.size());
         const auto normalOf = [&](std::size_t from) {
             const QPointF d = points[from + 1] - points[from];
             const qreal length = std::hypot(d.x(), d.y());
             return length > 0 ? QPointF(-d.y() / length, d.x() / length) : QPointF(0, -1);
         };
+        QPointF before = normalOf(0);
         for (std::size_t i = 0; i < points.size(); ++i) {
-            const QPointF before = i > 0 ? normalOf(i - 1) : normalOf(i);
             const QPointF after = i + 1 < points.size() ? normalOf(i) : before;
             QPointF mean = before + after;
             const qreal length = std::hypot(mean.x(), mean.y());
@@ -98,17 +110,17 @@ struct Mesh {
             // Long mitres at sharp turns are capped; a near-vertical step of the charge stays thin enough.
             const qreal cosine = std::max(QPointF::dotProduct(mean, after), 0.5);
             normals[i] = mean / cosine;
+            before = after;
         }
+        vertices.reserve(vertices.size() + 18 * (points.size() - 1));
         for (std::size_t i = 0; i + 1 < points.size(); ++i) {
             const QPointF a = points[i];
             const QPointF b = points[i + 1];
-            const QPointF na = normals[i];
-            const QPointF nb = normals[i + 1];
-            const QPointF aIn = na * half, bIn = nb * half, aOut = na * (half + 1), bOut = nb * (half + 1);
-            const QColor& c = polyline.colour;
-            quad(a + aOut, clear, b + bOut, clear, b + bIn, c, a + aIn, c);
-            quad(a + aIn, c, b + bIn, c, b - bIn, c, a - aIn, c);
-            quad(a - aIn, c, b - bIn, c, b - bOut, clear, a - aOut, clear);
+            const QPointF aIn = normals[i] * half, bIn = normals[i + 1] * half;
+            const QPointF aOut = normals[i] * (half + 1), bOut = normals[i + 1] * (half + 1);
+            quad(a + aOut, clear, b + bOut, clear, b + bIn, ink, a + aIn, ink);
+            quad(a + aIn, ink, b + bIn, ink, b - bIn, ink, a - aIn, ink);
+            quad(a - aIn, ink, b - bIn, ink, b - bOut, clear, a - aOut, clear);
         }
     }
 
@@ -116,35 +128,39 @@ struct Mesh {
     // each vertex takes its own share, so the triangles' seams do not show.
     void area(const ChartScene::Area& area) {
         if (area.top.size() < 2) return;
-        const qreal highest = areaTop(area);
-        const qreal depth = std::max(area.baseline - highest, 1.0);
-        const auto at = [&](QPointF point) {
-            QColor colour = area.colour;
-            colour.setAlphaF(static_cast<float>(area.colour.alphaF() * (area.baseline - point.y()) / depth));
-            return colour;
-        };
-        const QColor low = QColor(area.colour.red(), area.colour.green(), area.colour.blue(), 0);
+        const qreal depth = std::max(area.baseline - areaTop(area), 1.0);
+        const QColor colour = area.colour;
+        const auto at = [&](QPointF point) { return Ink::of(colour, (area.baseline - point.y()) / depth); };
+        const Ink low;
+        vertices.reserve(vertices.size() + 6 * (area.top.size() - 1));
+        Ink previous = at(area.top.front());
         for (std::size_t i = 0; i + 1 < area.top.size(); ++i) {
             const QPointF a = area.top[i];
             const QPointF b = area.top[i + 1];
-            quad(a, at(a), b, at(b), {b.x(), area.baseline}, low, {a.x(), area.baseline}, low);
+            const Ink next = at(b);
+            quad(a, previous, b, next, {b.x(), area.baseline}, low, {a.x(), area.baseline}, low);
+            previous = next;
         }
     }
 
     void dot(const ChartScene::Dot& dot) {
         constexpr int segments = 24;
-        const QColor clear = QColor(dot.colour.red(), dot.colour.green(), dot.colour.blue(), 0);
+        const Ink ink = Ink::of(dot.colour);
+        const Ink clear;
+        const QPointF c = dot.centre;
         for (int i = 0; i < segments; ++i) {
             const qreal a0 = 2 * M_PI * i / segments;
             const qreal a1 = 2 * M_PI * (i + 1) / segments;
             const QPointF u0(std::cos(a0), std::sin(a0));
             const QPointF u1(std::cos(a1), std::sin(a1));
-            const QPointF c = dot.centre;
-            triangle(c, dot.colour, c + u0 * dot.radius, dot.colour, c + u1 * dot.radius, dot.colour);
-            quad(c + u0 * dot.radius, dot.colour, c + u1 * dot.radius, dot.colour, c + u1 * (dot.radius + 1),
-                 clear, c + u0 * (dot.radius + 1), clear);
+            triangle(c, ink, c + u0 * dot.radius, ink, c + u1 * dot.radius, ink);
+            quad(c + u0 * dot.radius, ink, c + u1 * dot.radius, ink, c + u1 * (dot.radius + 1), clear,
+                 c + u0 * (dot.radius + 1), clear);
         }
     }
+
+  private:
+    std::vector<QPointF> normals;
 };
 
 }  // namespace
@@ -196,7 +212,7 @@ ChartScene ChartScene::compose(const ChartPlot& plot, QSizeF size, const ChartSt
 
 std::vector<QSGGeometry::ColoredPoint2D> tessellate(const ChartScene& scene) {
     Mesh mesh;
-    for (const auto& band : scene.bands) mesh.rect(band, scene.bandColour);
+    for (const auto& band : scene.bands) mesh.rect(band, Ink::of(scene.bandColour));
     for (const auto& area : scene.areas) mesh.area(area);
     for (const auto& line : scene.lines) mesh.line(line);
     for (const auto& dot : scene.dots) mesh.dot(dot);
