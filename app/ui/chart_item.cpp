@@ -107,11 +107,15 @@ ChartStyle ChartItem::style() const {
     const Ember& palette = ember_ ? *ember_ : light_;
     const bool sparkline = sparkline_;
     QColor fill = Ember::ember();
-    fill.setAlphaF(palette.dark() ? 0.18f : 0.16f);
+    // A sparkline is mostly its fill; on a chart that is read the fill stays behind the bands and lines.
+    fill.setAlphaF(sparkline ? (palette.dark() ? 0.18f : 0.16f) : (palette.dark() ? 0.12f : 0.12f));
     QColor limit = Ember::ember();
     limit.setAlphaF(0.8f);
     QColor heat = Ember::stop();
     heat.setAlphaF(0.7f);
+    // Temperature is context for the charge, not a second headline.
+    QColor temperature = palette.text3();
+    temperature.setAlphaF(0.6f);
     QColor marker = palette.text3();
     marker.setAlphaF(0.6f);
     // On the sparkline plugged time is a strip under the line: full-height bands would drown a small chart.
@@ -122,7 +126,7 @@ ChartStyle ChartItem::style() const {
         .band = band,
         .grid = palette.hair(),
         .limit = limit,
-        .temperature = palette.text3(),
+        .temperature = temperature,
         .heat = heat,
         .marker = marker,
         .halo = palette.screen(),
