@@ -131,7 +131,7 @@ ChartStyle ChartItem::style() const {
         .marker = marker,
         .halo = palette.screen(),
         .chargeWidth = sparkline ? 1.75 : 2.0,
-        .quietWidth = 1.25,
+        .quietWidth = 1,
         .bandHeight = sparkline ? 3.0 : 0.0,
         .latestDot = sparkline,
     };

@@ -237,9 +237,27 @@ void paint(QPainter& painter, const ChartScene& scene) {
         gradient.setColorAt(1, QColor(area.colour.red(), area.colour.green(), area.colour.blue(), 0));
         painter.fillPath(path, gradient);
     }
+    std::vector<QLineF> segments;
     for (const auto& line : scene.lines) {
         if (line.points.size() < 2) continue;
-        QPen pen(line.colour, line.width, Qt::SolidLine, Qt::FlatCap, Qt::RoundJoin);
+        if (line.colour.alpha() == 255 && line.points.size() > 2) {
+            // The raster engine strokes a long polyline as one outline, which costs a frame's budget at a
+            // minute a point; separate segments take its line rasterizer instead. Their square ends overlap
+            // at the joins, which only an opaque line can afford.
+            painter.setPen(QPen(line.colour, line.width, Qt::SolidLine, Qt::SquareCap));
+            segments.clear();
+            for (std::size_t i = 0; i + 1 < line.points.size(); ++i) {
+                segments.emplace_back(line.points[i], line.points[i + 1]);
+            }
+            painter.drawLines(segments.data(), static_cast<int>(segments.size()));
+            continue;
+        }
+        QPen pen(line.colour, line.width, Qt::SolidLine, Qt::FlatCap, Qt::BevelJoin);
+        // A hairline is drawn by the cosmetic stroker, which is fast and never covers a pixel twice.
+        if (line.width <= 1) {
+            pen.setCosmetic(true);
+            pen.setWidthF(line.width * painter.device()->devicePixelRatioF());
+        }
         painter.setPen(pen);
         painter.drawPolyline(line.points.data(), static_cast<int>(line.points.size()));
     }

@@ -26,7 +26,7 @@ struct ChartStyle {
     QColor marker;
     QColor halo;
     qreal chargeWidth = 2;
-    qreal quietWidth = 1.25;
+    qreal quietWidth = 1;
     // Plugged time fills the plot's height, or lies as a strip this high along its bottom.
     qreal bandHeight = 0;
     // A dot on the latest reading, where a glance at a sparkline ends.
