@@ -10,7 +10,8 @@ QVariantList tickList(const std::vector<ChartPlot::Tick>& ticks) {
     QVariantList list;
     for (const auto& tick : ticks) {
         list << QVariantMap{{QStringLiteral("at"), tick.at},
-                            {QStringLiteral("label"), QString::fromStdString(tick.label)}};
+                            {QStringLiteral("label"), QString::fromStdString(tick.label)},
+                            {QStringLiteral("labelAt"), tick.labelAt}};
     }
     return list;
 }

@@ -77,7 +77,16 @@ std::vector<ChartPlot::Tick> ChartPlot::ticksFor(Instant start, Instant end) {
     const auto labels = Dates::fromSkeleton(instants, skeleton, Fmt::locale());
     std::vector<Tick> ticks;
     for (std::size_t i = 0; i < instants.size() && i < labels.size(); ++i) {
-        ticks.push_back({(instants[i] - start) / span, labels[i]});
+        const double at = (instants[i] - start) / span;
+        double labelAt = at;
+        if (skeleton == "EEE") {
+            // A weekday names the whole day, so it sits between its midnights (today's ends at the edge).
+            const double dayEnd =
+                i + 1 < instants.size() ? instants[i + 1] : std::min(instants[i] + day, end);
+            labelAt = (instants[i] + dayEnd) / 2;
+            labelAt = (labelAt - start) / span;
+        }
+        ticks.push_back({at, labels[i], labelAt});
     }
     return ticks;
 }
@@ -88,8 +97,10 @@ ChartPlot ChartPlot::lay(const ChartSeries& series, const Frame& frame) {
     if (frame.temperature && frame.thermalLimit) plot.heatLevel = temperatureLevel(*frame.thermalLimit);
     if (frame.ticks) {
         plot.timeTicks = ticksFor(series.start, series.end);
-        for (const int pct : {0, 50, 100})
-            plot.chargeTicks.push_back({chargeLevel(pct, frame.lowest), Fmt::percent(pct)});
+        for (const int pct : {0, 50, 100}) {
+            const double level = chargeLevel(pct, frame.lowest);
+            plot.chargeTicks.push_back({level, Fmt::percent(pct), level});
+        }
     }
     const auto& buckets = series.buckets;
     const int slotCount = std::max(frame.slotCount, 1);

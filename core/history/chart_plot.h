@@ -26,6 +26,8 @@ struct ChartPlot {
     struct Tick {
         double at = 0;
         std::string label;
+        // Where the label is centred: on its line, or in the middle of the day it names.
+        double labelAt = 0;
         bool operator==(const Tick&) const = default;
     };
 

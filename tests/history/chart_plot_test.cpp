@@ -154,7 +154,11 @@ TEST(ChartPlotTicks, FollowTheLocalClockAcrossADaylightSavingChange) {
     const Instant march24 = *Dates::parseIsoDay("2025-03-24");
     const auto week = ChartPlot::ticksFor(march24, march30 + 12 * 3600);
     EXPECT_EQ(labels(week), (std::vector<std::string>{"Mon", "Tue", "Wed", "Thu", "Fri", "Sat", "Sun"}));
-    EXPECT_DOUBLE_EQ(week.back().at, (march30 - march24) / (march30 + 12 * 3600 - march24));
+    const double weekSpan = march30 + 12 * 3600 - march24;
+    EXPECT_DOUBLE_EQ(week.back().at, (march30 - march24) / weekSpan);
+    // Weekdays sit in the middle of their day; today's ends at the chart's edge.
+    EXPECT_DOUBLE_EQ(week.front().labelAt, 12 * 3600 / weekSpan);
+    EXPECT_DOUBLE_EQ(week.back().labelAt, (march30 + 6 * 3600 - march24) / weekSpan);
 
     // A month: every seventh midnight, counted back from the last.
     const auto month = ChartPlot::ticksFor(*Dates::parseIsoDay("2025-03-01"), march30 + 12 * 3600);

@@ -67,8 +67,8 @@ Item {
         model: chart.model ? chart.model.timeTicks : []
         delegate: Text {
             required property var modelData
-            // Centred on its grid line, kept inside the plot at either end.
-            x: plot.x + Math.max(0, Math.min(plot.width - width, modelData.at * plot.width - width / 2))
+            // Centred where the model places it, kept inside the plot at either end.
+            x: plot.x + Math.max(0, Math.min(plot.width - width, modelData.labelAt * plot.width - width / 2))
             y: plot.y + plot.height + 6
             text: modelData.label
             font: Ember.words(11, "medium")
