@@ -175,35 +175,35 @@ ChartScene ChartScene::compose(const ChartPlot& plot, QSizeF size, const ChartSt
                                  QPointF(band.to * size.width(), size.height()));
     }
     // Above a plugged strip the lines keep a little air, so a low charge never runs along the strip.
-    const QSizeF lines =
+    const QSizeF plotArea =
         style.bandHeight > 0 ? QSizeF(size.width(), size.height() - style.bandHeight - 3) : size;
-    for (const auto& tick : plot.chargeTicks) addLevel(scene, tick.at, lines, style.grid, 1);
+    for (const auto& tick : plot.chargeTicks) addLevel(scene, tick.at, plotArea, style.grid, 1);
     for (const auto& tick : plot.timeTicks) {
         const qreal x = std::round(tick.at * size.width() - 0.5) + 0.5;
         scene.lines.push_back({{{x, 0}, {x, size.height()}}, style.grid, 1});
     }
-    if (plot.heatLevel) addLevel(scene, *plot.heatLevel, lines, style.heat, 1, heatDashes);
+    if (plot.heatLevel) addLevel(scene, *plot.heatLevel, plotArea, style.heat, 1, heatDashes);
     for (const auto& run : plot.temperature) {
         Line line{{}, style.temperature, style.quietWidth};
         line.points.reserve(run.size());
-        for (const auto& point : run) line.points.push_back(toPixels(point, lines));
+        for (const auto& point : run) line.points.push_back(toPixels(point, plotArea));
         scene.lines.push_back(std::move(line));
     }
-    if (plot.limitLevel) addLevel(scene, *plot.limitLevel, lines, style.limit, 1, limitDashes);
+    if (plot.limitLevel) addLevel(scene, *plot.limitLevel, plotArea, style.limit, 1, limitDashes);
     for (const auto& run : plot.charge) {
         Line line{{}, style.charge, style.chargeWidth};
         line.points.reserve(run.size());
-        for (const auto& point : run) line.points.push_back(toPixels(point, lines));
-        scene.areas.push_back({line.points, lines.height(), style.fill});
+        for (const auto& point : run) line.points.push_back(toPixels(point, plotArea));
+        scene.areas.push_back({line.points, plotArea.height(), style.fill});
         scene.lines.push_back(std::move(line));
     }
     if (style.latestDot && !plot.charge.empty() && !selection) {
-        const QPointF at = toPixels(plot.charge.back().back(), lines);
+        const QPointF at = toPixels(plot.charge.back().back(), plotArea);
         scene.dots.push_back({at, style.chargeWidth + 2.5, style.halo});
         scene.dots.push_back({at, style.chargeWidth + 1, style.charge});
     }
     if (selection) {
-        const QPointF at = toPixels(*selection, lines);
+        const QPointF at = toPixels(*selection, plotArea);
         const qreal x = std::round(at.x() - 0.5) + 0.5;
         scene.lines.push_back({{{x, 0}, {x, size.height()}}, style.marker, 1});
         // A ring of the surface around the dot lifts it off the line it sits on.
