@@ -3,7 +3,7 @@
 #include <QPointer>
 #include <QQuickItem>
 
-#include "ui/chart_model.h"
+#include "history/chart_model.h"
 #include "ui/chart_scene.h"
 #include "ui/ember.h"
 

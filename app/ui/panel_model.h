@@ -8,7 +8,7 @@
 #include "battery/system_lock.h"
 #include "extras/login_item.h"
 #include "extras/updater.h"
-#include "ui/chart_model.h"
+#include "history/chart_model.h"
 
 namespace torvel::app {
 

@@ -2,9 +2,9 @@
 
 #include <QQuickWindow>
 
+#include "history/chart_model.h"
 #include "qt_support.h"
 #include "ui/chart_item.h"
-#include "ui/chart_model.h"
 
 namespace torvel::app {
 namespace {

@@ -1,4 +1,4 @@
-#include "ui/chart_model.h"
+#include "history/chart_model.h"
 
 #include <QVariantMap>
 #include <algorithm>
