@@ -40,5 +40,7 @@ Column {
         model: spark.model
         ember: Ember
         sparkline: true
+        Accessible.role: Accessible.Chart
+        Accessible.name: caption.text
     }
 }
