@@ -5,8 +5,21 @@
 
 namespace torvel::app {
 
+namespace {
+ChartPlot::Frame chartFrame(HistoryModel::Range range, int thermalLimit) {
+    ChartPlot::Frame frame;
+    frame.slotCount = torvel::HistoryModel::bucketCount(range);
+    frame.thermalLimit = thermalLimit;
+    return frame;
+}
+}  // namespace
+
 HistoryModel::HistoryModel(std::filesystem::path journal, Clock clock, QObject* parent)
-    : QObject(parent), store_(std::move(journal)), clock_(std::move(clock)) {
+    : QObject(parent),
+      store_(std::move(journal)),
+      clock_(std::move(clock)),
+      todayChart_(chartFrame(Range::day, thermalLimit_)),
+      rangeChart_(chartFrame(range_, thermalLimit_)) {
     today_.today.day = clock_();
     today_.today.thermalLimit = thermalLimit_;
     slow_.setInterval(slowInterval);
@@ -41,6 +54,11 @@ void HistoryModel::refresh(int thermalLimit) {
     reloadRange();
 }
 
+void HistoryModel::setChargeLimit(int limit) {
+    todayChart_.setLimit(limit);
+    rangeChart_.setLimit(limit);
+}
+
 void HistoryModel::startTicking() {
     if (!slow_.isActive()) slow_.start();
 }
@@ -61,6 +79,8 @@ void HistoryModel::reloadToday() {
     }).then(this, [this](torvel::HistoryModel::Today today) {
         --inFlight_;
         today_ = std::move(today);
+        todayChart_.setThermalLimit(today_.today.thermalLimit);
+        todayChart_.setSeries(today_.day, torvel::HistoryModel::bucketCount(Range::day));
         emit todayChanged();
         if (torvel::HistoryModel::journalReady(today_.sparklineHours)) {
             emit journalReady(QString::fromStdString(HistoryAnalysis::summaryLine(today_.today)));
@@ -76,9 +96,11 @@ void HistoryModel::reloadRange() {
     ++inFlight_;
     QtConcurrent::run([store, range, now, thermal] {
         return torvel::HistoryModel::reloadRange(store, range, now, thermal);
-    }).then(this, [this](torvel::HistoryModel::RangeView view) {
+    }).then(this, [this, range, thermal](torvel::HistoryModel::RangeView view) {
         --inFlight_;
         rangeView_ = std::move(view);
+        rangeChart_.setThermalLimit(thermal);
+        rangeChart_.setSeries(rangeView_->series, torvel::HistoryModel::bucketCount(range));
         emit rangeReloaded();
     });
 }

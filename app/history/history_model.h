@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <functional>
 
+#include "history/chart_model.h"
 #include "history/model.h"
 
 namespace torvel::app {
@@ -21,6 +22,8 @@ class HistoryModel : public QObject {
     Q_PROPERTY(qint64 daysRecorded READ daysRecorded NOTIFY todayChanged)
     Q_PROPERTY(bool hasToday READ hasToday NOTIFY todayChanged)
     Q_PROPERTY(qint64 atFullMinutesToday READ atFullMinutesToday NOTIFY todayChanged)
+    Q_PROPERTY(torvel::app::ChartModel* todayChart READ todayChart CONSTANT)
+    Q_PROPERTY(torvel::app::ChartModel* rangeChart READ rangeChart CONSTANT)
 
   public:
     using Clock = std::function<double()>;
@@ -44,6 +47,9 @@ class HistoryModel : public QObject {
     qint64 atFullMinutesToday() const { return today_.today.stress.atFullMinutes; }
     const std::optional<torvel::HistoryModel::RangeView>& rangeView() const { return rangeView_; }
     int thermalLimit() const { return thermalLimit_; }
+    // Today's whole day, and the chosen range, as charts; each follows its reload.
+    ChartModel* todayChart() { return &todayChart_; }
+    ChartModel* rangeChart() { return &rangeChart_; }
 
     bool ticking() const { return slow_.isActive(); }
     bool live() const { return live_.isActive(); }
@@ -57,6 +63,8 @@ class HistoryModel : public QObject {
     void setLive(bool on);
     void reloadToday();
     void reloadRange();
+    // The charge limit drawn across both charts.
+    void setChargeLimit(int limit);
 
   signals:
     void rangeChanged();
@@ -72,6 +80,8 @@ class HistoryModel : public QObject {
     int thermalLimit_ = torvel::HistoryModel::initialThermalLimit;
     torvel::HistoryModel::Today today_;
     std::optional<torvel::HistoryModel::RangeView> rangeView_;
+    ChartModel todayChart_;
+    ChartModel rangeChart_;
     QTimer slow_;
     QTimer live_;
     int inFlight_ = 0;

@@ -32,6 +32,7 @@
 #include "shell/main_window.h"
 #include "status/desktop_notifier.h"
 #include "status/mac_page_model.h"
+#include "ui/chart_item.h"
 #include "ui/ember.h"
 #include "ui/looks.h"
 #include "ui/panel_model.h"
@@ -196,6 +197,7 @@ QQmlApplicationEngine& TorvelApp::engine() {
     if (!engine_) {
         qmlRegisterSingletonInstance("Torvel", 1, 0, "Ember", ember_.get());
         qmlRegisterSingletonInstance("Torvel", 1, 0, "Panel", panel_.get());
+        ChartItem::registerType();
         qmlRegisterSingletonInstance("Torvel", 1, 0, "Route", &windows_->route());
         qmlRegisterSingletonInstance("Torvel", 1, 0, "Updater", updater_.get());
         qmlRegisterSingletonInstance("Torvel", 1, 0, "SettingsPage", settingsPage_.get());
@@ -319,6 +321,8 @@ std::optional<QString> TorvelApp::screenshotSection(const QString& file, AppSect
 }
 
 std::optional<QString> TorvelApp::screenshotPanel(const QString& file) {
+    // The journal is read as start-up reads it, so the readings and the sparkline are the ones a user sees.
+    history_->refresh(settings_->thermalLimit());
     QQuickWindow* window = showPanel();
     if (!window) return QStringLiteral("cannot load the panel view");
     // Let the first reloads of the journal land, so the readings row is the one a user would see.

@@ -85,7 +85,13 @@ PanelModel::PanelModel(BatteryMonitor& battery, ChargeSettings& settings, Histor
       settings_(settings),
       history_(history),
       lock_(lock),
-      sources_(std::move(sources)) {
+      sources_(std::move(sources)),
+      sparkline_(ChartPlot::Frame{.slotCount = torvel::HistoryModel::sparklineBuckets,
+                                  .lowest = lowestLimit,
+                                  .limit = {},
+                                  .thermalLimit = {},
+                                  .temperature = false,
+                                  .ticks = false}) {
     connect(&battery_, &BatteryMonitor::snapshotChanged, this, &PanelModel::recompute);
     connect(&settings_, &ChargeSettings::changed, this, &PanelModel::recompute);
     connect(&history_, &HistoryModel::todayChanged, this, &PanelModel::recompute);
@@ -143,6 +149,8 @@ void PanelModel::recompute() {
     footerLine_ = level == Checkup::Level::ok || level == Checkup::Level::off
                       ? QStringLiteral("Service running")
                       : QString::fromStdString(checkup.summary());
+    sparkline_.setSeries(history_.sparkline(), torvel::HistoryModel::sparklineBuckets);
+    sparkline_.setLimit(settings_.limit());
     emit changed();
 }
 

@@ -9,6 +9,7 @@
 #include "battery/system_lock.h"
 #include "extras/login_item.h"
 #include "extras/updater.h"
+#include "history/chart_model.h"
 #include "status/checkup.h"
 
 namespace torvel::app {
@@ -46,6 +47,8 @@ class PanelModel : public QObject {
     Q_PROPERTY(int footerLook READ footerLook NOTIFY changed)
     // The checkup's one fix, when it has one: its button title.
     Q_PROPERTY(QString fixTitle READ fixTitle NOTIFY changed)
+    Q_PROPERTY(torvel::app::ChartModel* sparkline READ sparkline CONSTANT)
+    Q_PROPERTY(bool hasSparkline READ hasSparkline NOTIFY changed)
 
   public:
     static constexpr int lowestLimit = 20;
@@ -84,6 +87,9 @@ class PanelModel : public QObject {
     int levelLook() const { return levelLook_; }
     int footerLook() const { return footerLook_; }
     QString fixTitle() const { return fixTitle_; }
+    // The last 24 hours against the limit, once the journal holds something to draw.
+    ChartModel* sparkline() { return &sparkline_; }
+    bool hasSparkline() const { return sparkline_.series().buckets.size() >= 2; }
 
     static int clampLimit(int limit);
 
@@ -124,6 +130,7 @@ class PanelModel : public QObject {
     int footerLook_ = 0;
     QString fixTitle_;
     std::optional<Checkup::Fix::Action> fixAction_;
+    ChartModel sparkline_;
 };
 
 }  // namespace torvel::app

@@ -58,6 +58,18 @@ std::optional<Instant> Dates::addLocalDays(Instant instant, int days) {
     return localMidnight(*parts);
 }
 
+std::optional<Instant> Dates::atLocalHour(Instant instant, int hour) {
+    auto parts = localParts(instant);
+    if (!parts) return std::nullopt;
+    parts->tm_hour = hour;
+    parts->tm_min = 0;
+    parts->tm_sec = 0;
+    parts->tm_isdst = -1;
+    const std::time_t result = std::mktime(&*parts);
+    if (result == static_cast<std::time_t>(-1)) return std::nullopt;
+    return static_cast<Instant>(result);
+}
+
 std::optional<std::string> Dates::isoDay(Instant instant) {
     const auto parts = localParts(instant);
     if (!parts) return std::nullopt;
@@ -107,6 +119,23 @@ std::optional<std::string> Dates::fromSkeleton(Instant instant, std::string_view
     icu::SimpleDateFormat format(pattern, locale, status);
     if (U_FAILURE(status)) return std::nullopt;
     return formatWith(format, instant);
+}
+
+std::vector<std::string> Dates::fromSkeleton(const std::vector<Instant>& instants, std::string_view skeleton,
+                                             std::string_view localeId) {
+    std::vector<std::string> texts;
+    UErrorCode status = U_ZERO_ERROR;
+    const icu::Locale locale(std::string(localeId).c_str());
+    std::unique_ptr<icu::DateTimePatternGenerator> generator(
+        icu::DateTimePatternGenerator::createInstance(locale, status));
+    if (U_FAILURE(status) || !generator) return texts;
+    const icu::UnicodeString pattern =
+        generator->getBestPattern(icu::UnicodeString::fromUTF8(std::string(skeleton)), status);
+    if (U_FAILURE(status)) return texts;
+    icu::SimpleDateFormat format(pattern, locale, status);
+    if (U_FAILURE(status)) return texts;
+    for (const Instant instant : instants) texts.push_back(formatWith(format, instant).value_or(""));
+    return texts;
 }
 
 std::optional<std::string> Dates::shortTime(Instant instant, std::string_view localeId) {

@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace torvel {
 
@@ -19,6 +20,9 @@ struct Dates {
     // The start of the local day `days` calendar days after the day containing `instant`; a day of 23 or
     // 25 hours around a clock change still moves by exactly one day.
     static std::optional<Instant> addLocalDays(Instant instant, int days);
+    // The given whole hour of the local day containing `instant`, so an hour tick stays on the clock's hour
+    // on a day of 23 or 25 hours.
+    static std::optional<Instant> atLocalHour(Instant instant, int hour);
     // The local calendar day as "yyyy-MM-dd" in Western digits, whatever the display language.
     static std::optional<std::string> isoDay(Instant instant);
     // The start of the local day named "yyyy-MM-dd"; absent for anything else, impossible dates included.
@@ -27,6 +31,9 @@ struct Dates {
     // The instant formatted from a localised skeleton such as "EEEEdMMMM", in the given locale.
     static std::optional<std::string> fromSkeleton(Instant instant, std::string_view skeleton,
                                                    std::string_view localeId);
+    // Several instants from one skeleton: the pattern is looked up once, which is most of the cost.
+    static std::vector<std::string> fromSkeleton(const std::vector<Instant>& instants,
+                                                 std::string_view skeleton, std::string_view localeId);
     // The locale's short time style ("3:42 PM" in English, with its narrow no-break space).
     static std::optional<std::string> shortTime(Instant instant, std::string_view localeId);
 };

@@ -70,6 +70,8 @@ std::string HistoryModel::dayTitle(Instant date) {
 HistoryModel::Today HistoryModel::reloadToday(const HistoryStore& store, Instant now, int thermalLimit) {
     Today result;
     result.today = HistoryAnalysis::report(store.samples(now), now, thermalLimit);
+    result.day = ChartSeries::build(result.today.samples, rangeStart(Range::day, now),
+                                    rangeEnd(Range::day, now), bucketCount(Range::day));
     const Instant from = now - sparklineSeconds;
     const auto lastDay = store.samples(from, now);
     result.sparkline = ChartSeries::build(lastDay, from, now, sparklineBuckets);

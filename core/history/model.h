@@ -48,6 +48,9 @@ struct HistoryModel {
 
     struct Today {
         HistoryAnalysis::DayReport today;
+        // Today from midnight to midnight, one slot a minute: the today page's chart, whichever range the
+        // journal page shows.
+        ChartSeries day;
         ChartSeries sparkline;
         double sparklineHours = 0;
         std::int64_t daysRecorded = 0;

@@ -52,6 +52,9 @@ TEST(HistoryModelToday, JournalIsReadyAfterTwentyThreeHoursOfReadings) {
         EXPECT_EQ(loaded.today.thermalLimit, 38);
         EXPECT_EQ(std::pair(loaded.sparkline.start, loaded.sparkline.end),
                   std::pair(march7At1430 - 86'400, march7At1430));
+        // The today chart covers the calendar day and only today's readings.
+        EXPECT_EQ(std::pair(loaded.day.start, loaded.day.end), std::pair(march7, testing::march8));
+        EXPECT_EQ(loaded.day.buckets.size(), 1u);
     }
 }
 

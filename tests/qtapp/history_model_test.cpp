@@ -64,6 +64,9 @@ TEST(HistoryModel, ReloadsPublishOnTheMainThreadAndARangeSwitchReloadsOnlyTheRan
     EXPECT_TRUE(journal.model->hasToday());
     EXPECT_GE(journal.model->sparklineHours(), 23.0);
     EXPECT_EQ(journal.model->daysRecorded(), 2);
+    EXPECT_FALSE(journal.model->todayChart()->empty());
+    EXPECT_EQ(journal.model->todayChart()->thermalLimit(), 45);
+    const ChartSeries daySeries = journal.model->rangeChart()->series();
 
     const int rangeReloads = journal.rangeReloads;
     journal.model->setRangeName(QStringLiteral("week"));
@@ -73,6 +76,11 @@ TEST(HistoryModel, ReloadsPublishOnTheMainThreadAndARangeSwitchReloadsOnlyTheRan
     EXPECT_EQ(journal.todayChanges, 1);
     ASSERT_TRUE(journal.model->rangeView().has_value());
     EXPECT_FALSE(journal.model->rangeView()->series.buckets.empty());
+    EXPECT_EQ(journal.model->rangeChart()->series().buckets, journal.model->rangeView()->series.buckets);
+    EXPECT_NE(journal.model->rangeChart()->series().start, daySeries.start) << "the chart follows the range";
+    journal.model->setChargeLimit(75);
+    EXPECT_EQ(journal.model->todayChart()->limit(), 75);
+    EXPECT_EQ(journal.model->rangeChart()->limit(), 75);
 
     journal.model->setRangeName(QStringLiteral("fortnight"));
     EXPECT_EQ(journal.model->range(), HistoryModel::Range::week) << "an unknown range name changes nothing";

@@ -104,6 +104,25 @@ TEST(PanelModel, TopUpNeedsAReachableService) {
     }
 }
 
+TEST(PanelModel, TheSparklineWaitsForReadingsAndFollowsTheLimit) {
+    for (const int hours : {0, 3}) {
+        PanelRig rig;
+        fs::create_directories(rig.root.path() / "history");
+        std::ofstream day(rig.root.path() / "history" / *HistoryStore::dayFileName(rig.now));
+        for (int minute = hours * 60; minute > 0; --minute) {
+            day << JournalLine::encode({rig.now - minute * 60.0, 60, ChargeState::allow, true, 30.0}) << "\n";
+        }
+        day.close();
+        PanelModel& panel = rig.open();
+        rig.history->reloadToday();
+        ASSERT_TRUE(testing::spinUntil([&] { return rig.history->reloadsInFlight() == 0; }));
+        EXPECT_EQ(panel.hasSparkline(), hours > 0) << hours;
+        EXPECT_EQ(panel.sparkline()->plot().charge.size(), hours > 0 ? 1u : 0u) << hours;
+        panel.dragLimit(70);
+        EXPECT_EQ(panel.sparkline()->limit(), 70);
+    }
+}
+
 TEST(PanelModel, HeaderChipAndFooterFollowTheServicesState) {
     // The header line, the chip's tone and word, the footer and the checkup's level.
     const std::tuple<Status, const char*, QStringList> cases[] = {

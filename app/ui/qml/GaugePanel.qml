@@ -90,6 +90,12 @@ Rectangle {
             readings: Panel.readings
         }
 
+        Sparkline {
+            width: parent.width
+            visible: Panel.hasSparkline
+            model: Panel.sparkline
+        }
+
         TopUpRow {
             width: parent.width
             on: Panel.topUp

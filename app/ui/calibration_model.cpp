@@ -1,0 +1,105 @@
+#include "ui/calibration_model.h"
+
+#include <QVariantMap>
+
+#include "service/charge_settings_model.h"
+#include "status/calibration_view.h"
+
+namespace torvel::app {
+
+namespace {
+QString text(const std::optional<std::string>& words) {
+    return words ? QString::fromStdString(*words) : QString();
+}
+}  // namespace
+
+CalibrationModel::CalibrationModel(ChargeSettings& settings, QObject* parent)
+    : QObject(parent), settings_(settings) {
+    connect(&settings_, &ChargeSettings::changed, this, &CalibrationModel::recompute);
+    recompute();
+}
+
+void CalibrationModel::recompute() {
+    const ChargeSettingsState& state = settings_.value();
+    const CalibrationStatus& cal = state.status.published.cal;
+    const auto progress = CalibrationView::progress(cal, state.status.published.pct);
+    const auto blocked = CalibrationView::blocked(state);
+    const bool requested = state.settings.calibrate;
+
+    const CalibrationStatus before = std::exchange(cal_, cal);
+    const bool phaseMoved = before.phase != cal.phase || before.drainTarget != cal.drainTarget;
+    const bool progressMoved = progress_ != progress;
+    const bool availabilityMoved = blocked_ != blocked;
+    const bool requestMoved = requested_ != requested;
+    progress_ = progress;
+    blocked_ = blocked;
+    requested_ = requested;
+    if (phaseMoved) emit phaseChanged();
+    if (progressMoved) emit progressChanged();
+    if (before.runs != cal.runs) emit runsChanged();
+    if (before.lastFailure != cal.lastFailure) emit lastFailureChanged();
+    if (availabilityMoved) emit availabilityChanged();
+    if (requestMoved) emit requestedChanged();
+}
+
+QVariantList CalibrationModel::steps() const {
+    QVariantList list;
+    for (int step = 1; step <= stepCount(); ++step) {
+        const CalibrationStatus::Phase phase(static_cast<CalibrationStatus::Phase::Value>(step));
+        const int current = cal_.phase.step();
+        const char* where = current == 0 || step > current ? "ahead" : step == current ? "current" : "done";
+        list << QVariantMap{{QStringLiteral("label"), QString::fromStdString(phase.label(cal_.drainTarget))},
+                            {QStringLiteral("reason"), text(phase.reason())},
+                            {QStringLiteral("state"), QString::fromUtf8(where)}};
+    }
+    return list;
+}
+
+QString CalibrationModel::stepLabel() const {
+    return QString::fromStdString(cal_.phase.label(cal_.drainTarget));
+}
+
+QString CalibrationModel::stepReason() const {
+    return text(cal_.phase.reason());
+}
+
+QString CalibrationModel::verdict() const {
+    return text(cal_.verdict());
+}
+
+QString CalibrationModel::systemGap() const {
+    return text(cal_.macOSGap());
+}
+
+QString CalibrationModel::trend() const {
+    return text(cal_.trend());
+}
+
+QString CalibrationModel::lastFailure() const {
+    return cal_.lastFailure ? QString::fromStdString(cal_.lastFailure->text()) : QString();
+}
+
+QVariantList CalibrationModel::runs() const {
+    QVariantList list;
+    // Newest first, as a list of past events reads.
+    for (auto run = cal_.runs.rbegin(); run != cal_.runs.rend(); ++run) {
+        const auto line = CalibrationView::line(*run);
+        list << QVariantMap{{QStringLiteral("date"), QString::fromStdString(line.date)},
+                            {QStringLiteral("capacity"), text(line.capacity)},
+                            {QStringLiteral("share"), text(line.share)}};
+    }
+    return list;
+}
+
+void CalibrationModel::start() {
+    if (!canStart()) return;
+    settings_.setCalibrate(true);
+    settings_.save();
+}
+
+void CalibrationModel::stop() {
+    settings_.setCalibrate(false);
+    settings_.save();
+}
+
+}  // namespace torvel::app

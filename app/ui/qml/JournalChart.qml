@@ -1,0 +1,78 @@
+import QtQuick
+import Torvel
+
+// A chart that is read closely: the plot, the charge scale on the left, hours or days along the bottom, and
+// above it the reading under the pointer or the arrow keys. The model decides every mark; this only places.
+Item {
+    id: chart
+    property ChartModel model
+    readonly property real scaleWidth: 38
+    implicitHeight: 240
+
+    Row {
+        id: readout
+        x: chart.scaleWidth
+        height: 20
+        spacing: 10
+        opacity: chart.model && chart.model.selected ? 1 : 0
+        Behavior on opacity { NumberAnimation { duration: 120 } }
+        Text {
+            text: chart.model ? chart.model.selectedTime : ""
+            font: Ember.words(12.5, "medium")
+            color: Ember.text2
+            anchors.baseline: charge.baseline
+        }
+        Text {
+            id: charge
+            text: chart.model ? chart.model.selectedCharge : ""
+            font: Ember.words(15, "semibold")
+            color: Ember.text
+        }
+        Text {
+            visible: text.length > 0
+            text: chart.model ? chart.model.selectedTemperature : ""
+            font: Ember.words(12.5, "medium")
+            color: Ember.text3
+            anchors.baseline: charge.baseline
+        }
+    }
+
+    ChartView {
+        id: plot
+        x: chart.scaleWidth
+        y: readout.height + 8
+        width: chart.width - chart.scaleWidth
+        height: chart.height - y - 24
+        model: chart.model
+        ember: Ember
+        Accessible.role: Accessible.Chart
+        Accessible.name: chart.model && chart.model.selected
+                         ? chart.model.selectedTime + ", " + chart.model.selectedCharge : ""
+    }
+
+    Repeater {
+        model: chart.model ? chart.model.chargeTicks : []
+        delegate: Text {
+            required property var modelData
+            width: chart.scaleWidth - 8
+            horizontalAlignment: Text.AlignRight
+            y: plot.y + (1 - modelData.at) * plot.height - height / 2
+            text: modelData.label
+            font: Ember.words(11, "medium")
+            color: Ember.text3
+        }
+    }
+
+    Repeater {
+        model: chart.model ? chart.model.timeTicks : []
+        delegate: Text {
+            required property var modelData
+            // Centred where the model places it, kept inside the plot at either end.
+            x: plot.x + Math.max(0, Math.min(plot.width - width, modelData.labelAt * plot.width - width / 2))
+            y: plot.y + plot.height + 6
+            text: modelData.label
+            font: Ember.words(11, "medium")
+            color: Ember.text3
+        }
+    }
+}

@@ -1,0 +1,46 @@
+import QtQuick
+import Torvel
+
+// The last 24 hours under the readings: the charge against the limit, time on the charger as soft bands.
+// Pointing at the line tells the time and the charge there.
+Column {
+    id: spark
+    property ChartModel model
+    spacing: 6
+
+    Item {
+        width: parent.width
+        height: caption.implicitHeight
+        Text {
+            id: caption
+            text: "Last 24 hours"
+            font: Ember.words(11.5, "medium")
+            color: Ember.text3
+        }
+        Row {
+            anchors.right: parent.right
+            spacing: 6
+            visible: spark.model && spark.model.selected
+            Text {
+                text: spark.model ? spark.model.selectedTime : ""
+                font: Ember.words(11.5, "medium")
+                color: Ember.text3
+            }
+            Text {
+                text: spark.model ? spark.model.selectedCharge : ""
+                font: Ember.words(11.5, "semibold")
+                color: Ember.text
+            }
+        }
+    }
+
+    ChartView {
+        width: parent.width
+        height: 40
+        model: spark.model
+        ember: Ember
+        sparkline: true
+        Accessible.role: Accessible.Chart
+        Accessible.name: caption.text
+    }
+}
