@@ -27,6 +27,9 @@ struct ServiceCommands final : BusCommands {
     ChargeService& service;
     std::atomic<int> restarts{0};
     explicit ServiceCommands(ChargeService& s) : service(s) {}
+    bool isProtectedChange(std::string_view message) const override {
+        return service.isProtectedChange(message);
+    }
     CallReply applySettings(std::string_view message) override { return service.applySettings(message, 1e9); }
     CallReply purgeAllData() override { return service.purgeAllData(1e9); }
     CallReply releaseCharge() override { return service.releaseCharge(1e9); }
