@@ -147,8 +147,8 @@ bool ChargeController::apply(const DeviceReading& reading, std::optional<int> go
     }
     auto behaviourError = writer_.applyBehaviour(caps_, behaviour);
     if (behaviourError && forcing) {
-        // Back to the limit at once: a charger left inhibited or running on would be worse than no cut.
-        discharge_.refused();
+        // Not discharging, whatever was asked: the status says what the battery does. The supervisor
+        // asks again on the next tick and gives up once the cut has had its time to take hold.
         forcing = false;
         if (auto fallback = writer_.applyBehaviour(caps_, behaviourAuto); fallback && !error)
             error = fallback;

@@ -23,12 +23,6 @@ class DischargeSupervisor {
     // A new plug-in is a new charger and a new chance.
     void pluggedIn() { blocked_ = false; }
     void stop() { step_ = Step::idle; }
-    // The driver would not take force-discharge at all: as good as a cut that did not hold.
-    void refused() {
-        step_ = Step::idle;
-        blocked_ = true;
-        failed_ = true;
-    }
 
     bool active() const { return step_ != Step::idle; }
     bool failed() const { return failed_; }
