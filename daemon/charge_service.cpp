@@ -95,10 +95,11 @@ void ChargeService::publish(Instant now) {
 void ChargeService::saveMemory(Instant now, bool force) {
     const ControlMemory memory = controller_.memory();
     if (savedMemory_ && *savedMemory_ == memory) return;
-    // The protected-time counter changes every tick; a minute of it is all a crash may lose.
+    // The protected-time counter changes every tick; five minutes of it is all a crash may lose (a stop saves
+    // it whole), and an idle service syncs the disk that seldom.
     const bool onlyCounter =
         savedMemory_ && savedMemory_->cal == memory.cal && savedMemory_->calBeforeRaw == memory.calBeforeRaw;
-    if (!force && onlyCounter && now - memorySavedAt_ < 60 && now >= memorySavedAt_) return;
+    if (!force && onlyCounter && now - memorySavedAt_ < counterSaveEvery && now >= memorySavedAt_) return;
     if (auto error = state_.save(memory)) {
         log_.write(now, *error);
         return;

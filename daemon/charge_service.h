@@ -20,6 +20,8 @@ namespace torvel::daemon {
 // calls once they are authorised. Each entry point takes `now`, so tests drive it without a clock.
 class ChargeService {
   public:
+    static constexpr double counterSaveEvery = 300;
+
     struct Identity {
         std::string version;
         std::string executablePath;

@@ -15,7 +15,7 @@ struct RunOptions {
     // a discharge, a calibration), and while nothing is: power-supply events wake the service at once
     // either way, and the settled beat keeps status.json fresh for the app.
     double busyTickSeconds = 5;
-    double settledTickSeconds = 15;
+    double settledTickSeconds = 20;
 };
 
 enum class RunEnd {

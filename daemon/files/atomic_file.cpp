@@ -15,7 +15,7 @@
 namespace torvel::daemon {
 namespace fs = std::filesystem;
 
-FileError replaceFile(const fs::path& file, std::string_view bytes, mode_t mode) {
+FileError replaceFile(const fs::path& file, std::string_view bytes, mode_t mode, bool durable) {
     const std::string name = file.filename().string();
     const FileDescriptor directory(retryOnInterrupt(
         [&] { return ::open(file.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
@@ -37,10 +37,10 @@ FileError replaceFile(const fs::path& file, std::string_view bytes, mode_t mode)
     // The umask may have narrowed the mode; readers (the app) need exactly this one.
     if (::fchmod(out.get(), mode) != 0) return fail("set the mode of");
     if (!writeAll(out.get(), bytes)) return fail("write");
-    if (retryOnInterrupt([&] { return ::fsync(out.get()); }) != 0) return fail("sync");
+    if (durable && retryOnInterrupt([&] { return ::fsync(out.get()); }) != 0) return fail("sync");
     if (::renameat(directory.get(), temporary.c_str(), directory.get(), name.c_str()) != 0)
         return fail("replace");
-    ::fsync(directory.get());
+    if (durable) ::fsync(directory.get());
     return std::nullopt;
 }
 

@@ -16,8 +16,10 @@ using FileError = std::optional<std::string>;
 
 // Replaces `file` so that a reader sees the old bytes or the new ones, never a mix, even across a crash:
 // a temporary file in the same directory, fsync, rename over the name, fsync of the directory. A link at
-// the name is replaced, never followed.
-FileError replaceFile(const std::filesystem::path& file, std::string_view bytes, mode_t mode = 0644);
+// the name is replaced, never followed. Without `durable` both fsyncs are left out: a reader still never sees
+// a mix, but a power cut may lose the file, which suits one rewritten every few seconds anyway.
+FileError replaceFile(const std::filesystem::path& file, std::string_view bytes, mode_t mode = 0644,
+                      bool durable = true);
 
 // Creates the directory and its parents when missing (the installed unit creates them; test and demo runs
 // under TORVEL_ROOT do not).
