@@ -46,8 +46,8 @@ Authoriser::~Authoriser() {
 
 void Authoriser::finish(Pending& pending, Verdict verdict, std::string reason) {
     Done done = std::move(pending.done);
-    if (auto count = perSender_.find(pending.sender); count != perSender_.end() && --count->second == 0)
-        perSender_.erase(count);
+    if (auto count = perCaller_.find(pending.caller); count != perCaller_.end() && --count->second == 0)
+        perCaller_.erase(count);
     sd_bus_slot_unref(pending.slot);
     pending_.erase(pending.self);
     done(verdict, std::move(reason));
@@ -83,8 +83,10 @@ void Authoriser::check(sd_bus_message* call, Action action, Done done) {
     }
     const char* sender = sd_bus_message_get_sender(call);
     const std::string senderName = sender ? sender : "";
-    if (pending_.size() >= maxPending || perSender_[senderName] >= maxPendingPerSender) {
-        if (perSender_[senderName] == 0) perSender_.erase(senderName);
+    // Counted per user: a user opening many connections is still one caller.
+    const std::string caller = uid ? "uid " + std::to_string(*uid) : senderName;
+    if (pending_.size() >= maxPending || perCaller_[caller] >= maxPendingPerCaller) {
+        if (perCaller_[caller] == 0) perCaller_.erase(caller);
         done(Verdict::busy, std::string(busy));
         return;
     }
@@ -104,13 +106,13 @@ void Authoriser::check(sd_bus_message* call, Action action, Done done) {
     if (result >= 0) result = sd_bus_message_append(question, "us", flags, "");
     if (result < 0) {
         sd_bus_message_unref(question);
-        if (perSender_[senderName] == 0) perSender_.erase(senderName);
+        if (perCaller_[caller] == 0) perCaller_.erase(caller);
         done(Verdict::refused, "Authorisation could not be checked.");
         return;
     }
-    auto& pending = pending_.emplace_back(Pending{this, senderName, std::move(done), nullptr, {}});
+    auto& pending = pending_.emplace_back(Pending{this, caller, std::move(done), nullptr, {}});
     pending.self = std::prev(pending_.end());
-    ++perSender_[senderName];
+    ++perCaller_[caller];
     result = sd_bus_call_async(bus_, &pending.slot, question, onAnswer, &pending,
                                flags ? interactiveTimeoutMicros : 0);
     sd_bus_message_unref(question);

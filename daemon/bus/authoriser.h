@@ -30,9 +30,9 @@ class Authoriser {
     // `reason` is a sentence for the refused caller.
     using Done = std::function<void(Verdict verdict, std::string reason)>;
 
-    // Questions waiting for polkit at once: a password prompt may sit for minutes, and one caller's
-    // burst must neither grow the service nor crowd out another caller.
-    static constexpr std::size_t maxPendingPerSender = 4;
+    // Questions waiting for polkit at once: a password prompt may sit for minutes, and one user's burst
+    // must neither grow the service nor crowd out another user.
+    static constexpr std::size_t maxPendingPerCaller = 4;
     static constexpr std::size_t maxPending = 32;
 
     // The uid of the connection that sent `call`, as the bus daemon vouches for it.
@@ -50,7 +50,7 @@ class Authoriser {
   private:
     struct Pending {
         Authoriser* owner;
-        std::string sender;
+        std::string caller;
         Done done;
         sd_bus_slot* slot = nullptr;
         std::list<Pending>::iterator self;
@@ -62,7 +62,7 @@ class Authoriser {
     uid_t serviceUid_;
     CallerUid callerUid_;
     std::list<Pending> pending_;
-    std::map<std::string, std::size_t> perSender_;
+    std::map<std::string, std::size_t> perCaller_;
 };
 
 }  // namespace torvel::daemon

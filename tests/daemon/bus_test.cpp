@@ -251,22 +251,27 @@ TEST_F(BusTest, OneCallersBurstWaitingForPolkitIsCappedAndOthersStillGetThrough)
             sd_bus_wait(bus, 20'000);
         }
     };
-    send(client_, Authoriser::maxPendingPerSender + 3);
+    send(client_, Authoriser::maxPendingPerCaller + 3);
     pump(client_, 500ms);
     EXPECT_EQ(answers["org.freedesktop.DBus.Error.LimitsExceeded"], 3);
 
+    // Another connection of the same user is the same caller; another user is not.
     sd_bus* other = testing::connect(bus_.address());
     ASSERT_NE(other, nullptr);
     send(other, 1);
     pump(other, 300ms);
-    EXPECT_EQ(answers.size(), 1u);  // the other caller's question is waiting, not refused
+    EXPECT_EQ(answers["org.freedesktop.DBus.Error.LimitsExceeded"], 4);
+    callerUid_ = strangerUid + 1;
+    send(other, 1);
+    pump(other, 300ms);
+    EXPECT_EQ(answers.size(), 1u);  // the other user's question is waiting, not refused
     ASSERT_GE(
         sd_bus_call_method(client_, "org.freedesktop.PolicyKit1", "/org/freedesktop/PolicyKit1/Authority",
                            "org.freedesktop.DBus.Mock", "ReleaseHangingCalls", nullptr, nullptr, ""),
         0);
     pump(other, 300ms);
     pump(client_, 300ms);
-    EXPECT_EQ(answers[accessDenied], static_cast<int>(Authoriser::maxPendingPerSender) + 1);
+    EXPECT_EQ(answers[accessDenied], static_cast<int>(Authoriser::maxPendingPerCaller) + 1);
     sd_bus_flush_close_unref(other);
 }
 

@@ -1,8 +1,11 @@
 // The real torvel-daemon executable, unprivileged, against a simulated power-supply tree and a private bus.
 
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 
+#include <cstring>
 #include <functional>
 
 #include "battery_model.h"
@@ -158,6 +161,24 @@ TEST_F(ServiceProcess, HangupReadsTheSettingsAgainAndRestartEndsWithTheStatusThe
     const auto ended = service_.exited(5s);
     ASSERT_TRUE(ended);
     EXPECT_TRUE(WIFEXITED(*ended) && WEXITSTATUS(*ended) == 75) << *ended;
+}
+
+TEST_F(ServiceProcess, SendsWatchdogKeepAlivesWhenTheUnitAsksForThem) {
+    const fs::path socketPath = root_.path / "notify";
+    const FileDescriptor listener(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::strncpy(address.sun_path, socketPath.c_str(), sizeof address.sun_path - 1);
+    ASSERT_EQ(::bind(listener.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    startService({.limit = 60}, {"NOTIFY_SOCKET=" + socketPath.string(), "WATCHDOG_USEC=400000"});
+    std::string heard;
+    for (int tries = 0; tries < 100 && heard.find("WATCHDOG=1") == std::string::npos; ++tries) {
+        char buffer[256];
+        const ssize_t n = ::recv(listener.get(), buffer, sizeof buffer, MSG_DONTWAIT);
+        if (n > 0) heard.append(buffer, static_cast<std::size_t>(n)).push_back('\n');
+        std::this_thread::sleep_for(20ms);
+    }
+    EXPECT_NE(heard.find("WATCHDOG=1"), std::string::npos) << heard;
 }
 
 TEST_F(ServiceProcess, AFifoAtTheSettingsPathIsKeptAsideInsteadOfBlockingTheStart) {
