@@ -180,7 +180,8 @@ int onKernelEvent(sd_event_source*, int fd, std::uint32_t, void* userdata) {
 
 // A simulated tree sends no uevents; its files changing are the same news.
 void watchTree(int fd, const Paths& paths) {
-    constexpr std::uint32_t mask = IN_CLOSE_WRITE | IN_MOVED_TO | IN_CREATE | IN_DELETE | IN_DELETE_SELF;
+    constexpr std::uint32_t mask =
+        IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_CREATE | IN_DELETE | IN_DELETE_SELF;
     inotify_add_watch(fd, paths.powerSupply.c_str(), mask);
     std::error_code error;
     for (const auto& entry : std::filesystem::directory_iterator(paths.powerSupply, error)) {

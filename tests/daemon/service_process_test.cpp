@@ -13,6 +13,7 @@
 #include "common/json.h"
 #include "common/paths.h"
 #include "harness.h"
+#include "service/published_status.h"
 #include "service/settings.h"
 #include "sysfs_tree.h"
 
@@ -161,6 +162,33 @@ TEST_F(ServiceProcess, HangupReadsTheSettingsAgainAndRestartEndsWithTheStatusThe
     const auto ended = service_.exited(5s);
     ASSERT_TRUE(ended);
     EXPECT_TRUE(WIFEXITED(*ended) && WEXITSTATUS(*ended) == 75) << *ended;
+}
+
+TEST_F(ServiceProcess, ABatteryTakenOutIsPublishedAbsentAndTakenUpAgainWhenBack) {
+    startService({.limit = 60});
+    ASSERT_TRUE(runUntil([&] { return fs::exists(paths_.status) && battery_.endThresholdValue() == 60; }));
+    const auto published = [&](const char* key) {
+        const auto status = PublishedStatus::decode(std::get<std::string>(readWholeFile(paths_.status)));
+        return status ? json::text(status->encode(), key).value_or("") : "";
+    };
+    const auto waitFor = [&](const std::function<bool()>& done) {
+        for (int tries = 0; tries < 250 && !done(); ++tries) std::this_thread::sleep_for(20ms);
+        return done();
+    };
+
+    // Out of the bay; back with the firmware's own thresholds, as some machines reset them.
+    const fs::path bay = paths_.powerSupply / "BAT0", away = root_.path / "BAT0-away";
+    fs::rename(bay, away);
+    EXPECT_TRUE(waitFor([&] { return published("state") == "absent"; }));
+    EXPECT_NE(std::get<std::string>(readWholeFile(paths_.log)).find("battery removed"), std::string::npos);
+    battery_.setThreshold(Threshold::start, 0);
+    battery_.setThreshold(Threshold::end, 100);
+    ASSERT_FALSE(writeWholeFile(away / "charge_control_start_threshold", "0"));
+    ASSERT_FALSE(writeWholeFile(away / "charge_control_end_threshold", "100"));
+    fs::rename(away, bay);
+    EXPECT_TRUE(runUntil([&] { return battery_.endThresholdValue() == 60 && published("state") == "hold"; }))
+        << published("state");
+    EXPECT_NE(std::get<std::string>(readWholeFile(paths_.log)).find("battery back"), std::string::npos);
 }
 
 TEST_F(ServiceProcess, SendsWatchdogKeepAlivesWhenTheUnitAsksForThem) {
