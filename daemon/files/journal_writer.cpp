@@ -22,22 +22,23 @@ FileDescriptor openDirectory(const std::filesystem::path& directory) {
         [&] { return ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC); }));
 }
 
-std::vector<std::string> dayFiles(int directoryFd) {
-    std::vector<std::string> names;
+// Calls `visit(name)` for each day file until it returns false. Names are not gathered first: a
+// directory may hold a hundred thousand of them.
+template <typename Visit>
+void forEachDayFile(int directoryFd, Visit&& visit) {
     FileDescriptor copy(::dup(directoryFd));
-    if (!copy.valid()) return names;
+    if (!copy.valid()) return;
     DIR* listing = ::fdopendir(copy.get());
-    if (listing == nullptr) return names;
+    if (listing == nullptr) return;
     // closedir closes it from here on.
     copy.release();
     while (const dirent* entry = ::readdir(listing)) {
         if (!JournalWriter::isDayFileName(entry->d_name)) continue;
-        // d_type spares a stat of each of perhaps a hundred thousand names; unlinkat refuses a folder anyway.
+        // d_type spares a stat of each name; unlinkat refuses a folder anyway.
         if (entry->d_type == DT_DIR) continue;
-        names.emplace_back(entry->d_name);
+        if (!visit(std::string_view(entry->d_name))) break;
     }
     ::closedir(listing);
-    return names;
 }
 
 bool changed(const HistorySample& a, const HistorySample& b) {
@@ -91,19 +92,23 @@ FileError JournalWriter::prune(Instant now, int historyDays, bool force) {
     if (!directory.valid())
         return errno == ENOENT ? FileError{} : systemError("open", directory_.filename().string(), errno);
     std::size_t deleted = 0;
-    for (const auto& name : dayFiles(directory.get())) {
-        const auto day = Dates::parseIsoDay(std::string_view(name).substr(0, 10));
-        if (!day || *day >= *oldestKept) continue;
+    FileError error;
+    forEachDayFile(directory.get(), [&](std::string_view name) {
+        const auto day = Dates::parseIsoDay(name.substr(0, 10));
+        if (!day || *day >= *oldestKept) return true;
         // A few at a time: years of files must not keep the bus and the battery waiting.
         if (deleted == maxDeletionsPerCall) {
             lastPrune_.reset();
-            break;
+            return false;
         }
-        if (::unlinkat(directory.get(), name.c_str(), 0) != 0 && errno != EISDIR)
-            return systemError("delete", name, errno);
+        if (::unlinkat(directory.get(), std::string(name).c_str(), 0) != 0 && errno != EISDIR) {
+            error = systemError("delete", name, errno);
+            return false;
+        }
         ++deleted;
-    }
-    return std::nullopt;
+        return true;
+    });
+    return error;
 }
 
 FileError JournalWriter::removeAll() {
@@ -111,10 +116,15 @@ FileError JournalWriter::removeAll() {
     const FileDescriptor directory = openDirectory(directory_);
     if (!directory.valid())
         return errno == ENOENT ? FileError{} : systemError("open", directory_.filename().string(), errno);
-    for (const auto& name : dayFiles(directory.get())) {
-        if (::unlinkat(directory.get(), name.c_str(), 0) != 0 && errno != EISDIR)
-            return systemError("delete", name, errno);
-    }
+    FileError error;
+    forEachDayFile(directory.get(), [&](std::string_view name) {
+        if (::unlinkat(directory.get(), std::string(name).c_str(), 0) != 0 && errno != EISDIR) {
+            error = systemError("delete", name, errno);
+            return false;
+        }
+        return true;
+    });
+    if (error) return error;
     // Fails harmlessly when something else lives there: that is not ours to remove.
     ::rmdir(directory_.c_str());
     return std::nullopt;
