@@ -125,10 +125,15 @@ ConfigStore::Loaded ConfigStore::load() const {
         return {accepted.settings, systemError("set aside", file_.filename().string(), errno) +
                                        (partly ? "; using its valid settings" : "; using the defaults")};
     }
-    return {accepted.settings,
-            file_.filename().string() + " could not be used " + (partly ? "whole " : "") +
-                "and was kept as " + kept->filename().string() +
-                (partly ? "; using its valid settings (" + refusals.front() + ")" : "; using the defaults")};
+    std::string note =
+        file_.filename().string() + " could not be used " + (partly ? "whole " : "") + "and was kept as " +
+        kept->filename().string() +
+        (partly ? "; using its valid settings (" + refusals.front() + ")" : "; using the defaults");
+    // The app reads config.json too: it must find the settings in force, not fall back to its defaults.
+    if (accepted.settings != Settings{}) {
+        if (auto failure = save(accepted.settings)) note += "; " + *failure;
+    }
+    return {accepted.settings, note};
 }
 
 FileError ConfigStore::save(const Settings& settings) const {

@@ -40,8 +40,8 @@ class ConfigStore {
     static constexpr std::size_t maxFileBytes = 1024 * 1024;
 
     // A damaged file is renamed to config.json.bad (or .bad-2, .bad-3…, never over an older one) and its
-    // valid keys are used over the defaults: what the user wrote is kept for them to look at, never
-    // overwritten by the next save.
+    // valid keys are used over the defaults and stored back: what the user wrote is kept for them to look
+    // at, never overwritten by the next save.
     Loaded load() const;
     FileError save(const Settings& settings) const;
     const std::filesystem::path& file() const { return file_; }
