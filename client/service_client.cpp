@@ -18,7 +18,9 @@ void ServiceClient::call(const char* method, const std::string* argument, std::s
     const auto appendArgument = [argument](sd_bus_message* message) {
         return argument == nullptr ? 0 : sd_bus_message_append(message, "s", argument->c_str());
     };
-    bus_.call({bus::serviceName, bus::objectPath, bus::interfaceName, method}, appendArgument, timeout,
+    // The service shows polkit's password prompt only to a caller that says it can wait for one; the app
+    // and torvelctl are run by a person who can answer it.
+    bus_.call({bus::serviceName, bus::objectPath, bus::interfaceName, method, true}, appendArgument, timeout,
               [alive = std::weak_ptr(alive_), failure = std::string(failureText), done = std::move(done)](
                   sd_bus_message* reply, const sd_bus_error* error) {
                   if (alive.expired()) return;

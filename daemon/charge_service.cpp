@@ -21,11 +21,23 @@ ChargeService::ChargeService(const Paths& paths, PowerDevice& device, Identity i
       controller_(device, state_.load(), [this](std::string_view line) { log_.write(lastNow_, line); }) {
     ensureDirectory(paths_.dataDirectory());
     ensureDirectory(paths_.log.parent_path());
+    // Left by a predecessor that died mid-write; no other instance runs (the caller holds the lock).
+    removeTemporaryFiles(paths_.dataDirectory());
     const auto loaded = config_.load();
     if (loaded.note) log_.write(startedAt, *loaded.note);
     controller_.setSettings(loaded.settings);
     savedMemory_ = controller_.memory();
     log_.write(startedAt, "started, version " + identity_.version);
+}
+
+void ChargeService::reload(Instant now) {
+    lastNow_ = now;
+    const auto loaded = config_.load();
+    if (loaded.note) log_.write(now, *loaded.note);
+    controller_.setSettings(loaded.settings);
+    log_.write(now, "settings read again: limit " + std::to_string(loaded.settings.limit) +
+                        (loaded.settings.enabled ? "" : " (off)"));
+    reapply(now);
 }
 
 void ChargeService::reapply(Instant now) {
@@ -41,7 +53,14 @@ void ChargeService::storeOwnChange(Instant now) {
 
 void ChargeService::tick(Instant now) {
     lastNow_ = now;
+    PublishedStatus before = controller_.status();
     controller_.tick(now);
+    PublishedStatus after = controller_.status();
+    // The counter grows on every tick while holding; that alone is no motion.
+    before.protectedSeconds = after.protectedSeconds = 0;
+    const Settings& settings = controller_.settings();
+    settled_ = before == after && after.state != ChargeState::discharge &&
+               after.cal.phase == CalibrationStatus::Phase::idle && !settings.topUp && !settings.calibrate;
     storeOwnChange(now);
     if (purged_) return;
     publish(now);
@@ -59,13 +78,15 @@ void ChargeService::publish(Instant now) {
         error = *text;
     }
     const Settings& settings = controller_.settings();
-    if (settings.history) {
+    // While the battery is out there is no reading to record, only a gap.
+    if (settings.history && status.state) {
         HistorySample sample{now, status.pct, status.state, status.plugged, status.temp};
         if (auto recorded = journal_.record(sample); auto* text = std::get_if<std::string>(&recorded)) {
             error = *text;
         }
     }
     if (auto pruned = journal_.prune(now, settings.historyDays)) error = *pruned;
+    if (auto note = journal_.takeNote()) log_.write(now, *note);
     // A full disk fails on every tick; the log hears of it once.
     if (error != lastFileError_ && !error.empty()) log_.write(now, error);
     lastFileError_ = error;
@@ -74,10 +95,11 @@ void ChargeService::publish(Instant now) {
 void ChargeService::saveMemory(Instant now, bool force) {
     const ControlMemory memory = controller_.memory();
     if (savedMemory_ && *savedMemory_ == memory) return;
-    // The protected-time counter changes every tick; a minute of it is all a crash may lose.
+    // The protected-time counter changes every tick; five minutes of it is all a crash may lose (a stop saves
+    // it whole), and an idle service syncs the disk that seldom.
     const bool onlyCounter =
         savedMemory_ && savedMemory_->cal == memory.cal && savedMemory_->calBeforeRaw == memory.calBeforeRaw;
-    if (!force && onlyCounter && now - memorySavedAt_ < 60 && now >= memorySavedAt_) return;
+    if (!force && onlyCounter && now - memorySavedAt_ < counterSaveEvery && now >= memorySavedAt_) return;
     if (auto error = state_.save(memory)) {
         log_.write(now, *error);
         return;
@@ -129,6 +151,7 @@ CallReply ChargeService::purgeAllData(Instant now) {
         if (!errors.empty()) errors += "; ";
         errors += *error;
     }
+    removeTemporaryFiles(paths_.dataDirectory());
     if (!errors.empty()) return {false, errors};
     return {};
 }

@@ -20,6 +20,8 @@ namespace torvel::daemon {
 // calls once they are authorised. Each entry point takes `now`, so tests drive it without a clock.
 class ChargeService {
   public:
+    static constexpr double counterSaveEvery = 300;
+
     struct Identity {
         std::string version;
         std::string executablePath;
@@ -32,11 +34,20 @@ class ChargeService {
     void reapply(Instant now);
     void shutdown(Instant now);
 
+    // Reads config.json again and applies it (SIGHUP: an administrator edited the file).
+    void reload(Instant now);
+
+    bool isProtectedChange(std::string_view message) const {
+        return daemon::isProtectedChange(message, controller_.settings());
+    }
     CallReply applySettings(std::string_view message, Instant now);
     CallReply purgeAllData(Instant now);
     CallReply releaseCharge(Instant now);
 
     const ChargeController& controller() const { return controller_; }
+    // Nothing in motion: no discharge, calibration or top-up under way and nothing changed on the last
+    // tick, so the service may look less often and let the power-supply events wake it.
+    bool settled() const { return settled_; }
     void log(Instant now, std::string_view text) { log_.write(now, text); }
 
   private:
@@ -59,6 +70,7 @@ class ChargeService {
     Instant memorySavedAt_ = 0;
     // After a purge nothing is written again until new settings arrive: the caller is removing us.
     bool purged_ = false;
+    bool settled_ = false;
     std::string lastFileError_;
 };
 

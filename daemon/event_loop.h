@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "common/paths.h"
@@ -10,14 +11,32 @@ struct RunOptions {
     Paths paths;
     std::string version;
     std::string executablePath;
-    // Seconds between two looks at the battery when nothing else wakes the service.
-    double tickSeconds = 5;
+    // Seconds between two looks at the battery while something is in motion (charging toward a target,
+    // a discharge, a calibration), and while nothing is: power-supply events wake the service at once
+    // either way, and the settled beat keeps status.json fresh for the app.
+    double busyTickSeconds = 5;
+    double settledTickSeconds = 20;
 };
 
-enum class RunEnd { stopped, restartRequested, failed };
+enum class RunEnd {
+    stopped,
+    restartRequested,
+    failed,
+    // Another instance owns the bus name or holds the state directory; nothing was touched.
+    alreadyRunning,
+};
 
-// The service's one event loop: a timer, power-supply events, the bus and the stop signals. Returns after
-// SIGTERM, SIGINT or SIGHUP, or when Restart was asked, having left auto behaviour behind.
+// The process exit status that asks systemd for a fresh start (RestartForceExitStatus= in the unit).
+inline constexpr int restartExitStatus = 75;
+
+// The service's one event loop: a timer, power-supply events, the bus and the signals. Returns after
+// SIGTERM or SIGINT, or when Restart was asked, having left auto behaviour behind; SIGHUP reads the
+// settings again. Before it touches the battery it takes the state directory's lock and the bus name.
 RunEnd runService(const RunOptions& options);
+
+// The ExecStopPost= step: whatever ended the service, a forced discharge or an inhibited charger is handed
+// back to the firmware (`auto`); the thresholds stay, so the firmware keeps holding the limit. Returns a
+// failure text.
+std::optional<std::string> handBack(const Paths& paths);
 
 }  // namespace torvel::daemon

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <iostream>
 #include <string>
@@ -12,16 +13,19 @@
 
 namespace {
 
-constexpr const char* usage = R"(Usage: torvel-daemon [--probe --json | --version | --help]
+constexpr const char* usage = R"(Usage: torvel-daemon [--probe --json | --hand-back | --version | --help]
 
 Without arguments, runs the charge service: holds the charge limit of config.json, publishes
 status.json and the journal, and answers com.torvel.Daemon1 on the system bus.
 
   --probe --json   print what this machine lets the service control, as JSON, and exit
+  --hand-back      set charge_behaviour back to auto if it was left otherwise (the unit's
+                   ExecStopPost= step: a killed service never leaves the charger forced)
   --version        print the version and exit
 
 Environment: TORVEL_ROOT prefixes every file path, TORVEL_SYSFS replaces /sys/class/power_supply,
-DBUS_SYSTEM_BUS_ADDRESS chooses the bus.
+DBUS_SYSTEM_BUS_ADDRESS chooses the bus. SIGHUP reads config.json again. Exit status 75 after
+Restart asks systemd for a fresh start; 1 when another instance runs or the service failed.
 )";
 
 std::string executablePath() {
@@ -38,6 +42,13 @@ int main(int argc, char** argv) {
         std::cout << torvel::daemon::probeJson(paths.powerSupply) << "\n";
         return 0;
     }
+    if (argc == 2 && std::strcmp(argv[1], "--hand-back") == 0) {
+        if (auto error = torvel::daemon::handBack(paths)) {
+            std::cerr << "torvel-daemon: " << *error << "\n";
+            return 1;
+        }
+        return 0;
+    }
     if (argc == 2 && std::strcmp(argv[1], "--version") == 0) {
         std::cout << TORVEL_VERSION << "\n";
         return 0;
@@ -49,11 +60,24 @@ int main(int argc, char** argv) {
 
     const std::string self = executablePath();
     const auto end = torvel::daemon::runService({paths, TORVEL_VERSION, self});
-    if (end == torvel::daemon::RunEnd::restartRequested) {
-        // The same process image afresh: new code after an update, a clean state otherwise.
-        ::execv("/proc/self/exe", argv);
-        std::cerr << "torvel-daemon: " << torvel::systemError("restart", {}, errno) << "\n";
-        return 1;
+    switch (end) {
+        case torvel::daemon::RunEnd::stopped:
+            return 0;
+        case torvel::daemon::RunEnd::restartRequested:
+            // Under systemd the unit starts the installed binary again on this status; run by hand, the
+            // installed file is started in our place (not /proc/self/exe, which is the old image after an
+            // update).
+            if (std::getenv("INVOCATION_ID") == nullptr && !self.empty()) {
+                std::string installed = self;
+                if (installed.ends_with(" (deleted)")) installed.resize(installed.size() - 10);
+                ::execv(installed.c_str(), argv);
+                std::cerr << "torvel-daemon: " << torvel::systemError("restart", {}, errno) << "\n";
+                return 1;
+            }
+            return torvel::daemon::restartExitStatus;
+        case torvel::daemon::RunEnd::failed:
+        case torvel::daemon::RunEnd::alreadyRunning:
+            return 1;
     }
-    return end == torvel::daemon::RunEnd::failed ? 1 : 0;
+    return 1;
 }

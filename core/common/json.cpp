@@ -2,12 +2,63 @@
 
 #include <cmath>
 #include <limits>
+#include <set>
+#include <vector>
 
 namespace torvel::json {
 
 std::optional<Value> parseObject(std::string_view text) {
     Value value = Value::parse(text.begin(), text.end(), nullptr, /*allow_exceptions=*/false);
     if (!value.is_object()) return std::nullopt;
+    return value;
+}
+
+namespace {
+
+// Counted before parsing, so a million opening brackets cost one pass and no allocation.
+bool nestsWithin(std::string_view text, int maxDepth) {
+    int depth = 0;
+    bool inString = false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (inString) {
+            if (c == '\\') {
+                ++i;
+            } else if (c == '"') {
+                inString = false;
+            }
+        } else if (c == '"') {
+            inString = true;
+        } else if (c == '{' || c == '[') {
+            if (++depth > maxDepth) return false;
+        } else if (c == '}' || c == ']') {
+            --depth;
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+std::optional<Value> parseObjectStrictly(std::string_view text, int maxDepth) {
+    if (!nestsWithin(text, maxDepth)) return std::nullopt;
+    // The keys seen so far in each open container; arrays get an empty set to keep the levels aligned.
+    std::vector<std::set<std::string>> open;
+    bool repeated = false;
+    const auto watch = [&](int, nlohmann::json::parse_event_t event, Value& parsed) {
+        using Event = nlohmann::json::parse_event_t;
+        if (event == Event::object_start || event == Event::array_start) {
+            open.emplace_back();
+        } else if ((event == Event::object_end || event == Event::array_end) && !open.empty()) {
+            open.pop_back();
+        } else if (event == Event::key && !open.empty() &&
+                   !open.back().insert(parsed.get<std::string>()).second) {
+            repeated = true;
+        }
+        return true;
+    };
+    Value value = Value::parse(text.begin(), text.end(), watch, /*allow_exceptions=*/false);
+    if (repeated || !value.is_object()) return std::nullopt;
     return value;
 }
 

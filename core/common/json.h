@@ -17,6 +17,12 @@ using Ordered = nlohmann::ordered_json;
 // The parsed document when it is a JSON object; absent for anything else, malformed input included.
 std::optional<Value> parseObject(std::string_view text);
 
+// For text from someone who may mean harm (a bus caller, a file a user could have planted): also absent
+// when arrays and objects nest deeper than `maxDepth`, or when one object names a key twice (which reader
+// would win is anyone's guess, so neither does).
+inline constexpr int defaultMaxDepth = 16;
+std::optional<Value> parseObjectStrictly(std::string_view text, int maxDepth = defaultMaxDepth);
+
 std::optional<bool> boolean(const Value& object, std::string_view key);
 // Only a JSON integer (no fraction in the source), within the signed 64-bit range.
 std::optional<std::int64_t> integer(const Value& object, std::string_view key);

@@ -33,58 +33,93 @@ std::optional<std::string> BusService::start(bool takeName) {
     return std::nullopt;
 }
 
-int BusService::onApplySettings(sd_bus_message* call, void* self, sd_bus_error*) {
+namespace {
+
+// The argument of an ApplySettings call, pointing into the message itself: nothing is copied.
+std::optional<std::string_view> settingsArgument(sd_bus_message* call) {
     const char* message = nullptr;
-    const int result = sd_bus_message_read(call, "s", &message);
-    if (result < 0) return result;
-    return static_cast<BusService*>(self)->handle(call, Action::applySettings, message);
+    if (sd_bus_message_rewind(call, 1) < 0 || sd_bus_message_read(call, "s", &message) < 0 || !message)
+        return std::nullopt;
+    return std::string_view(message, ::strnlen(message, BusService::maxMessageBytes + 1));
+}
+
+}  // namespace
+
+int BusService::onApplySettings(sd_bus_message* call, void* self, sd_bus_error*) {
+    const auto message = settingsArgument(call);
+    if (!message) return -EINVAL;
+    if (message->size() > maxMessageBytes)
+        return sd_bus_reply_method_return(call, "bs", 0, "The settings are too large.");
+    auto* service = static_cast<BusService*>(self);
+    service->authorise(call, service->commands_.isProtectedChange(*message) ? Action::applyProtectedSettings
+                                                                            : Action::applySettings);
+    return 1;
 }
 
 int BusService::onPurgeAllData(sd_bus_message* call, void* self, sd_bus_error*) {
-    return static_cast<BusService*>(self)->handle(call, Action::purgeAllData, {});
+    static_cast<BusService*>(self)->authorise(call, Action::purgeAllData);
+    return 1;
 }
 
 int BusService::onReleaseCharge(sd_bus_message* call, void* self, sd_bus_error*) {
-    return static_cast<BusService*>(self)->handle(call, Action::releaseCharge, {});
+    static_cast<BusService*>(self)->authorise(call, Action::releaseCharge);
+    return 1;
 }
 
 int BusService::onRestart(sd_bus_message* call, void* self, sd_bus_error*) {
-    return static_cast<BusService*>(self)->handle(call, Action::restart, {});
+    static_cast<BusService*>(self)->authorise(call, Action::restart);
+    return 1;
 }
 
-int BusService::handle(sd_bus_message* call, Action action, std::string argument) {
+void BusService::authorise(sd_bus_message* call, Action action) {
     // The answer may come after a password prompt; the call is kept until then.
     sd_bus_message_ref(call);
-    authoriser_.check(
-        call, action, [this, call, action, argument = std::move(argument)](bool allowed, std::string reason) {
-            if (!allowed) {
-                sd_bus_reply_method_errorf(call, SD_BUS_ERROR_ACCESS_DENIED, "%s", reason.c_str());
-                sd_bus_message_unref(call);
+    authoriser_.check(call, action, [this, call, action](Authoriser::Verdict verdict, std::string reason) {
+        if (verdict == Authoriser::Verdict::allowed) {
+            perform(call, action);
+        } else {
+            sd_bus_reply_method_errorf(call,
+                                       verdict == Authoriser::Verdict::busy ? SD_BUS_ERROR_LIMITS_EXCEEDED
+                                                                            : SD_BUS_ERROR_ACCESS_DENIED,
+                                       "%s", reason.c_str());
+        }
+        sd_bus_message_unref(call);
+    });
+}
+
+void BusService::perform(sd_bus_message* call, Action action) {
+    CallReply reply;
+    switch (action) {
+        case Action::applySettings:
+        case Action::applyProtectedSettings: {
+            const auto message = settingsArgument(call);
+            if (!message) {
+                reply = {false, "The settings could not be read."};
+                break;
+            }
+            // Other settings may have arrived during the prompt: what was harmless then may not be now.
+            if (action == Action::applySettings && commands_.isProtectedChange(*message)) {
+                authorise(call, Action::applyProtectedSettings);
                 return;
             }
-            CallReply reply;
-            switch (action) {
-                case Action::applySettings:
-                    reply = commands_.applySettings(argument);
-                    break;
-                case Action::purgeAllData:
-                    reply = commands_.purgeAllData();
-                    break;
-                case Action::releaseCharge:
-                    reply = commands_.releaseCharge();
-                    break;
-                case Action::restart:
-                    break;
-            }
-            sd_bus_reply_method_return(call, "bs", static_cast<int>(reply.ok), reply.message.c_str());
-            sd_bus_message_unref(call);
-            if (action == Action::restart) {
-                // The caller hears "yes" before the process goes away.
-                sd_bus_flush(bus_);
-                commands_.restart();
-            }
-        });
-    return 1;
+            reply = commands_.applySettings(*message);
+            break;
+        }
+        case Action::purgeAllData:
+            reply = commands_.purgeAllData();
+            break;
+        case Action::releaseCharge:
+            reply = commands_.releaseCharge();
+            break;
+        case Action::restart:
+            break;
+    }
+    sd_bus_reply_method_return(call, "bs", static_cast<int>(reply.ok), reply.message.c_str());
+    if (action == Action::restart) {
+        // The caller hears "yes" before the process goes away.
+        sd_bus_flush(bus_);
+        commands_.restart();
+    }
 }
 
 }  // namespace torvel::daemon

@@ -2,6 +2,7 @@
 
 #include <systemd/sd-bus.h>
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -20,6 +21,9 @@ inline constexpr const char* busName = bus::serviceName;
 class BusCommands {
   public:
     virtual ~BusCommands() = default;
+    // Whether a settings message undoes a protection or destroys something kept, which takes the
+    // administrator's say rather than the session's.
+    virtual bool isProtectedChange(std::string_view message) const = 0;
     virtual CallReply applySettings(std::string_view message) = 0;
     virtual CallReply purgeAllData() = 0;
     virtual CallReply releaseCharge() = 0;
@@ -28,7 +32,8 @@ class BusCommands {
 };
 
 // com.torvel.Daemon1 on /com/torvel/Daemon: checks authorisation, then hands the call over. A refused
-// caller gets org.freedesktop.DBus.Error.AccessDenied; a refused request gets (false, reason).
+// caller gets org.freedesktop.DBus.Error.AccessDenied (LimitsExceeded while too many of its calls wait for
+// polkit); a refused request gets (false, reason).
 class BusService {
   public:
     BusService(sd_bus* bus, BusCommands& commands, Authoriser& authoriser)
@@ -36,6 +41,10 @@ class BusService {
     ~BusService();
     BusService(const BusService&) = delete;
     BusService& operator=(const BusService&) = delete;
+
+    // Settings messages larger than this are refused unread: the configuration object is a few hundred
+    // bytes, and a caller sending megabytes means the service harm.
+    static constexpr std::size_t maxMessageBytes = 64 * 1024;
 
     // Registers the object and, when asked, takes the well-known name. Returns a failure text.
     std::optional<std::string> start(bool takeName = true);
@@ -45,7 +54,9 @@ class BusService {
     static int onPurgeAllData(sd_bus_message* call, void* self, sd_bus_error* error);
     static int onReleaseCharge(sd_bus_message* call, void* self, sd_bus_error* error);
     static int onRestart(sd_bus_message* call, void* self, sd_bus_error* error);
-    int handle(sd_bus_message* call, Action action, std::string argument);
+    // The call stays referenced until it is answered; its argument is read again once it is authorised.
+    void authorise(sd_bus_message* call, Action action);
+    void perform(sd_bus_message* call, Action action);
 
     sd_bus* bus_;
     BusCommands& commands_;

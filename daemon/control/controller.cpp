@@ -114,7 +114,7 @@ std::optional<int> ChargeController::target() const {
     return std::nullopt;
 }
 
-void ChargeController::apply(const DeviceReading& reading, std::optional<int> goal, bool forcing) {
+bool ChargeController::apply(const DeviceReading& reading, std::optional<int> goal, bool forcing) {
     const int pct = reading.capacity.value_or(status_.pct);
     WriteError error;
 
@@ -145,10 +145,17 @@ void ChargeController::apply(const DeviceReading& reading, std::optional<int> go
                (status_.hot || inhibitLatched_ || (calibration_.draining() && reading.plugged))) {
         behaviour = behaviourInhibit;
     }
-    if (auto behaviourError = writer_.applyBehaviour(caps_, behaviour); behaviourError && !error) {
-        error = behaviourError;
+    auto behaviourError = writer_.applyBehaviour(caps_, behaviour);
+    if (behaviourError && forcing) {
+        // Not discharging, whatever was asked: the status says what the battery does. The supervisor
+        // asks again on the next tick and gives up once the cut has had its time to take hold.
+        forcing = false;
+        if (auto fallback = writer_.applyBehaviour(caps_, behaviourAuto); fallback && !error)
+            error = fallback;
     }
+    if (behaviourError && !error) error = behaviourError;
     note(error);
+    return forcing;
 }
 
 bool ChargeController::followPlug(bool plugged) {
@@ -224,8 +231,8 @@ void ChargeController::countProtectedTime(ChargeState state, std::optional<int> 
 
 ChargeState ChargeController::control(const DeviceReading& reading, Instant now, double elapsed) {
     const auto goal = target();
-    const bool forcing = superviseDischarge(reading, goal, now);
-    apply(reading, goal, forcing);
+    const bool forcing = apply(reading, goal, superviseDischarge(reading, goal, now));
+    status_.dischargeFailed = discharge_.failed();
     const ChargeState state = stateOf(reading, goal, forcing);
     verifyGate(reading, goal, forcing, now);
     countProtectedTime(state, goal, elapsed);
@@ -239,8 +246,40 @@ void ChargeController::enterState(ChargeState state, Instant now) {
     }
 }
 
+void ChargeController::followAbsence(Instant now) {
+    if (!absent_ && log_) log_("battery removed; nothing to hold until it is back");
+    absent_ = true;
+    // Looked at afresh when it returns: it may be another battery, or firmware that forgot the thresholds.
+    capsKnown_ = false;
+    discharge_.stop();
+    holdingSince_.reset();
+    inhibitLatched_ = false;
+    status_.pct = 0;
+    status_.temp.reset();
+    status_.hot = false;
+    status_.gateVerified.reset();
+    status_.chargeMode.reset();
+    status_.smcKeys.clear();
+    if (status_.state || status_.otherState != absentWord || !status_.since) status_.since = now;
+    status_.state.reset();
+    status_.otherState = std::string(absentWord);
+}
+
 void ChargeController::tick(Instant now) {
     const DeviceReading reading = device_.read();
+    if (!reading.batteryPresent) {
+        lastTick_ = now;
+        status_.plugged = reading.plugged;
+        followAbsence(now);
+        return;
+    }
+    if (absent_) {
+        absent_ = false;
+        status_.otherState.reset();
+        status_.since.reset();
+        writer_.forget();
+        if (log_) log_("battery back; taking it up again");
+    }
     if (!capsKnown_) {
         refreshCapabilities();
         writer_.forget();

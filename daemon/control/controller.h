@@ -40,6 +40,8 @@ class ChargeController {
     // Below this the battery counts as not charging even when the status says otherwise.
     static constexpr std::int64_t gateCurrentMicroamps = 50000;
     static constexpr double heatReturnCelsius = 3;
+    // The state word published while the battery is out of its bay.
+    static constexpr std::string_view absentWord = "absent";
 
     ChargeController(PowerDevice& device, ControlMemory memory, Log log);
 
@@ -77,7 +79,10 @@ class ChargeController {
     ChargeState control(const DeviceReading& reading, Instant now, double elapsed);
     // Returns whether the battery is being forced down.
     bool superviseDischarge(const DeviceReading& reading, std::optional<int> goal, Instant now);
-    void apply(const DeviceReading& reading, std::optional<int> goal, bool forcing);
+    // Returns whether force-discharge is on the device, as asked (false when the driver refused it).
+    bool apply(const DeviceReading& reading, std::optional<int> goal, bool forcing);
+    // The battery is out: nothing to hold, nothing to publish about it but that.
+    void followAbsence(Instant now);
     ChargeState stateOf(const DeviceReading& reading, std::optional<int> goal, bool forcing) const;
     void verifyGate(const DeviceReading& reading, std::optional<int> goal, bool forcing, Instant now);
     void countProtectedTime(ChargeState state, std::optional<int> goal, double elapsed);
@@ -98,6 +103,7 @@ class ChargeController {
 
     bool released_ = false;
     bool capsKnown_ = false;
+    bool absent_ = false;
     bool inhibitLatched_ = false;
     double topUpFullSeconds_ = 0;
     std::optional<Instant> lastTick_;

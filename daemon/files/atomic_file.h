@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <cstddef>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -15,15 +16,32 @@ using FileError = std::optional<std::string>;
 
 // Replaces `file` so that a reader sees the old bytes or the new ones, never a mix, even across a crash:
 // a temporary file in the same directory, fsync, rename over the name, fsync of the directory. A link at
-// the name is replaced, never followed.
-FileError replaceFile(const std::filesystem::path& file, std::string_view bytes, mode_t mode = 0644);
+// the name is replaced, never followed. Without `durable` both fsyncs are left out: a reader still never sees
+// a mix, but a power cut may lose the file, which suits one rewritten every few seconds anyway.
+FileError replaceFile(const std::filesystem::path& file, std::string_view bytes, mode_t mode = 0644,
+                      bool durable = true);
 
 // Creates the directory and its parents when missing (the installed unit creates them; test and demo runs
 // under TORVEL_ROOT do not).
 FileError ensureDirectory(const std::filesystem::path& directory, mode_t mode = 0755);
 
-// The whole file, refusing a link at the name (ELOOP) as a service running as root must. On failure
-// `error` receives the errno.
-std::optional<std::string> readFileNoFollow(const std::filesystem::path& file, int& error);
+// The whole file, refusing a link at the name (ELOOP) as a service running as root must, anything but a
+// regular file (EINVAL: a FIFO would block the service, a device would never end) and a file larger than
+// `maxBytes` (EFBIG). On failure `error` receives the errno.
+std::optional<std::string> readFileNoFollow(const std::filesystem::path& file, int& error,
+                                            std::size_t maxBytes = 1024 * 1024);
+
+// Renames `file` to file.bad, or file.bad-2, file.bad-3… when those exist: no kept file is ever replaced.
+// Returns the new name, or absent with errno set.
+std::optional<std::filesystem::path> keepAside(const std::filesystem::path& file);
+
+// Opens `name` inside the directory for appending, creating it when missing. A link or a hard-linked file
+// at the name (someone wanting root to write into another file) is renamed aside as keepAside does and a
+// fresh file takes its place; `note` then says so. Returns -1 with errno on failure.
+int openForAppend(int directoryFd, const std::string& name, std::string& note);
+
+// Deletes the temporary files replaceFile leaves behind when the process dies between create and rename.
+// Only names of that form are touched; call it when no other writer can be at work.
+void removeTemporaryFiles(const std::filesystem::path& directory);
 
 }  // namespace torvel::daemon

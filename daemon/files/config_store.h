@@ -23,6 +23,10 @@ struct AcceptedSettings {
 std::variant<AcceptedSettings, std::string> validateSettings(std::string_view message,
                                                              const Settings& current);
 
+// Whether an accepted message would turn the limit off, shorten the journal's retention or reset the
+// protected-time counter: changes a session may not make on its own. A message that will be refused is not.
+bool isProtectedChange(std::string_view message, const Settings& current);
+
 // config.json: read once at start, replaced atomically after every accepted message.
 class ConfigStore {
   public:
@@ -33,8 +37,11 @@ class ConfigStore {
         // What the log should say about it (a file kept aside, an unreadable one); absent when all is well.
         std::optional<std::string> note;
     };
-    // A corrupt file is renamed to config.json.bad and the defaults are used: what the user wrote is kept
-    // for them to look at, never overwritten by the next save.
+    static constexpr std::size_t maxFileBytes = 1024 * 1024;
+
+    // A damaged file is renamed to config.json.bad (or .bad-2, .bad-3…, never over an older one) and its
+    // valid keys are used over the defaults and stored back: what the user wrote is kept for them to look
+    // at, never overwritten by the next save.
     Loaded load() const;
     FileError save(const Settings& settings) const;
     const std::filesystem::path& file() const { return file_; }

@@ -22,23 +22,23 @@ FileDescriptor openDirectory(const std::filesystem::path& directory) {
         [&] { return ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC); }));
 }
 
-std::vector<std::string> dayFiles(int directoryFd) {
-    std::vector<std::string> names;
+// Calls `visit(name)` for each day file until it returns false. Names are not gathered first: a
+// directory may hold a hundred thousand of them.
+template <typename Visit>
+void forEachDayFile(int directoryFd, Visit&& visit) {
     FileDescriptor copy(::dup(directoryFd));
-    if (!copy.valid()) return names;
+    if (!copy.valid()) return;
     DIR* listing = ::fdopendir(copy.get());
-    if (listing == nullptr) return names;
+    if (listing == nullptr) return;
     // closedir closes it from here on.
     copy.release();
     while (const dirent* entry = ::readdir(listing)) {
         if (!JournalWriter::isDayFileName(entry->d_name)) continue;
-        struct stat info {};
-        if (::fstatat(directoryFd, entry->d_name, &info, AT_SYMLINK_NOFOLLOW) != 0 || S_ISDIR(info.st_mode))
-            continue;
-        names.emplace_back(entry->d_name);
+        // d_type spares a stat of each name; unlinkat refuses a folder anyway.
+        if (entry->d_type == DT_DIR) continue;
+        if (!visit(std::string_view(entry->d_name))) break;
     }
     ::closedir(listing);
-    return names;
 }
 
 bool changed(const HistorySample& a, const HistorySample& b) {
@@ -71,11 +71,10 @@ std::variant<bool, std::string> JournalWriter::record(const HistorySample& sampl
     if (auto error = ensureDirectory(directory_)) return *error;
     const FileDescriptor directory = openDirectory(directory_);
     if (!directory.valid()) return systemError("open", directory_.filename().string(), errno);
-    const FileDescriptor out(retryOnInterrupt([&] {
-        return ::openat(directory.get(), name->c_str(),
-                        O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0644);
-    }));
+    std::string note;
+    const FileDescriptor out(openForAppend(directory.get(), *name, note));
     if (!out.valid()) return systemError("open", *name, errno);
+    if (!note.empty()) note_ = note;
     // One write per line: a reader never sees half a line from us, only a line or none.
     const std::string line = JournalLine::encode(sample) + "\n";
     const ssize_t written = retryOnInterrupt([&] { return ::write(out.get(), line.data(), line.size()); });
@@ -92,12 +91,24 @@ FileError JournalWriter::prune(Instant now, int historyDays, bool force) {
     const FileDescriptor directory = openDirectory(directory_);
     if (!directory.valid())
         return errno == ENOENT ? FileError{} : systemError("open", directory_.filename().string(), errno);
-    for (const auto& name : dayFiles(directory.get())) {
-        const auto day = Dates::parseIsoDay(std::string_view(name).substr(0, 10));
-        if (!day || *day >= *oldestKept) continue;
-        if (::unlinkat(directory.get(), name.c_str(), 0) != 0) return systemError("delete", name, errno);
-    }
-    return std::nullopt;
+    std::size_t deleted = 0;
+    FileError error;
+    forEachDayFile(directory.get(), [&](std::string_view name) {
+        const auto day = Dates::parseIsoDay(name.substr(0, 10));
+        if (!day || *day >= *oldestKept) return true;
+        // A few at a time: years of files must not keep the bus and the battery waiting.
+        if (deleted == maxDeletionsPerCall) {
+            lastPrune_.reset();
+            return false;
+        }
+        if (::unlinkat(directory.get(), std::string(name).c_str(), 0) != 0 && errno != EISDIR) {
+            error = systemError("delete", name, errno);
+            return false;
+        }
+        ++deleted;
+        return true;
+    });
+    return error;
 }
 
 FileError JournalWriter::removeAll() {
@@ -105,9 +116,15 @@ FileError JournalWriter::removeAll() {
     const FileDescriptor directory = openDirectory(directory_);
     if (!directory.valid())
         return errno == ENOENT ? FileError{} : systemError("open", directory_.filename().string(), errno);
-    for (const auto& name : dayFiles(directory.get())) {
-        if (::unlinkat(directory.get(), name.c_str(), 0) != 0) return systemError("delete", name, errno);
-    }
+    FileError error;
+    forEachDayFile(directory.get(), [&](std::string_view name) {
+        if (::unlinkat(directory.get(), std::string(name).c_str(), 0) != 0 && errno != EISDIR) {
+            error = systemError("delete", name, errno);
+            return false;
+        }
+        return true;
+    });
+    if (error) return error;
     // Fails harmlessly when something else lives there: that is not ours to remove.
     ::rmdir(directory_.c_str());
     return std::nullopt;

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "common/syscalls.h"
+#include "files/atomic_file.h"
 
 namespace torvel::daemon {
 
@@ -32,9 +33,13 @@ void ServiceLog::write(Instant now, std::string_view text) {
         older += ".1";
         ::rename(file_.c_str(), older.c_str());
     }
-    const FileDescriptor fd(retryOnInterrupt(
-        [&] { return ::open(file_.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0644); }));
+    const FileDescriptor directory(retryOnInterrupt(
+        [&] { return ::open(file_.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+    if (!directory.valid()) return;
+    std::string note;
+    const FileDescriptor fd(openForAppend(directory.get(), file_.filename().string(), note));
     if (!fd.valid()) return;
+    if (!note.empty()) line = std::string(stamp) + " " + note + "\n" + line;
     // The log has nowhere to report its own failure; a lost line is all that can go wrong.
     retryOnInterrupt([&] { return ::write(fd.get(), line.data(), line.size()); });
 }

@@ -5,7 +5,7 @@ namespace torvel::daemon {
 ControlMemory StateStore::load() const {
     int error = 0;
     const auto bytes = readFileNoFollow(file_, error);
-    const auto object = bytes ? json::parseObject(*bytes) : std::nullopt;
+    const auto object = bytes ? json::parseObjectStrictly(*bytes) : std::nullopt;
     if (!object) return {};
     ControlMemory memory;
     if (auto seconds = json::number(*object, "protectedSeconds"); seconds && *seconds >= 0) {

@@ -22,7 +22,9 @@ std::variant<bool, std::string> StatusPublisher::publish(PublishedStatus status,
     status.ts = now;
     const bool changed = !last_ || comparable(*last_) != comparable(status);
     if (!changed && now - lastWrite_ < refreshEvery && now >= lastWrite_) return false;
-    if (auto error = replaceFile(file_, status.fileText(), 0644)) return *error;
+    // Rewritten every fifteen seconds and again at start: a copy lost to a power cut costs nothing, while two
+    // fsyncs a beat would cost an idle laptop its disk's sleep.
+    if (auto error = replaceFile(file_, status.fileText(), 0644, false)) return *error;
     last_ = status;
     lastWrite_ = now;
     return true;

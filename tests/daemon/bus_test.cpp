@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <fstream>
+#include <map>
 #include <regex>
 #include <set>
 #include <sstream>
@@ -27,6 +28,9 @@ struct ServiceCommands final : BusCommands {
     ChargeService& service;
     std::atomic<int> restarts{0};
     explicit ServiceCommands(ChargeService& s) : service(s) {}
+    bool isProtectedChange(std::string_view message) const override {
+        return service.isProtectedChange(message);
+    }
     CallReply applySettings(std::string_view message) override { return service.applySettings(message, 1e9); }
     CallReply purgeAllData() override { return service.purgeAllData(1e9); }
     CallReply releaseCharge() override { return service.releaseCharge(1e9); }
@@ -146,6 +150,129 @@ TEST_F(BusTest, AnotherUserIsRefusedUnlessPolkitAllowsThatVeryAction) {
     allowInPolkit("com.torvel.daemon.purge-all-data");
     EXPECT_EQ(call("PurgeAllData"), "ok");
     for (const auto& file : {paths_.config, paths_.status, paths_.history}) EXPECT_FALSE(fs::exists(file));
+}
+
+TEST_F(BusTest, OversizedDeepOrRepeatedSettingsAreRefusedWithoutAskingAnyone) {
+    startService(true);
+    callerUid_ =
+        strangerUid;  // polkit allows nothing: only a refusal before authorisation answers (false, …)
+    const std::string huge = R"({"limit":60,"pad":")" + std::string(BusService::maxMessageBytes, 'x') + "\"}";
+    EXPECT_EQ(call("ApplySettings", huge.c_str()), "refused: The settings are too large.");
+    allowInPolkit("com.torvel.daemon.apply-settings");
+    const std::string deep = R"({"limit":60,"x":)" + std::string(40, '[') + std::string(40, ']') + "}";
+    EXPECT_EQ(call("ApplySettings", deep.c_str()), "refused: The settings repeat a key or nest too deeply.");
+    EXPECT_EQ(call("ApplySettings", R"({"limit":60,"limit":90})"),
+              "refused: The settings repeat a key or nest too deeply.");
+    EXPECT_FALSE(fs::exists(paths_.config));
+}
+
+TEST_F(BusTest, SettingsThatUndoAProtectionNeedTheAdministrator) {
+    startService(true);
+    ASSERT_EQ(call("ApplySettings", R"({"limit":70,"historyDays":90})"), "ok");
+    callerUid_ = strangerUid;
+    allowInPolkit("com.torvel.daemon.apply-settings");
+    struct Case {
+        const char* message;
+        bool protectedChange;
+    };
+    for (const Case& c : {Case{R"({"enabled":false})", true},
+                          {R"({"historyDays":30})", true},
+                          {R"({"resetProtected":true})", true},
+                          {R"({"history":false})", false},
+                          {R"({"historyDays":120,"limit":75})", false},
+                          {R"({"enabled":true,"resetProtected":false})", false}}) {
+        EXPECT_EQ(call("ApplySettings", c.message), c.protectedChange ? accessDenied : "ok") << c.message;
+    }
+    EXPECT_EQ(config(), settingsMessage(Settings{.limit = 75, .history = false, .historyDays = 120}));
+    allowInPolkit("com.torvel.daemon.apply-protected-settings");
+    EXPECT_EQ(call("ApplySettings", R"({"enabled":false,"historyDays":30})"), "ok");
+    EXPECT_EQ(config(),
+              settingsMessage(Settings{.enabled = false, .limit = 75, .history = false, .historyDays = 30}));
+}
+
+// The flags argument of every CheckAuthorization the mock authority received.
+std::vector<std::uint32_t> polkitFlags(sd_bus* client) {
+    std::vector<std::uint32_t> flags;
+    sd_bus_message* reply = nullptr;
+    if (sd_bus_call_method(client, "org.freedesktop.PolicyKit1", "/org/freedesktop/PolicyKit1/Authority",
+                           "org.freedesktop.DBus.Mock", "GetMethodCalls", nullptr, &reply, "s",
+                           "CheckAuthorization") < 0)
+        return flags;
+    sd_bus_message_enter_container(reply, SD_BUS_TYPE_ARRAY, "(tav)");
+    while (sd_bus_message_enter_container(reply, SD_BUS_TYPE_STRUCT, "tav") > 0) {
+        sd_bus_message_skip(reply, "t");
+        sd_bus_message_enter_container(reply, SD_BUS_TYPE_ARRAY, "v");
+        for (int i = 0; i < 3; ++i) sd_bus_message_skip(reply, "v");
+        std::uint32_t value = 99;
+        sd_bus_message_read(reply, "v", "u", &value);
+        sd_bus_message_skip(reply, "v");
+        flags.push_back(value);
+        sd_bus_message_exit_container(reply);
+        sd_bus_message_exit_container(reply);
+    }
+    sd_bus_message_unref(reply);
+    return flags;
+}
+
+TEST_F(BusTest, ThePasswordPromptIsAskedForOnlyWhenTheCallerCanWait) {
+    startService(true);
+    callerUid_ = strangerUid;
+    EXPECT_EQ(call("ReleaseCharge"), accessDenied);
+    sd_bus_set_allow_interactive_authorization(client_, 1);
+    EXPECT_EQ(call("ReleaseCharge"), accessDenied);
+    EXPECT_EQ(polkitFlags(client_), (std::vector<std::uint32_t>{0, 1}));
+}
+
+TEST_F(BusTest, OneCallersBurstWaitingForPolkitIsCappedAndOthersStillGetThrough) {
+    startService(true);
+    callerUid_ = strangerUid;
+    ASSERT_GE(
+        sd_bus_call_method(client_, "org.freedesktop.PolicyKit1", "/org/freedesktop/PolicyKit1/Authority",
+                           "org.freedesktop.DBus.Mock", "SimulateHang", nullptr, nullptr, "b", 1),
+        0);
+    // Async calls from one connection; the answers are counted by their error names.
+    std::map<std::string, int> answers;
+    const auto send = [&](sd_bus* from, int count) {
+        for (int i = 0; i < count; ++i) {
+            sd_bus_call_method_async(
+                from, nullptr, busName, objectPath, interfaceName, "ReleaseCharge",
+                [](sd_bus_message* reply, void* userdata, sd_bus_error*) {
+                    const sd_bus_error* error = sd_bus_message_get_error(reply);
+                    ++(*static_cast<std::map<std::string, int>*>(userdata))[error ? error->name : "ok"];
+                    return 0;
+                },
+                &answers, "");
+        }
+    };
+    const auto pump = [&](sd_bus* bus, std::chrono::milliseconds time) {
+        for (auto end = std::chrono::steady_clock::now() + time; std::chrono::steady_clock::now() < end;) {
+            while (sd_bus_process(bus, nullptr) > 0) {
+            }
+            sd_bus_wait(bus, 20'000);
+        }
+    };
+    send(client_, Authoriser::maxPendingPerCaller + 3);
+    pump(client_, 500ms);
+    EXPECT_EQ(answers["org.freedesktop.DBus.Error.LimitsExceeded"], 3);
+
+    // Another connection of the same user is the same caller; another user is not.
+    sd_bus* other = testing::connect(bus_.address());
+    ASSERT_NE(other, nullptr);
+    send(other, 1);
+    pump(other, 300ms);
+    EXPECT_EQ(answers["org.freedesktop.DBus.Error.LimitsExceeded"], 4);
+    callerUid_ = strangerUid + 1;
+    send(other, 1);
+    pump(other, 300ms);
+    EXPECT_EQ(answers.size(), 1u);  // the other user's question is waiting, not refused
+    ASSERT_GE(
+        sd_bus_call_method(client_, "org.freedesktop.PolicyKit1", "/org/freedesktop/PolicyKit1/Authority",
+                           "org.freedesktop.DBus.Mock", "ReleaseHangingCalls", nullptr, nullptr, ""),
+        0);
+    pump(other, 300ms);
+    pump(client_, 300ms);
+    EXPECT_EQ(answers[accessDenied], static_cast<int>(Authoriser::maxPendingPerCaller) + 1);
+    sd_bus_flush_close_unref(other);
 }
 
 // The method names and "method direction name type" rows of our interface in an introspection document;

@@ -331,6 +331,82 @@ TEST(ChargeController, ARunAndTheProtectedTimeSurviveARestart) {
     EXPECT_EQ(restarted.view().protectedSeconds, 1234);
 }
 
+// The simulated battery with a bay that can be emptied and a driver that can refuse force-discharge.
+struct FaultyDevice final : PowerDevice {
+    explicit FaultyDevice(SimulatedBattery& b) : battery(b) {}
+    DeviceReading read() override {
+        if (!absent) return battery.read();
+        DeviceReading reading;
+        reading.plugged = battery.read().plugged;
+        return reading;
+    }
+    DeviceCapabilities capabilities() override {
+        return absent ? DeviceCapabilities{} : battery.capabilities();
+    }
+    std::optional<int> threshold(Threshold which) override { return battery.threshold(which); }
+    WriteError setThreshold(Threshold which, int percent) override {
+        return battery.setThreshold(which, percent);
+    }
+    std::optional<ChargeBehaviour> behaviour() override { return battery.behaviour(); }
+    WriteError setBehaviour(std::string_view value) override {
+        if (refuseDischarge && value == behaviourForceDischarge)
+            return "cannot write charge_behaviour: I/O error";
+        return battery.setBehaviour(value);
+    }
+    SimulatedBattery& battery;
+    bool absent = false;
+    bool refuseDischarge = false;
+};
+
+TEST(ChargeController, ARemovedBatteryIsPublishedAbsentAndTakenUpAgainWhenBack) {
+    SimulatedBattery battery({.startPercent = 85});
+    FaultyDevice device(battery);
+    std::vector<std::string> log;
+    ChargeController controller(device, {}, [&](std::string_view line) { log.emplace_back(line); });
+    controller.setSettings({.limit = 80});
+    Instant now = 1'700'000'000;
+    controller.tick(now);
+    battery.advance(5);
+    controller.tick(now += 5);
+    ASSERT_EQ(controller.status().state, ChargeState::hold);
+
+    device.absent = true;
+    controller.tick(now += 5);
+    EXPECT_EQ(controller.status().state, std::nullopt);
+    EXPECT_EQ(controller.status().otherState, "absent");
+    EXPECT_EQ(controller.status().pct, 0);
+    EXPECT_EQ(controller.status().since, now);
+    EXPECT_EQ(log.back(), "battery removed; nothing to hold until it is back");
+
+    // Put back with the firmware's defaults, as some machines do.
+    battery.setThreshold(Threshold::start, 0);
+    battery.setThreshold(Threshold::end, 100);
+    device.absent = false;
+    controller.tick(now += 5);
+    EXPECT_EQ(controller.status().otherState, std::nullopt);
+    EXPECT_EQ(battery.endThresholdValue(), 80);
+    battery.advance(5);
+    controller.tick(now += 5);
+    EXPECT_EQ(controller.status().state, ChargeState::hold);
+    EXPECT_EQ(log.back(), "battery back; taking it up again");
+}
+
+TEST(ChargeController, ARefusedDischargeWriteIsNeverPublishedAsADischarge) {
+    SimulatedBattery battery({.startPercent = 95});
+    FaultyDevice device(battery);
+    device.refuseDischarge = true;
+    ChargeController controller(device, {}, {});
+    controller.setSettings({.limit = 80, .discharge = true});
+    Instant now = 1'700'000'000;
+    // Each tick tries again until the cut has had its time to take hold; none of them says "discharge".
+    for (int i = 0; i < 6; ++i) {
+        controller.tick(now += 5);
+        EXPECT_NE(controller.status().state, ChargeState::discharge);
+        EXPECT_EQ(battery.behaviourValue(), "auto");
+    }
+    EXPECT_TRUE(controller.status().dischargeFailed);
+}
+
 TEST(ChargeController, ReleaseLeavesChargingAloneUntilTheNextSettings) {
     Rig rig({.startPercent = 60}, {.limit = 70});
     rig.run(60);

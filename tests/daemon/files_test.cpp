@@ -1,9 +1,13 @@
 #include "common/files.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <chrono>
+#include <cstdio>
 #include <fstream>
+#include <functional>
 #include <set>
 #include <string>
 
@@ -121,6 +125,101 @@ TEST_F(Files, ConfigStoreKeepsACorruptOrLinkedFileAsideAndUsesTheDefaults) {
         EXPECT_EQ(fs::is_symlink(dir / name / "config.json.bad"), linked);
         EXPECT_EQ(contents(dir / name / "config.json.bad"), text);
     }
+}
+
+TEST_F(Files, ConfigStoreKeepsAsideWhatIsNoPlainFileOrTooLargeAndKeepsThePartlyGoodKeys) {
+    const fs::path config = dir / "config.json";
+    struct Case {
+        const char* name;
+        std::function<void()> plant;
+        Settings expected;
+        const char* keptAs;
+    };
+    const std::vector<Case> cases{
+        {"fifo", [&] { ASSERT_EQ(::mkfifo(config.c_str(), 0644), 0); }, Settings{}, "config.json.bad"},
+        {"two megabytes",
+         [&] { std::ofstream(config) << R"({"limit":70,"x":")" << std::string(2 << 20, 'x') << "\"}"; },
+         Settings{}, "config.json.bad-2"},
+        {"partly bad", [&] { std::ofstream(config) << R"({"limit":70,"hysteresis":0,"topUp":true})"; },
+         Settings{.limit = 70, .topUp = true}, "config.json.bad-3"},
+        {"repeated key", [&] { std::ofstream(config) << R"({"limit":70,"limit":90})"; }, Settings{},
+         "config.json.bad-4"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        c.plant();
+        const auto loaded = ConfigStore(config).load();
+        EXPECT_EQ(loaded.settings, c.expected);
+        EXPECT_TRUE(loaded.note);
+        // What is in force is what config.json says, for the app that reads it too.
+        if (c.expected == Settings{}) {
+            EXPECT_FALSE(fs::exists(fs::symlink_status(config)));
+        } else {
+            EXPECT_EQ(contents(config), settingsMessage(c.expected));
+        }
+        EXPECT_TRUE(fs::exists(fs::symlink_status(dir / c.keptAs)));
+        fs::remove(config);
+    }
+    EXPECT_EQ(fs::status(dir / "config.json.bad").type(), fs::file_type::fifo);  // nothing kept was replaced
+}
+
+TEST_F(Files, TemporaryFilesOfADeadWriterGoAndNothingElse) {
+    for (const char* name :
+         {".config.json.123.4", ".status.json.9.0", "notes.txt", ".hidden", "config.json.1.2"})
+        std::ofstream(dir / name) << "x";
+    removeTemporaryFiles(dir);
+    EXPECT_EQ(names(dir), (Names{"notes.txt", ".hidden", "config.json.1.2"}));
+}
+
+TEST_F(Files, LogAndJournalMoveALinkedTargetAsideAndStartAfresh) {
+    std::ofstream(dir / "victim") << "precious";
+    const fs::path history = dir / "history";
+    fs::create_directories(history);
+    const Instant noon30April = 1'714'471'200;  // 2024-04-30 12:00 Paris
+    for (const bool hard : {false, true}) {
+        SCOPED_TRACE(hard);
+        for (const fs::path& target : {dir / "daemon.log", history / "2024-04-30.jsonl"}) {
+            fs::remove(target);
+            hard ? fs::create_hard_link(dir / "victim", target) : fs::create_symlink(dir / "victim", target);
+        }
+        ServiceLog(dir / "daemon.log").write(noon30April, "hello");
+        JournalWriter journal(history);
+        EXPECT_EQ(journal.record({noon30April, 50, ChargeState::allow, false, {}}), Written(true));
+        EXPECT_TRUE(journal.takeNote());
+        EXPECT_EQ(contents(dir / "victim"), "precious");
+        EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(dir / "daemon.log")));
+        EXPECT_EQ(fs::hard_link_count(dir / "daemon.log"), 1u);
+        EXPECT_NE(contents(dir / "daemon.log").find(" hello\n"), std::string::npos);
+        EXPECT_EQ(fs::hard_link_count(history / "2024-04-30.jsonl"), 1u);
+        fs::remove(dir / "daemon.log.bad");
+        fs::remove(history / "2024-04-30.jsonl.bad");
+    }
+}
+
+TEST_F(Files, AHundredThousandOldDayFilesArePrunedAFewAtATime) {
+    const fs::path history = dir / "history";
+    fs::create_directories(history);
+    const Instant noon30April = 1'714'471'200;
+    std::size_t planted = 0;
+    // Day names for a hundred thousand files: every date of years 1000 to 1273, which all count as old.
+    for (int year = 1000; planted < 100000; ++year) {
+        for (int month = 1; month <= 12 && planted < 100000; ++month) {
+            for (int day = 1; day <= 28 && planted < 100000; ++day, ++planted) {
+                char name[32];
+                std::snprintf(name, sizeof name, "%04d-%02d-%02d.jsonl", year, month, day);
+                FileDescriptor(::open((history / name).c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
+            }
+        }
+    }
+    JournalWriter journal(history);
+    const auto started = std::chrono::steady_clock::now();
+    ASSERT_FALSE(journal.prune(noon30April, 30));
+    const auto spent = std::chrono::steady_clock::now() - started;
+    EXPECT_LT(spent, std::chrono::milliseconds(500));
+    EXPECT_EQ(names(history).size(), 100000u - JournalWriter::maxDeletionsPerCall);
+    // The rest go on the following looks, not a day later.
+    ASSERT_FALSE(journal.prune(noon30April + 5, 30));
+    EXPECT_EQ(names(history).size(), 100000u - 2 * JournalWriter::maxDeletionsPerCall);
 }
 
 TEST_F(Files, ConfigAndStateStoresRoundTrip) {

@@ -11,6 +11,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -75,6 +76,22 @@ class Child {
                 firstLine->push_back(c);
         }
         return pid_ > 0;
+    }
+
+    pid_t pid() const { return pid_; }
+    // The exit status as waitpid gives it once the child ended on its own within `time`; absent while it
+    // runs.
+    std::optional<int> exited(std::chrono::milliseconds time) {
+        for (auto end = std::chrono::steady_clock::now() + time; pid_ > 0;) {
+            int status = 0;
+            if (::waitpid(pid_, &status, WNOHANG) == pid_) {
+                pid_ = -1;
+                return status;
+            }
+            if (std::chrono::steady_clock::now() >= end) break;
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        return std::nullopt;
     }
 
     // Sends `signal` and waits for the exit; returns the status as waitpid gives it.
