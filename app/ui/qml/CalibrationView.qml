@@ -82,6 +82,7 @@ Column {
                         explanation: modelData.reason
                         tone: page.stepTones[modelData.state]
                         word: page.stepWords[modelData.state]
+                        showsLamp: Calibration.running
                     }
                 }
             }
