@@ -87,7 +87,6 @@ void JournalPageModel::recomputeInsights() {
     if (seconds != protected_) {
         protected_ = seconds;
         emit protectedTotalChanged();
-        emit todayChanged();  // the narrative ends with the protected time
     }
 }
 
@@ -105,10 +104,6 @@ QString JournalPageModel::todayHeadline() const {
 
 QString JournalPageModel::todaySummary() const {
     return qs(HistoryAnalysis::summaryLine(history_.today()));
-}
-
-QString JournalPageModel::todayNarrative() const {
-    return qs(DayWords::narrative(history_.today(), history_.today().day, protected_));
 }
 
 QString JournalPageModel::todayCaption() const {

@@ -20,7 +20,6 @@ class JournalPageModel : public QObject {
     Q_PROPERTY(QString todayTitle READ todayTitle NOTIFY todayChanged)
     Q_PROPERTY(QString todayHeadline READ todayHeadline NOTIFY todayChanged)
     Q_PROPERTY(QString todaySummary READ todaySummary NOTIFY todayChanged)
-    Q_PROPERTY(QString todayNarrative READ todayNarrative NOTIFY todayChanged)
     Q_PROPERTY(QString todayCaption READ todayCaption NOTIFY todayChanged)
     Q_PROPERTY(int stressScore READ stressScore NOTIFY todayChanged)
     Q_PROPERTY(int stressTone READ stressTone NOTIFY todayChanged)
@@ -46,7 +45,6 @@ class JournalPageModel : public QObject {
     QString todayTitle() const;
     QString todayHeadline() const;
     QString todaySummary() const;
-    QString todayNarrative() const;
     QString todayCaption() const;
     int stressScore() const;
     // A `Looks::Tone`: calm, worth watching, or a day that wore the battery.

@@ -30,7 +30,7 @@ Column {
         JournalChart {
             objectName: "rangeChart"
             width: parent.width
-            height: 250
+            height: 280
             model: History.rangeChart
         }
     }

@@ -19,7 +19,6 @@ Column {
         objectName: "todayChartCard"
         width: parent.width
         title: JournalPage.todayTitle
-        footnote: JournalPage.todayNarrative
         Column {
             width: parent.width
             spacing: 16
@@ -41,7 +40,7 @@ Column {
             JournalChart {
                 objectName: "todayChart"
                 width: parent.width
-                height: 250
+                height: 280
                 model: History.todayChart
             }
             Text {
