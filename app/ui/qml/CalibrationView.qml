@@ -19,11 +19,21 @@ Column {
                                      : Calibration.verdict.length > 0 ? Calibration.verdict
                                      : "A sweep takes the battery from full to nearly empty and back, so its gauge re-learns the real capacity."
 
-        ProgressTrack {
+        Row {
             visible: Calibration.running
-            width: Math.min(parent.width, 420)
-            known: Calibration.progressKnown
-            value: Calibration.progress
+            spacing: 12
+            ProgressTrack {
+                anchors.verticalCenter: parent.verticalCenter
+                width: Math.min(page.width, 420)
+                known: Calibration.progressKnown
+                value: Calibration.progress
+            }
+            Text {
+                anchors.verticalCenter: parent.verticalCenter
+                text: Calibration.progressText
+                font: Ember.words(13, "semibold")
+                color: Ember.text2
+            }
         }
         Row {
             spacing: 12

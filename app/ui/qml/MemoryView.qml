@@ -38,7 +38,9 @@ Column {
     SettingsCard {
         width: parent.width
         title: "In figures"
-        footnote: "Every figure comes from the journal Torvel keeps on this machine. It never leaves it."
+        footnote: JournalPage.rangeYoung
+                  ? "The figures appear as soon as this range holds a few hours of readings."
+                  : "Every figure comes from the journal Torvel keeps on this machine. It never leaves it."
         Column {
             width: parent.width
             Repeater {

@@ -19,6 +19,5 @@ Rectangle {
         radius: parent.radius
         width: Math.max(height, parent.width * Math.max(0, Math.min(1, track.value)))
         color: Ember.ember
-        Behavior on width { NumberAnimation { duration: 240; easing.type: Easing.OutCubic } }
     }
 }
