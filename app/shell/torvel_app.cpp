@@ -328,7 +328,6 @@ std::optional<QString> TorvelApp::screenshotSection(const QString& file, AppSect
     QQuickWindow* window = windows_->window();
     // The picture is always the window's first size, wherever the user last left it.
     window->resize(TorvelWindowController::firstSize);
-    if (qEnvironmentVariableIsSet("XX_TALL")) window->resize(900, qEnvironmentVariableIntValue("XX_TALL"));
     QElapsedTimer waited;
     waited.start();
     // Sleeps between events rather than spinning: the journal's reload runs on the other core, and a year of
