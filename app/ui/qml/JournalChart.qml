@@ -45,6 +45,8 @@ Item {
         height: chart.height - y - 24 - legend.height - 10
         model: chart.model
         ember: Ember
+        // Tab reaches the chart; the arrow keys then step through its readings.
+        FocusRing { target: plot; radius: 6 }
         Accessible.role: Accessible.Chart
         Accessible.name: chart.model && chart.model.selected
                          ? chart.model.selectedTime + ", " + chart.model.selectedCharge : ""
