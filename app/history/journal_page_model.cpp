@@ -41,6 +41,7 @@ JournalPageModel::JournalPageModel(HistoryModel& history, ChargeSettings& settin
                                    QObject* parent)
     : QObject(parent), history_(history), settings_(settings), battery_(battery) {
     connect(&history_, &HistoryModel::todayChanged, this, &JournalPageModel::todayChanged);
+    connect(&history_, &HistoryModel::todayChanged, this, &JournalPageModel::todayFiguresChanged);
     connect(&history_, &HistoryModel::todayChanged, this, &JournalPageModel::recomputeInsights);
     connect(&history_, &HistoryModel::rangeReloaded, this, &JournalPageModel::rangeChanged);
     connect(&settings_, &ChargeSettings::changed, this, &JournalPageModel::recomputeInsights);
@@ -86,7 +87,7 @@ void JournalPageModel::recomputeInsights() {
     const auto seconds = protectedSeconds();
     if (seconds != protected_) {
         protected_ = seconds;
-        emit protectedTotalChanged();
+        emit todayFiguresChanged();
     }
 }
 
@@ -106,35 +107,18 @@ QString JournalPageModel::todaySummary() const {
     return qs(HistoryAnalysis::summaryLine(history_.today()));
 }
 
-QString JournalPageModel::todayCaption() const {
-    return qs(JournalCaption::text(history_.today()));
-}
-
-int JournalPageModel::stressScore() const {
-    return static_cast<int>(history_.today().stress.score);
-}
-
-int JournalPageModel::stressTone() const {
-    const auto score = history_.today().stress.score;
-    if (todayYoung()) return Looks::Quiet;
-    return score >= 50 ? Looks::Broken : score >= 20 ? Looks::Todo : Looks::Good;
-}
-
-QString JournalPageModel::atFull() const {
-    return qs(HistoryAnalysis::duration(history_.today().stress.atFullMinutes));
-}
-
-int JournalPageModel::atFullTone() const {
-    if (todayYoung()) return Looks::Quiet;
-    return history_.today().stress.atFullMinutes > 0 ? Looks::Todo : Looks::Good;
-}
-
-QString JournalPageModel::heldToday() const {
-    return qs(HistoryAnalysis::duration(history_.today().cappedMinutes));
-}
-
-QString JournalPageModel::protectedTotal() const {
-    return protected_ ? qs(DayWords::protectedTotal(*protected_)) : QString();
+QVariantList JournalPageModel::todayFigures() const {
+    const auto& report = history_.today();
+    if (todayYoung()) return {};
+    const auto figure = [](const std::string& value, const char* caption) {
+        return QVariantMap{{QStringLiteral("value"), qs(value)},
+                           {QStringLiteral("caption"), QString::fromUtf8(caption)}};
+    };
+    QVariantList list{figure(std::to_string(report.stress.score) + " / 100", "Stress score"),
+                      figure(HistoryAnalysis::duration(report.stress.atFullMinutes), "Time at 100%"),
+                      figure(HistoryAnalysis::duration(report.cappedMinutes), "Held at your limit")};
+    if (protected_) list << figure(DayWords::protectedTotal(*protected_), "Protected in all");
+    return list;
 }
 
 QVariantList JournalPageModel::ranges() {

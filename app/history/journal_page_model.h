@@ -20,13 +20,7 @@ class JournalPageModel : public QObject {
     Q_PROPERTY(QString todayTitle READ todayTitle NOTIFY todayChanged)
     Q_PROPERTY(QString todayHeadline READ todayHeadline NOTIFY todayChanged)
     Q_PROPERTY(QString todaySummary READ todaySummary NOTIFY todayChanged)
-    Q_PROPERTY(QString todayCaption READ todayCaption NOTIFY todayChanged)
-    Q_PROPERTY(int stressScore READ stressScore NOTIFY todayChanged)
-    Q_PROPERTY(int stressTone READ stressTone NOTIFY todayChanged)
-    Q_PROPERTY(QString atFull READ atFull NOTIFY todayChanged)
-    Q_PROPERTY(int atFullTone READ atFullTone NOTIFY todayChanged)
-    Q_PROPERTY(QString heldToday READ heldToday NOTIFY todayChanged)
-    Q_PROPERTY(QString protectedTotal READ protectedTotal NOTIFY protectedTotalChanged)
+    Q_PROPERTY(QVariantList todayFigures READ todayFigures NOTIFY todayFiguresChanged)
     Q_PROPERTY(QVariantList insights READ insights NOTIFY insightsChanged)
     Q_PROPERTY(QString projectionTitle READ projectionTitle NOTIFY insightsChanged)
     Q_PROPERTY(QString projectionBody READ projectionBody NOTIFY insightsChanged)
@@ -45,14 +39,9 @@ class JournalPageModel : public QObject {
     QString todayTitle() const;
     QString todayHeadline() const;
     QString todaySummary() const;
-    QString todayCaption() const;
-    int stressScore() const;
-    // A `Looks::Tone`: calm, worth watching, or a day that wore the battery.
-    int stressTone() const;
-    QString atFull() const;
-    int atFullTone() const;
-    QString heldToday() const;
-    QString protectedTotal() const;
+    // The day's figures as {value, caption}: the stress score, time at full, time held at the limit and,
+    // once the service has told it, the time protected in all. None while the day has no readings.
+    QVariantList todayFigures() const;
     // The cards before the projection, each {icon, tone, title, body}; the projection has its own place.
     QVariantList insights() const { return insights_; }
     QString projectionTitle() const { return projectionTitle_; }
@@ -71,7 +60,7 @@ class JournalPageModel : public QObject {
 
   signals:
     void todayChanged();
-    void protectedTotalChanged();
+    void todayFiguresChanged();
     void insightsChanged();
     void rangeChanged();
 

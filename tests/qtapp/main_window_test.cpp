@@ -147,6 +147,7 @@ TEST(JournalPages, TellAYoungJournalAndOneWithDaysInIt) {
         EXPECT_EQ(page.insights().front().toMap().value("title") == "The history has only just started",
                   young);
         EXPECT_EQ(page.projectionTitle().isEmpty(), young) << "the projection closes a day with readings";
+        EXPECT_EQ(page.todayFigures().size(), young ? 0 : 4) << "with the protected time the status told";
         ASSERT_NE(named(*rig.app, "todayChart"), nullptr);
         EXPECT_EQ(rig.app->history().todayChart()->empty(), young);
 

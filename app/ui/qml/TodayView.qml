@@ -25,16 +25,7 @@ Column {
             ReadingsRow {
                 width: parent.width
                 visible: !JournalPage.todayYoung
-                readings: {
-                    let list = [
-                        { value: JournalPage.stressScore + " / 100", caption: "Stress score" },
-                        { value: JournalPage.atFull, caption: "Time at 100%" },
-                        { value: JournalPage.heldToday, caption: "Held at your limit" }
-                    ]
-                    if (JournalPage.protectedTotal.length > 0)
-                        list.push({ value: JournalPage.protectedTotal, caption: "Protected in all" })
-                    return list
-                }
+                readings: JournalPage.todayFigures
             }
             RowDivider { inset: 0; visible: !JournalPage.todayYoung }
             JournalChart {
@@ -42,13 +33,6 @@ Column {
                 width: parent.width
                 height: 280
                 model: History.todayChart
-            }
-            Text {
-                width: parent.width
-                horizontalAlignment: Text.AlignHCenter
-                text: JournalPage.todayCaption
-                font: Ember.words(12, "medium")
-                color: Ember.text3
             }
         }
     }
