@@ -158,6 +158,12 @@ TEST(JournalPages, TellAYoungJournalAndOneWithDaysInIt) {
         EXPECT_EQ(rig.app->history().rangeChart()->empty(), young) << days;
         EXPECT_EQ(page.rangeFigures().isEmpty(), young) << days;
         EXPECT_EQ(page.daysRecorded(), QString::number(days));
+
+        // The year picks the year's words for the same days.
+        rig.app->history().setRangeName(QStringLiteral("year"));
+        ASSERT_TRUE(testing::spinUntil([&] { return rig.app->history().reloadsInFlight() == 0; }));
+        EXPECT_EQ(page.rangeHeadline().contains(QStringLiteral(" year ")), !young)
+            << page.rangeHeadline().toStdString();
     }
 }
 
