@@ -1,4 +1,5 @@
-// The journal's hot path: a month view reads thirty day files of about 1,440 lines each on every reload.
+// The journal's hot path: a month view reads thirty day files of about 1,440 lines each on every reload, the
+// year view 365 of them (about half a million lines).
 #include <benchmark/benchmark.h>
 #include <simdjson.h>
 #include <stdlib.h>
@@ -16,31 +17,36 @@ namespace {
 using torvel::HistoryModel;
 using torvel::Instant;
 
-// A generated month on disk, written once for the whole run and removed at exit.
-struct GeneratedMonth {
+// A generated journal on disk covering one range, written once for the whole run and removed at exit.
+struct GeneratedJournal {
     std::filesystem::path directory;
     Instant now = 0;
     std::vector<std::filesystem::path> files;
 
-    GeneratedMonth() {
+    GeneratedJournal(HistoryModel::Range range, int days) {
         std::string pattern = (std::filesystem::temp_directory_path() / "torvel-bench-XXXXXX").string();
         directory = ::mkdtemp(pattern.data());
         const Instant lastDay = torvel::Dates::parseIsoDay("2025-03-20").value_or(0);
         now = lastDay + 23 * 3600;
-        torvel::tools::writeJournal(directory, {.seed = 42, .lastDay = lastDay, .days = 30, .limit = 80});
-        for (Instant day = HistoryModel::rangeStart(HistoryModel::Range::month, now); day <= now;
+        torvel::tools::writeJournal(directory, {.seed = 42, .lastDay = lastDay, .days = days, .limit = 80});
+        for (Instant day = HistoryModel::rangeStart(range, now); day <= now;
              day = *torvel::Dates::addLocalDays(day, 1)) {
             files.push_back(directory / *torvel::HistoryStore::dayFileName(day));
         }
     }
-    ~GeneratedMonth() {
+    ~GeneratedJournal() {
         std::error_code ignored;
         std::filesystem::remove_all(directory, ignored);
     }
 };
 
-const GeneratedMonth& month() {
-    static const GeneratedMonth generated;
+const GeneratedJournal& month() {
+    static const GeneratedJournal generated(HistoryModel::Range::month, 30);
+    return generated;
+}
+
+const GeneratedJournal& year() {
+    static const GeneratedJournal generated(HistoryModel::Range::year, 365);
     return generated;
 }
 
@@ -56,8 +62,8 @@ struct BareSample {
 // A field of the wrong type simply stays zero here.
 void keep(simdjson::error_code) {}
 
-void BM_BareParseMonth(benchmark::State& state) {
-    const auto& files = month().files;
+void bareParse(benchmark::State& state, const GeneratedJournal& journal) {
+    const auto& files = journal.files;
     simdjson::ondemand::parser parser;
     std::vector<BareSample> samples;
     for (auto _ : state) {
@@ -96,20 +102,39 @@ void BM_BareParseMonth(benchmark::State& state) {
     }
     state.counters["samples"] = static_cast<double>(samples.size());
 }
-BENCHMARK(BM_BareParseMonth)->Unit(benchmark::kMillisecond);
 
-// What the month view does on every reload: read, analyse, chart in 240 slots.
-void BM_MonthReload(benchmark::State& state) {
-    const torvel::HistoryStore store(month().directory);
+// What a range view does on every reload: read, analyse, chart in 240 slots.
+void reload(benchmark::State& state, const GeneratedJournal& journal, HistoryModel::Range range) {
+    const torvel::HistoryStore store(journal.directory);
     std::size_t samples = 0;
     for (auto _ : state) {
-        auto view = HistoryModel::reloadRange(store, HistoryModel::Range::month, month().now, 40);
+        auto view = HistoryModel::reloadRange(store, range, journal.now, 40);
         samples = view.report.samples.size();
         benchmark::DoNotOptimize(view.series.buckets.data());
     }
     state.counters["samples"] = static_cast<double>(samples);
 }
+
+void BM_BareParseMonth(benchmark::State& state) {
+    bareParse(state, month());
+}
+BENCHMARK(BM_BareParseMonth)->Unit(benchmark::kMillisecond);
+
+void BM_MonthReload(benchmark::State& state) {
+    reload(state, month(), HistoryModel::Range::month);
+}
 BENCHMARK(BM_MonthReload)->Unit(benchmark::kMillisecond);
+
+void BM_BareParseYear(benchmark::State& state) {
+    bareParse(state, year());
+}
+BENCHMARK(BM_BareParseYear)->Unit(benchmark::kMillisecond);
+
+// The last 365 days, as the Long memory page's year reloads them.
+void BM_YearReload(benchmark::State& state) {
+    reload(state, year(), HistoryModel::Range::year);
+}
+BENCHMARK(BM_YearReload)->Unit(benchmark::kMillisecond);
 
 // The day view: one file, analysed, charted one slot a minute.
 void BM_DayViewReload(benchmark::State& state) {

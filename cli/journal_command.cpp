@@ -72,7 +72,7 @@ std::variant<JournalRequest, std::string> parseRequest(const std::vector<std::st
     }
     if (auto range = options.value("--range")) {
         request.range = HistoryModel::rangeNamed(*range);
-        if (!request.range) return badValue("--range", *range, "day, week or month");
+        if (!request.range) return badValue("--range", *range, "day, week, month or year");
     }
     constexpr long long most = 1'000'000'000;
     if (auto error = readInteger(options, "--limit", 0, 100, "a percentage from 0 to 100", request.limit))

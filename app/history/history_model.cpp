@@ -45,11 +45,14 @@ void HistoryModel::setRange(Range range) {
     if (range_ == range) return;
     range_ = range;
     emit rangeChanged();
-    reloadRange();
+    // Before the first refresh the thermal limit is not known yet, and the refresh reloads the range anyway:
+    // a year read twice at start-up would cost its time and memory twice.
+    if (refreshed_) reloadRange();
 }
 
 void HistoryModel::refresh(int thermalLimit) {
     thermalLimit_ = thermalLimit;
+    refreshed_ = true;
     reloadToday();
     reloadRange();
 }
@@ -96,9 +99,10 @@ void HistoryModel::reloadRange() {
     ++inFlight_;
     QtConcurrent::run([store, range, now, thermal] {
         return torvel::HistoryModel::reloadRange(store, range, now, thermal);
-    }).then(this, [this, range, thermal](torvel::HistoryModel::RangeView view) {
+    }).then(this, [this, range, thermal](QFuture<torvel::HistoryModel::RangeView> done) {
         --inFlight_;
-        rangeView_ = std::move(view);
+        // Taken, not copied: a year of samples is tens of megabytes.
+        rangeView_ = done.takeResult();
         rangeChart_.setThermalLimit(thermal);
         rangeChart_.setSeries(rangeView_->series, torvel::HistoryModel::bucketCount(range));
         emit rangeReloaded();

@@ -85,6 +85,7 @@ class HistoryModel : public QObject {
     QTimer slow_;
     QTimer live_;
     int inFlight_ = 0;
+    bool refreshed_ = false;
 };
 
 }  // namespace torvel::app

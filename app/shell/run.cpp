@@ -12,6 +12,7 @@
 
 #include "battery/battery_monitor.h"
 #include "common/fmt.h"
+#include "history/history_model.h"
 #include "service/charge_settings_model.h"
 #include "shell/main_window.h"
 #include "ui/panel_model.h"
@@ -34,6 +35,7 @@ QString CommandLine::usage() {
         "  --headless            no window: print the charge and the panel's line every second\n"
         "  --seconds N           stop a headless run after N seconds\n"
         "  --locale ID           the locale of numbers and dates, such as en or ja\n"
+        "  --range RANGE         the span Long memory shows: day, week, month or year\n"
         "  --help                show this and exit\n");
 }
 
@@ -108,6 +110,13 @@ CommandLine CommandLine::parse(const QStringList& arguments) {
                 return line;
             }
             line.locale = arguments[++i].toStdString();
+        } else if (word == u"--range") {
+            if (i + 1 >= arguments.size() ||
+                !torvel::HistoryModel::rangeNamed(arguments[i + 1].toStdString())) {
+                line.error = QStringLiteral("--range needs one of day, week, month or year");
+                return line;
+            }
+            line.range = arguments[++i];
         } else {
             line.error = QStringLiteral("unknown switch %1 (try --help)").arg(word);
             return line;
@@ -176,6 +185,7 @@ int run(int argc, char** argv) {
     QApplication::setDesktopFileName(QStringLiteral("torvel"));
 
     TorvelApp torvel(line.options);
+    if (line.range) torvel.history().setRangeName(*line.range);
     if (line.screenshot) {
         const auto& section = line.options.switches.settingsSection;
         const auto error =

@@ -24,6 +24,7 @@
 #include "extras/login_item_model.h"
 #include "extras/updater_model.h"
 #include "history/history_model.h"
+#include "history/journal_page_model.h"
 #include "service/bus_address.h"
 #include "service/bus_pump.h"
 #include "service/charge_service.h"
@@ -32,6 +33,7 @@
 #include "shell/main_window.h"
 #include "status/desktop_notifier.h"
 #include "status/mac_page_model.h"
+#include "ui/calibration_model.h"
 #include "ui/chart_item.h"
 #include "ui/ember.h"
 #include "ui/looks.h"
@@ -41,6 +43,10 @@
 namespace torvel::app {
 
 namespace {
+
+// zlib's fastest levels: at twice the window's size the default level spends longer compressing the picture
+// than the app spends drawing it, for files only a little smaller.
+constexpr int screenshotQuality = 80;
 
 std::optional<std::filesystem::path> existing(const std::filesystem::path& path) {
     std::error_code error;
@@ -64,6 +70,10 @@ ChargeService::Files serviceFiles(const Paths& paths) {
 }  // namespace
 
 double TorvelApp::wallClock() {
+    // TORVEL_NOW pins the clock, so a sample data directory written in the past shows its own today.
+    static const double pinned =
+        qEnvironmentVariableIsSet("TORVEL_NOW") ? qEnvironmentVariable("TORVEL_NOW").toDouble() : 0;
+    if (pinned > 0) return pinned;
     return static_cast<double>(QDateTime::currentMSecsSinceEpoch()) / 1000.0;
 }
 
@@ -151,6 +161,13 @@ TorvelApp::TorvelApp(Options options, QObject* parent)
             &SettingsPageModel::openStartupApproval);
     connect(macPage_.get(), &MacPageModel::terminalRequested, this, &TorvelApp::openTerminal);
 
+    journalPage_ = std::make_unique<JournalPageModel>(*history_, *settings_, *battery_);
+    calibration_ = std::make_unique<CalibrationModel>(*settings_);
+    // Both charts draw the user's limit across them, and follow it as it is changed.
+    history_->setChargeLimit(settings_->limit());
+    connect(settings_.get(), &ChargeSettings::limitChanged, history_.get(),
+            [this] { history_->setChargeLimit(settings_->limit()); });
+
     windows_ = std::make_unique<TorvelWindowController>(TorvelWindowController::Models{
         .settings = *settings_,
         .history = *history_,
@@ -202,6 +219,9 @@ QQmlApplicationEngine& TorvelApp::engine() {
         qmlRegisterSingletonInstance("Torvel", 1, 0, "Updater", updater_.get());
         qmlRegisterSingletonInstance("Torvel", 1, 0, "SettingsPage", settingsPage_.get());
         qmlRegisterSingletonInstance("Torvel", 1, 0, "MacPage", macPage_.get());
+        qmlRegisterSingletonInstance("Torvel", 1, 0, "History", history_.get());
+        qmlRegisterSingletonInstance("Torvel", 1, 0, "JournalPage", journalPage_.get());
+        qmlRegisterSingletonInstance("Torvel", 1, 0, "Calibration", calibration_.get());
         qmlRegisterSingletonInstance("Torvel", 1, 0, "ServiceInstaller", installer_.get());
         qmlRegisterUncreatableMetaObject(Looks::staticMetaObject, "Torvel", 1, 0, "Looks",
                                          QStringLiteral("Looks only names tones and kinds"));
@@ -310,13 +330,17 @@ std::optional<QString> TorvelApp::screenshotSection(const QString& file, AppSect
     window->resize(TorvelWindowController::firstSize);
     QElapsedTimer waited;
     waited.start();
+    // Sleeps between events rather than spinning: the journal's reload runs on the other core, and a year of
+    // it should not have to share that core with a busy wait.
+    QTimer deadline;
+    deadline.start(3000);
     while ((history_->reloadsInFlight() > 0 || !window->isExposed()) && waited.elapsed() < 3000) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
     }
     QCoreApplication::processEvents();
     const QImage image = window->grabWindow();
     if (image.isNull()) return QStringLiteral("cannot render the main window");
-    if (!image.save(file, "PNG")) return QStringLiteral("cannot write %1").arg(file);
+    if (!image.save(file, "PNG", screenshotQuality)) return QStringLiteral("cannot write %1").arg(file);
     return std::nullopt;
 }
 
@@ -328,13 +352,16 @@ std::optional<QString> TorvelApp::screenshotPanel(const QString& file) {
     // Let the first reloads of the journal land, so the readings row is the one a user would see.
     QElapsedTimer waited;
     waited.start();
+    // Sleeps between events, as the section's screenshot does.
+    QTimer deadline;
+    deadline.start(3000);
     while ((history_->reloadsInFlight() > 0 || !window->isExposed()) && waited.elapsed() < 3000) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
     }
     QCoreApplication::processEvents();
     const QImage image = window->grabWindow();
     if (image.isNull()) return QStringLiteral("cannot render the panel");
-    if (!image.save(file, "PNG")) return QStringLiteral("cannot write %1").arg(file);
+    if (!image.save(file, "PNG", screenshotQuality)) return QStringLiteral("cannot write %1").arg(file);
     return std::nullopt;
 }
 

@@ -28,11 +28,13 @@ namespace torvel::app {
 
 class BatteryMonitor;
 class BusPump;
+class CalibrationModel;
 class ChargeService;
 class ChargeSettings;
 class DesktopNotifier;
 class Ember;
 class HistoryModel;
+class JournalPageModel;
 class LoginItemModel;
 class MacPageModel;
 class PanelModel;
@@ -64,6 +66,8 @@ class TorvelApp : public QObject {
     PanelModel& panel() { return *panel_; }
     ServiceInstaller& installer() { return *installer_; }
     MacPageModel& macPage() { return *macPage_; }
+    JournalPageModel& journalPage() { return *journalPage_; }
+    CalibrationModel& calibration() { return *calibration_; }
     Ember& ember() { return *ember_; }
     TorvelWindowController& windows() { return *windows_; }
     LoginItemModel& loginItem() { return *loginItem_; }
@@ -114,6 +118,8 @@ class TorvelApp : public QObject {
     std::unique_ptr<SettingsPageModel> settingsPage_;
     std::unique_ptr<ServiceInstaller> installer_;
     std::unique_ptr<MacPageModel> macPage_;
+    std::unique_ptr<JournalPageModel> journalPage_;
+    std::unique_ptr<CalibrationModel> calibration_;
     std::unique_ptr<TorvelWindowController> windows_;
     std::unique_ptr<QQmlApplicationEngine> engine_;
     QPointer<QQuickWindow> window_;

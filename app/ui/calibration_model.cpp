@@ -1,7 +1,9 @@
 #include "ui/calibration_model.h"
 
 #include <QVariantMap>
+#include <cmath>
 
+#include "common/fmt.h"
 #include "service/charge_settings_model.h"
 #include "status/calibration_view.h"
 
@@ -53,6 +55,11 @@ QVariantList CalibrationModel::steps() const {
                             {QStringLiteral("state"), QString::fromUtf8(where)}};
     }
     return list;
+}
+
+QString CalibrationModel::progressText() const {
+    if (!progress_) return {};
+    return QString::fromStdString(Fmt::percent(std::llround(*progress_ * 100)));
 }
 
 QString CalibrationModel::stepLabel() const {

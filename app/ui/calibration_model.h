@@ -24,6 +24,7 @@ class CalibrationModel : public QObject {
     Q_PROPERTY(QString stepReason READ stepReason NOTIFY phaseChanged)
     Q_PROPERTY(bool progressKnown READ progressKnown NOTIFY progressChanged)
     Q_PROPERTY(double progress READ progress NOTIFY progressChanged)
+    Q_PROPERTY(QString progressText READ progressText NOTIFY progressChanged)
     Q_PROPERTY(QString verdict READ verdict NOTIFY runsChanged)
     Q_PROPERTY(QString systemGap READ systemGap NOTIFY runsChanged)
     Q_PROPERTY(QString trend READ trend NOTIFY runsChanged)
@@ -50,6 +51,8 @@ class CalibrationModel : public QObject {
     QString stepReason() const;
     bool progressKnown() const { return progress_.has_value(); }
     double progress() const { return progress_.value_or(0); }
+    // "56%" of the step under way; empty while it cannot be told.
+    QString progressText() const;
     QString verdict() const;
     QString systemGap() const;
     QString trend() const;

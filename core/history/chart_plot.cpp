@@ -61,6 +61,14 @@ std::vector<ChartPlot::Tick> ChartPlot::ticksFor(Instant start, Instant end) {
             if (!next || *next <= midnight) break;
             midnight = *next;
         }
+    } else if (span > 62 * day) {
+        // The first of each month over a year: weeks would crowd the axis with fifty labels.
+        skeleton = "MMM";
+        for (auto midnight = Dates::addLocalDays(start, 0); midnight && *midnight < end;
+             midnight = Dates::addLocalDays(*midnight, 1)) {
+            const auto iso = Dates::isoDay(*midnight);
+            if (*midnight >= start && iso && iso->ends_with("-01")) instants.push_back(*midnight);
+        }
     } else {
         // Each midnight of a week; every seventh, counted back from the last, over longer spans.
         const bool week = span <= 8 * day;

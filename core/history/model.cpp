@@ -15,6 +15,8 @@ std::string_view HistoryModel::rawValue(Range range) {
             return "week";
         case Range::month:
             return "month";
+        case Range::year:
+            return "year";
     }
     return "day";
 }
@@ -34,6 +36,8 @@ int HistoryModel::dayOffset(Range range) {
             return -6;
         case Range::month:
             return -29;
+        case Range::year:
+            return -364;
     }
     return 0;
 }

@@ -18,8 +18,9 @@ namespace torvel {
 // charted, when the journal counts as ready, and the reloads that read and analyse the journal. The
 // observable model of the app owns the timers and threads and calls these for every decision.
 struct HistoryModel {
-    enum class Range { day, week, month };
-    static constexpr std::array<Range, 3> ranges = {Range::day, Range::week, Range::month};
+    // `year` is the last 365 days: the service keeps a year of journal by default.
+    enum class Range { day, week, month, year };
+    static constexpr std::array<Range, 4> ranges = {Range::day, Range::week, Range::month, Range::year};
 
     static constexpr int sparklineBuckets = 80;
     static constexpr double sparklineSeconds = 86'400;
@@ -30,7 +31,8 @@ struct HistoryModel {
 
     static std::string_view rawValue(Range range);
     static std::optional<Range> rangeNamed(std::string_view name);
-    // Calendar days from the start of today: 0, -6 (seven days with today), -29 (thirty days with today).
+    // Calendar days from the start of today: 0, -6 (seven days with today), -29 (thirty days with today),
+    // -364 (365 days with today).
     static int dayOffset(Range range);
     // One slot a minute for a day, 240 for the longer ranges.
     static int bucketCount(Range range);

@@ -62,15 +62,24 @@ std::string DayWords::narrative(const HistoryAnalysis::DayReport& report, Instan
 }
 
 std::string RangeWords::headline(const HistoryAnalysis::DayReport& report, HistoryModel::Range range) {
-    const bool month = range == HistoryModel::Range::month;
+    struct Wording {
+        const char* tooFull;
+        const char* hot;
+        const char* calm;
+    };
+    static constexpr Wording week{"A week too often at full charge", "A hot week for the battery",
+                                  "A calm week for the battery"};
+    static constexpr Wording month{"A month too often at full charge", "A hot month for the battery",
+                                   "A calm month for the battery"};
+    static constexpr Wording year{"A year too often at full charge", "A hot year for the battery",
+                                  "A calm year for the battery"};
+    const Wording& words = range == HistoryModel::Range::year    ? year
+                           : range == HistoryModel::Range::month ? month
+                                                                 : week;
     if (report.samples.size() < 2) return "Not enough readings yet";
-    if (report.stress.atFullMinutes >= 30) {
-        return month ? "A month too often at full charge" : "A week too often at full charge";
-    }
-    if (report.maxTemp && *report.maxTemp >= static_cast<double>(report.thermalLimit)) {
-        return month ? "A hot month for the battery" : "A hot week for the battery";
-    }
-    return month ? "A calm month for the battery" : "A calm week for the battery";
+    if (report.stress.atFullMinutes >= 30) return words.tooFull;
+    if (report.maxTemp && *report.maxTemp >= static_cast<double>(report.thermalLimit)) return words.hot;
+    return words.calm;
 }
 
 std::string JournalCaption::text(const HistoryAnalysis::DayReport& report) {

@@ -21,7 +21,7 @@ struct DayWords {
 };
 
 struct RangeWords {
-    // The month wording for a month; a day and a week both use the week wording.
+    // The month and year wordings for their ranges; a day and a week both use the week wording.
     static std::string headline(const HistoryAnalysis::DayReport& report, HistoryModel::Range range);
 };
 

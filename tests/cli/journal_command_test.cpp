@@ -17,7 +17,7 @@ class JournalCommand : public ::testing::Test {
     void TearDown() override { ::unsetenv("TORVEL_ROOT"); }
 };
 
-TEST_F(JournalCommand, RangesOfTheSampleWeek) {
+TEST_F(JournalCommand, RangesOfTheSampleMonth) {
     struct Case {
         std::vector<std::string> selection;
         const char* headline;
@@ -25,7 +25,8 @@ TEST_F(JournalCommand, RangesOfTheSampleWeek) {
     };
     const Case cases[] = {
         {{"--range", "week"}, "A hot week for the battery", 240},
-        {{"--range", "month"}, "A hot month for the battery", 240},
+        {{"--range", "month"}, "A month too often at full charge", 240},
+        {{"--range", "year"}, "A year too often at full charge", 240},
         {{"--day", "2025-11-20"}, "A calm week for the battery", 1440},
     };
     for (const auto& c : cases) {
@@ -38,15 +39,15 @@ TEST_F(JournalCommand, RangesOfTheSampleWeek) {
         EXPECT_EQ((*journal)["rangeHeadline"], c.headline) << c.selection.back();
         EXPECT_GT((*journal)["report"]["sampleCount"].get<int>(), 1000);
         EXPECT_LE((*journal)["series"]["buckets"].size(), c.maxBuckets);
-        EXPECT_EQ((*journal)["daysRecorded"], 7);
-        EXPECT_EQ((*journal)["storage"]["days"], 7);
+        EXPECT_EQ((*journal)["daysRecorded"], 30);
+        EXPECT_EQ((*journal)["storage"]["days"], 30);
     }
 }
 
 TEST_F(JournalCommand, BadArgumentsNameThemselves) {
     const std::vector<std::vector<std::string>> cases = {
         {"journal", "--day", "2025-13-01"},
-        {"journal", "--range", "year"},
+        {"journal", "--range", "decade"},
         {"journal", "--day", "2025-11-20", "--range", "week"},
         {"journal", "--limit", "eighty"},
         {"journal", "--now", "1e300"},

@@ -38,7 +38,7 @@ TEST_F(StatusCommand, JsonDescribesTheSampleAsALiveService) {
     EXPECT_EQ((*status)["state"], "hold");
     EXPECT_EQ((*status)["pct"], 80);
     EXPECT_EQ((*status)["startedAt"], 1763791200);
-    EXPECT_EQ((*status)["cal"]["runs"].size(), 2u);
+    EXPECT_EQ((*status)["cal"]["runs"].size(), 3u);
     EXPECT_TRUE((*status)["cal"]["trend"].is_string());
 }
 

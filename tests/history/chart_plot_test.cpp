@@ -163,6 +163,14 @@ TEST(ChartPlotTicks, FollowTheLocalClockAcrossADaylightSavingChange) {
     // A month: every seventh midnight, counted back from the last.
     const auto month = ChartPlot::ticksFor(*Dates::parseIsoDay("2025-03-01"), march30 + 12 * 3600);
     EXPECT_EQ(labels(month), (std::vector<std::string>{"Mar 2", "Mar 9", "Mar 16", "Mar 23", "Mar 30"}));
+
+    // The last 365 days: the first of each month, the clock changes of both years included.
+    const auto year = ChartPlot::ticksFor(*Dates::parseIsoDay("2024-03-31"), march30 + 12 * 3600);
+    EXPECT_EQ(labels(year), (std::vector<std::string>{"Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov",
+                                                      "Dec", "Jan", "Feb", "Mar"}));
+    EXPECT_DOUBLE_EQ(year.front().at,
+                     (*Dates::parseIsoDay("2024-04-01") - *Dates::parseIsoDay("2024-03-31")) /
+                         (march30 + 12 * 3600 - *Dates::parseIsoDay("2024-03-31")));
 }
 
 TEST(ChartPlotReading, WordsForTheBucketUnderThePointer) {

@@ -22,6 +22,7 @@ TEST(HistoryModelRanges, StartsEndsAndSlotsAtNow) {
         {april2AtNoon, Range::week, 1743030000, april2AtNoon, 240},
         {april2AtNoon, Range::month, 1741042800, april2AtNoon, 240},
         {march30At10, Range::day, 1743289200, 1743372000, 1440},
+        {march7At1430, Range::year, 1709852400, march7At1430, 240},
     };
     for (const auto& [now, range, start, end, buckets] : cases) {
         EXPECT_EQ(std::tuple(HistoryModel::rangeStart(range, now), HistoryModel::rangeEnd(range, now),
@@ -31,7 +32,7 @@ TEST(HistoryModelRanges, StartsEndsAndSlotsAtNow) {
     }
     for (const Range range : HistoryModel::ranges)
         EXPECT_EQ(HistoryModel::rangeNamed(HistoryModel::rawValue(range)), range);
-    EXPECT_FALSE(HistoryModel::rangeNamed("year"));
+    EXPECT_FALSE(HistoryModel::rangeNamed("decade"));
     // A calendar that cannot place `now` leaves the range at `now`.
     EXPECT_EQ(HistoryModel::rangeStart(Range::week, 1e300), 1e300);
 }

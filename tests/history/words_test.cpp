@@ -52,18 +52,24 @@ TEST(DayWords, NarrativeSentences) {
     }
 }
 
-TEST(RangeWords, MonthWordingOnlyForAMonth) {
-    const std::tuple<HistoryAnalysis::DayReport, const char*, const char*> cases[] = {
-        {report(1, 500, 50.0), "Not enough readings yet", "Not enough readings yet"},
-        {report(2, 30, 50.0), "A week too often at full charge", "A month too often at full charge"},
-        {report(2, 29, 40.0), "A hot week for the battery", "A hot month for the battery"},
-        {report(2, 29, 39.9), "A calm week for the battery", "A calm month for the battery"},
-        {report(2), "A calm week for the battery", "A calm month for the battery"},
+TEST(RangeWords, MonthAndYearWordingsOnlyForTheirRanges) {
+    const std::tuple<HistoryAnalysis::DayReport, const char*, const char*, const char*> cases[] = {
+        {report(1, 500, 50.0), "Not enough readings yet", "Not enough readings yet",
+         "Not enough readings yet"},
+        {report(2, 30, 50.0), "A week too often at full charge", "A month too often at full charge",
+         "A year too often at full charge"},
+        {report(2, 29, 40.0), "A hot week for the battery", "A hot month for the battery",
+         "A hot year for the battery"},
+        {report(2, 29, 39.9), "A calm week for the battery", "A calm month for the battery",
+         "A calm year for the battery"},
+        {report(2), "A calm week for the battery", "A calm month for the battery",
+         "A calm year for the battery"},
     };
-    for (const auto& [r, week, month] : cases) {
+    for (const auto& [r, week, month, year] : cases) {
         EXPECT_EQ(RangeWords::headline(r, Range::day), week) << "a day is worded as a week";
         EXPECT_EQ(RangeWords::headline(r, Range::week), week);
         EXPECT_EQ(RangeWords::headline(r, Range::month), month);
+        EXPECT_EQ(RangeWords::headline(r, Range::year), year);
     }
 }
 

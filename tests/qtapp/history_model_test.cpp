@@ -57,6 +57,9 @@ TEST(HistoryModel, TheJournalIsAnnouncedOnlyOnceADayOfReadingsIsIn) {
 
 TEST(HistoryModel, ReloadsPublishOnTheMainThreadAndARangeSwitchReloadsOnlyTheRange) {
     Journal journal(26);
+    journal.model->setRangeName(QStringLiteral("month"));
+    journal.model->setRangeName(QStringLiteral("day"));
+    EXPECT_EQ(journal.model->reloadsInFlight(), 0) << "a range chosen before the first refresh waits for it";
     journal.model->refresh(45);
     ASSERT_TRUE(journal.settle());
     EXPECT_EQ(journal.todayChanges, 1);

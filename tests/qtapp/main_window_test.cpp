@@ -10,8 +10,12 @@
 #include <QSettings>
 #include <ctime>
 
+#include "generator.h"
+#include "history/history_model.h"
+#include "history/journal_page_model.h"
 #include "qt_support.h"
 #include "shell/torvel_app.h"
+#include "ui/calibration_model.h"
 
 namespace torvel::app {
 namespace {
@@ -33,11 +37,19 @@ struct AppRig {
     testing::TempDir root;
     std::unique_ptr<TorvelApp> app;
 
-    explicit AppRig(std::optional<QRect> savedGeometry = std::nullopt) {
+    // `statusFields` join the status file's fresh state and time.
+    explicit AppRig(std::optional<QRect> savedGeometry = std::nullopt, int journalDays = 0,
+                    const std::string& statusFields = {}) {
         testing::qtApp();
         fs::create_directories(root.path() / "var/lib/torvel");
         std::ofstream(root.path() / "var/lib/torvel/status.json")
-            << R"({"state":"hold","ts":)" << std::time(nullptr) << "}";
+            << R"({"state":"hold","ts":)" << std::time(nullptr) << statusFields << "}";
+        if (journalDays > 0) {
+            const auto written = tools::writeJournal(
+                root.path() / "var/lib/torvel/history",
+                {.seed = 3, .lastDay = static_cast<double>(std::time(nullptr)), .days = journalDays});
+            EXPECT_TRUE(std::holds_alternative<std::int64_t>(written));
+        }
         qputenv("TORVEL_ROOT", QByteArray::fromStdString(root.path().string()));
         qputenv("TORVEL_SYSFS", TORVEL_FIXTURES "/power_supply/laptop_charging");
         qputenv("TORVEL_APPEARANCE", "light");
@@ -115,6 +127,76 @@ TEST(MainWindow, RendersEverySectionOffscreen) {
     }
 }
 
+QQuickItem* named(TorvelApp& app, const char* name) {
+    return app.windows().window()->findChild<QQuickItem*>(QString::fromUtf8(name));
+}
+
+// The journal pages over no journal and over a few generated days: the young journal says so and charts
+// nothing; a journal with days in it is told, charted and carded.
+TEST(JournalPages, TellAYoungJournalAndOneWithDaysInIt) {
+    for (const int days : {0, 3}) {
+        AppRig rig(std::nullopt, days);
+        const bool young = days == 0;
+        const fs::path shot = rig.root.path() / "today.png";
+        ASSERT_EQ(rig.app->screenshotSection(QString::fromStdString(shot.string()), AppSection::today),
+                  std::nullopt);
+        EXPECT_GT(coarseColours(QImage(QString::fromStdString(shot.string()))), 25) << days;
+        const JournalPageModel& page = rig.app->journalPage();
+        EXPECT_EQ(page.todayYoung(), young) << days;
+        ASSERT_FALSE(page.insights().isEmpty());
+        EXPECT_EQ(page.insights().front().toMap().value("title") == "The history has only just started",
+                  young);
+        EXPECT_EQ(page.projectionTitle().isEmpty(), young) << "the projection closes a day with readings";
+        EXPECT_EQ(page.todayFigures().size(), young ? 0 : 4) << "with the protected time the status told";
+        ASSERT_NE(named(*rig.app, "todayChart"), nullptr);
+        EXPECT_EQ(rig.app->history().todayChart()->empty(), young);
+
+        rig.app->history().setRangeName(QStringLiteral("week"));
+        ASSERT_EQ(rig.app->screenshotSection(QString::fromStdString(shot.string()), AppSection::memory),
+                  std::nullopt);
+        ASSERT_NE(named(*rig.app, "rangeChart"), nullptr);
+        EXPECT_EQ(rig.app->history().rangeChart()->empty(), young) << days;
+        EXPECT_EQ(page.rangeFigures().isEmpty(), young) << days;
+        EXPECT_EQ(page.daysRecorded(), QString::number(days));
+
+        // The year picks the year's words for the same days.
+        rig.app->history().setRangeName(QStringLiteral("year"));
+        ASSERT_TRUE(testing::spinUntil([&] { return rig.app->history().reloadsInFlight() == 0; }));
+        EXPECT_EQ(page.rangeHeadline().contains(QStringLiteral(" year ")), !young)
+            << page.rangeHeadline().toStdString();
+    }
+}
+
+// The calibration page starts a sweep only when the service can run one, and while one runs offers Stop
+// with the step's progress instead.
+TEST(CalibrationPage, StartWhenPossibleStopWhileRunning) {
+    struct Case {
+        const char* status;
+        bool canStart, startShown, stopShown;
+        const char* progress;
+    };
+    const Case cases[] = {
+        {R"(,"dischargeSupported":false)", false, true, false, ""},
+        {R"(,"dischargeSupported":true)", true, true, false, ""},
+        {R"(,"dischargeSupported":true,"pct":52,"cal":{"phase":"drain","drainTarget":15})", true, false, true,
+         "56%"},
+    };
+    for (const auto& c : cases) {
+        AppRig rig(std::nullopt, 0, c.status);
+        const fs::path shot = rig.root.path() / "calibration.png";
+        ASSERT_EQ(rig.app->screenshotSection(QString::fromStdString(shot.string()), AppSection::calibration),
+                  std::nullopt);
+        EXPECT_GT(coarseColours(QImage(QString::fromStdString(shot.string()))), 25) << c.status;
+        const CalibrationModel& model = rig.app->calibration();
+        EXPECT_EQ(model.canStart(), c.canStart) << c.status;
+        EXPECT_EQ(model.blockedReason().isEmpty(), c.canStart) << "a refusal always says why";
+        EXPECT_EQ(named(*rig.app, "startButton")->isVisible(), c.startShown) << c.status;
+        EXPECT_EQ(named(*rig.app, "startButton")->isEnabled(), c.canStart) << c.status;
+        EXPECT_EQ(named(*rig.app, "stopButton")->isVisible(), c.stopShown) << c.status;
+        EXPECT_EQ(model.progressText(), c.progress) << c.status;
+    }
+}
+
 // QML faults surface only when a view is made; every block of the design system is made once here, with the
 // singletons it names, so a typo in one that no page uses yet still fails a test.
 TEST(DesignSystem, EveryBlockLoadsWithoutErrors) {
@@ -123,11 +205,12 @@ TEST(DesignSystem, EveryBlockLoadsWithoutErrors) {
     QQmlEngine* engine = qmlEngine(rig.app->windows().window());
     ASSERT_NE(engine, nullptr);
     for (const char* block :
-         {"EmberButton",   "EmberSegmented", "AdviceSegmented", "PopChoice",  "PageHeader",
-          "SettingsCard",  "DisclosureCard", "SettingsRow",     "RowDivider", "InfoRow",
-          "NoteCard",      "SubPage",        "SettingCard",     "StripCell",  "RestingBar",
-          "RollingDigits", "Lamp",           "LampRow",         "HeroHeader", "ConfirmDialog",
-          "PageFooter",    "TextLink"}) {
+         {"EmberButton",   "EmberSegmented", "AdviceSegmented", "PopChoice",   "PageHeader",
+          "SettingsCard",  "DisclosureCard", "SettingsRow",     "RowDivider",  "InfoRow",
+          "NoteCard",      "SubPage",        "SettingCard",     "StripCell",   "RestingBar",
+          "RollingDigits", "Lamp",           "LampRow",         "HeroHeader",  "ConfirmDialog",
+          "PageFooter",    "TextLink",       "ProgressTrack",   "ChartLegend", "InsightList",
+          "CapacityRuns"}) {
         QQmlComponent component(engine, QUrl(QStringLiteral("qrc:/Torvel/%1.qml").arg(QLatin1String(block))));
         std::unique_ptr<QObject> made(component.create());
         EXPECT_NE(made, nullptr) << block << ": " << component.errorString().toStdString();

@@ -26,6 +26,9 @@ QtObject {
     readonly property string calendar: "M5 5.5 H19 A1 1 0 0 1 20 6.5 V19.5 A1 1 0 0 1 19 20.5 H5 A1 1 0 0 1 4 19.5 V6.5 A1 1 0 0 1 5 5.5 Z M4 10 H20 M8.5 3 V7.5 M15.5 3 V7.5"
     readonly property string gauge: "M3.5 17 A8.5 8.5 0 1 1 20.5 17 M12 17 L15.5 10.5"
     readonly property string comeDown: "M12 3.5 V13.5 M8 9.5 L12 13.5 L16 9.5 M4.5 17.5 H19.5 M8 20.5 H16"
+    readonly property string sparkles: "M10 3.5 L11.6 8.4 L16.5 10 L11.6 11.6 L10 16.5 L8.4 11.6 L3.5 10 L8.4 8.4 Z M17.5 14 L18.3 16.2 L20.5 17 L18.3 17.8 L17.5 20 L16.7 17.8 L14.5 17 L16.7 16.2 Z"
+    readonly property string leaf: "M5 19 C5 10 10 5 19.5 4.5 C19.5 14 14 19 5 19 Z M5 19 L13 11"
+    readonly property string cycle: "M4.5 12 A7.5 7.5 0 0 1 17.8 7.2 M19.5 12 A7.5 7.5 0 0 1 6.2 16.8 M18.5 3.5 V7.5 H14.5 M5.5 20.5 V16.5 H9.5"
     // The flame, outer shape and inner tongue, on a 100-unit grid.
     readonly property string flame: "M50 3 C57 20 82 34 82 62 C82 83 67 97 50 97 C33 97 18 83 18 62 C18 46 27 36 35 26 C37 38 41 45 47 48 C44 32 45 17 50 3 Z"
     readonly property string flameInner: "M51 50 C58 59 67 66 67 77 C67 87 60 93 51 93 C42 93 35 87 35 78 C35 68 45 62 51 50 Z"

@@ -7,7 +7,7 @@ Item {
     id: chart
     property ChartModel model
     readonly property real scaleWidth: 38
-    implicitHeight: 240
+    implicitHeight: 270
 
     Row {
         id: readout
@@ -42,9 +42,11 @@ Item {
         x: chart.scaleWidth
         y: readout.height + 8
         width: chart.width - chart.scaleWidth
-        height: chart.height - y - 24
+        height: chart.height - y - 24 - legend.height - 10
         model: chart.model
         ember: Ember
+        // Tab reaches the chart; the arrow keys then step through its readings.
+        FocusRing { target: plot; radius: 6 }
         Accessible.role: Accessible.Chart
         Accessible.name: chart.model && chart.model.selected
                          ? chart.model.selectedTime + ", " + chart.model.selectedCharge : ""
@@ -74,5 +76,14 @@ Item {
             font: Ember.words(11, "medium")
             color: Ember.text3
         }
+    }
+
+    ChartLegend {
+        id: legend
+        x: chart.scaleWidth
+        y: plot.y + plot.height + 28
+        width: plot.width
+        limit: chart.model ? chart.model.limit : 0
+        thermalLimit: chart.model ? chart.model.thermalLimit : 0
     }
 }

@@ -12,6 +12,8 @@ Item {
     property string word
     property string button
     property bool buttonEnabled: true
+    // Off where the rows are a list rather than readings, so the words take the lamps' column.
+    property bool showsLamp: true
     signal buttonClicked()
 
     readonly property real rowPadding: 14
@@ -32,7 +34,7 @@ Item {
         id: words
         x: tile.x + tile.width + 14
         y: row.rowPadding + 1
-        width: state.x - x - (action.visible ? action.width + 24 : 16)
+        width: (row.showsLamp ? state.x : row.width - row.sidePadding + 16) - x - (action.visible ? action.width + 24 : 16)
         spacing: 3
         Text {
             width: parent.width
@@ -63,6 +65,7 @@ Item {
     }
     Row {
         id: state
+        visible: row.showsLamp
         x: row.width - row.sidePadding - row.stateWidth
         y: row.rowPadding + 4
         width: row.stateWidth

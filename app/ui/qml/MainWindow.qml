@@ -81,13 +81,7 @@ Window {
 
     Component {
         id: todayPage
-        PlaceholderPage {
-            title: "Today"
-            subtitle: "Your charge through the day, and what it did to the battery."
-            glyph: Glyphs.chart
-            cardTitle: "Today’s journal will be drawn here"
-            cardText: "Torvel keeps a reading a minute while something changes. The day’s chart and its story arrive in a coming version; the panel already shows today’s minutes at 100%."
-        }
+        TodayView {}
     }
     Component {
         id: settingsPage
@@ -99,22 +93,10 @@ Window {
     }
     Component {
         id: memoryPage
-        PlaceholderPage {
-            title: "Long memory"
-            subtitle: "Months of readings, told as wear and health."
-            glyph: Glyphs.calendar
-            cardTitle: "Weeks and months of the journal will be told here"
-            cardText: "Time spent full, time spent hot and the health trend, from the journal Torvel keeps on this machine. It never leaves it."
-        }
+        MemoryView {}
     }
     Component {
         id: calibrationPage
-        PlaceholderPage {
-            title: "Calibration"
-            subtitle: "A full sweep that measures what the battery really holds."
-            glyph: Glyphs.gauge
-            cardTitle: "Calibration runs will be started and followed here"
-            cardText: "A run charges to full, drains to a low mark and charges back, then compares what went in with what the battery reports."
-        }
+        CalibrationView {}
     }
 }

@@ -1,0 +1,122 @@
+import QtQuick
+import Torvel
+
+// The "Calibration" section: what a sweep is for and what it costs, the button that starts one after a
+// question, the sweep step by step while it runs, and what the past sweeps measured.
+Column {
+    id: page
+    spacing: 14
+
+    readonly property var stepGlyphs: [Glyphs.bolt, Glyphs.comeDown, Glyphs.bolt, Glyphs.clock, Glyphs.shieldCheck]
+    readonly property var stepWords: ({ done: "Done", current: "Now", ahead: "" })
+    readonly property var stepTones: ({ done: Looks.Good, current: Looks.Accent, ahead: Looks.Quiet })
+
+    HeroHeader {
+        width: parent.width
+        headline: Calibration.running ? Calibration.stepLabel
+                                      : Calibration.verdict.length > 0 ? "Your last sweep" : "Measure what the battery holds"
+        subline: Calibration.running ? Calibration.stepReason
+                                     : Calibration.verdict.length > 0 ? Calibration.verdict
+                                     : "A sweep takes the battery from full to nearly empty and back, so its gauge re-learns the real capacity."
+
+        Row {
+            visible: Calibration.running
+            spacing: 12
+            ProgressTrack {
+                anchors.verticalCenter: parent.verticalCenter
+                width: Math.min(page.width, 420)
+                known: Calibration.progressKnown
+                value: Calibration.progress
+            }
+            Text {
+                anchors.verticalCenter: parent.verticalCenter
+                text: Calibration.progressText
+                font: Ember.words(13, "semibold")
+                color: Ember.text2
+            }
+        }
+        Row {
+            spacing: 12
+            EmberButton {
+                objectName: "startButton"
+                visible: !Calibration.running && !Calibration.requested
+                prominent: true
+                large: true
+                title: "Start a sweep"
+                enabled: Calibration.canStart
+                onClicked: confirmation.open()
+            }
+            EmberButton {
+                objectName: "stopButton"
+                visible: Calibration.running || Calibration.requested
+                large: true
+                title: "Stop"
+                onClicked: Calibration.stop()
+            }
+        }
+        NoteCard {
+            visible: !Calibration.canStart && !Calibration.running
+            width: Math.min(parent.width, 580)
+            tone: Looks.Todo
+            icon: Glyphs.info
+            text: Calibration.blockedReason
+        }
+        NoteCard {
+            visible: Calibration.lastFailure.length > 0 && !Calibration.running
+            width: Math.min(parent.width, 580)
+            tone: Looks.Broken
+            icon: Glyphs.warning
+            title: "The last sweep did not finish"
+            text: Calibration.lastFailure
+        }
+    }
+
+    SettingsCard {
+        width: parent.width
+        title: Calibration.running ? "Step " + Calibration.step + " of " + Calibration.stepCount : "The five steps"
+        footnote: "A sweep takes most of a day: the run down goes at the pace of what the machine is doing. Keep it plugged in; you can stop at any step and the battery goes back to your limit."
+        inset: 0
+        Column {
+            width: parent.width
+            Repeater {
+                model: Calibration.steps
+                delegate: Column {
+                    required property var modelData
+                    required property int index
+                    width: parent.width
+                    RowDivider { visible: index > 0 }
+                    LampRow {
+                        width: parent.width
+                        glyph: page.stepGlyphs[index]
+                        title: modelData.label
+                        explanation: modelData.reason
+                        tone: page.stepTones[modelData.state]
+                        word: page.stepWords[modelData.state]
+                        showsLamp: Calibration.running
+                    }
+                }
+            }
+        }
+    }
+
+    SettingsCard {
+        visible: Calibration.runs.length > 0
+        width: parent.width
+        title: "Past sweeps"
+        footnote: [Calibration.trend, Calibration.systemGap].filter(t => t.length > 0).join(" ")
+        CapacityRuns {
+            width: parent.width
+            runs: Calibration.runs
+        }
+    }
+
+    ConfirmDialog {
+        id: confirmation
+        objectName: "calibrationDialog"
+        destructive: false
+        title: "Start a calibration sweep?"
+        message: "Torvel charges to 100%, runs the battery down in one go with charging held off even while plugged in, then charges back to full. It takes most of a day; you can stop at any time."
+        confirmTitle: "Start"
+        onConfirmed: Calibration.start()
+    }
+}
