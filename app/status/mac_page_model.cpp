@@ -45,20 +45,6 @@ MacPageModel::FixAction toFixAction(MacPage::Fix::Action action) {
     return MacPageModel::FixAction::none;
 }
 
-Looks::Tone toneOf(Checkup::Level level) {
-    switch (level) {
-        case Checkup::Level::ok:
-            return Looks::Good;
-        case Checkup::Level::todo:
-            return Looks::Todo;
-        case Checkup::Level::broken:
-            return Looks::Broken;
-        case Checkup::Level::off:
-            break;
-    }
-    return Looks::Quiet;
-}
-
 bool isFix(ServiceInstaller::Operation operation) {
     using Operation = ServiceInstaller::Operation;
     return operation == Operation::install || operation == Operation::migrate ||
@@ -145,7 +131,7 @@ void MacPageModel::recompute() {
         rows.push_back(QVariantMap{
             {QStringLiteral("piece"), text(std::string(name(row.piece)))},
             {QStringLiteral("level"), QVariant::fromValue(static_cast<Level>(row.level))},
-            {QStringLiteral("tone"), static_cast<int>(toneOf(row.level))},
+            {QStringLiteral("tone"), static_cast<int>(Looks::of(row.level))},
             {QStringLiteral("title"), text(row.title)},
             {QStringLiteral("word"), text(row.word)},
             {QStringLiteral("explanation"), text(row.explanation)},

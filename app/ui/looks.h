@@ -2,6 +2,9 @@
 
 #include <QObject>
 
+#include "status/checkup.h"
+#include "status/panel_state.h"
+
 namespace torvel::app {
 
 // The few visual states a block can be drawn in. Views pass these, never colour names or state words, and
@@ -19,6 +22,36 @@ class Looks {
     // The variants of EmberButton, in the order prominence wins.
     enum ButtonKind { Plain, Prominent, Destructive };
     Q_ENUM(ButtonKind)
+
+    // How core's states are drawn, decided once for every view that shows them.
+    static Tone of(Checkup::Level level) {
+        switch (level) {
+            case Checkup::Level::ok:
+                return Good;
+            case Checkup::Level::todo:
+                return Todo;
+            case Checkup::Level::broken:
+                return Broken;
+            case Checkup::Level::off:
+                break;
+        }
+        return Quiet;
+    }
+    static Tone of(PanelState::Tone tone) {
+        switch (tone) {
+            case PanelState::Tone::held:
+                return Good;
+            case PanelState::Tone::moving:
+                return Accent;
+            case PanelState::Tone::todo:
+                return Todo;
+            case PanelState::Tone::broken:
+                return Broken;
+            case PanelState::Tone::idle:
+                break;
+        }
+        return Quiet;
+    }
 };
 
 }  // namespace torvel::app

@@ -20,36 +20,6 @@ QString qs(std::string_view text) {
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
 
-int look(PanelState::Tone tone) {
-    switch (tone) {
-        case PanelState::Tone::held:
-            return Looks::Good;
-        case PanelState::Tone::moving:
-            return Looks::Accent;
-        case PanelState::Tone::todo:
-            return Looks::Todo;
-        case PanelState::Tone::broken:
-            return Looks::Broken;
-        case PanelState::Tone::idle:
-            break;
-    }
-    return Looks::Quiet;
-}
-
-int look(Checkup::Level level) {
-    switch (level) {
-        case Checkup::Level::ok:
-            return Looks::Good;
-        case Checkup::Level::todo:
-            return Looks::Todo;
-        case Checkup::Level::broken:
-            return Looks::Broken;
-        case Checkup::Level::off:
-            break;
-    }
-    return Looks::Quiet;
-}
-
 QVariantMap reading(const char* caption, const std::string& value) {
     return {{QStringLiteral("caption"), QString::fromUtf8(caption)}, {QStringLiteral("value"), qs(value)}};
 }
@@ -135,14 +105,14 @@ void PanelModel::recompute() {
     line_ = QString::fromStdString(state.text);
     help_ = state.help ? QString::fromStdString(*state.help) : QString();
     tone_ = qs(name(state.tone));
-    toneLook_ = look(state.tone);
+    toneLook_ = Looks::of(state.tone);
 
     const Checkup checkup(value, serviceState, lock_, sources_.loginItem(), sources_.updater());
     const Checkup::Level level = checkup.level();
     checkupLevel_ = qs(name(level));
-    levelLook_ = look(level);
+    levelLook_ = Looks::of(level);
     // A healthy footer reads quietly; only something to do or broken takes a colour.
-    footerLook_ = level == Checkup::Level::ok ? Looks::Quiet : look(level);
+    footerLook_ = level == Checkup::Level::ok ? Looks::Quiet : Looks::of(level);
     const auto fix = checkup.fix();
     fixTitle_ = fix ? QString::fromStdString(fix->title) : QString();
     fixAction_ = fix ? std::optional(fix->action) : std::nullopt;
