@@ -1,5 +1,6 @@
 #include <string>
 
+#include "app/setting_choices.h"
 #include "battery/system_lock.h"
 #include "commands.h"
 #include "common/fmt.h"
@@ -66,10 +67,32 @@ json::Ordered calJson(const CalibrationStatus& cal) {
     return out;
 }
 
+json::Ordered choiceJson(const Choice& choice) {
+    return {{"label", choice.label}, {"help", choice.help}};
+}
+
+// The settings as the settings page words them: each choice's label and help.
+json::Ordered settingsPageJson(const Settings& s) {
+    namespace C = SettingChoices;
+    json::Ordered out;
+    out["profile"] = choiceJson(C::profileFor(s.limit));
+    out["restingRange"] = choiceJson(C::restingFor(s.limit, s.hysteresis));
+    out["overheating"] = choiceJson(C::overheatingFor(s.thermalLimit));
+    out["endOfTopUp"] = choiceJson(C::endOfTopUpFor(s.topUpHours));
+    out["historyKeptFor"] = choiceJson(C::historyFor(s.historyDays));
+    out["blinkSeconds"] = C::shownBlinkSeconds(s.blinkSeconds);
+    return out;
+}
+
+std::string worded(const Choice& choice) {
+    return choice.help.empty() ? choice.label : choice.label + " · " + choice.help;
+}
+
 json::Ordered statusJson(const DataDirectoryState& data, const SystemLock& lock, const PanelState& panel) {
     const ChargeSettingsState& s = data.settings;
     json::Ordered out;
     out["settings"] = settingsJson(s.settings);
+    out["settingsPage"] = settingsPageJson(s.settings);
     // The status file's own keys and values, as the app believes them: the state word says how fresh.
     const json::Value published = s.status.published.encode();
     for (const auto& [key, value] : published.items()) out[key] = value;
@@ -107,17 +130,22 @@ void printForPerson(std::FILE* out, const DataDirectoryState& data, const PanelS
     std::fprintf(out, "  %s\n", ServiceWords::explanation(s, state, manualInstaller).c_str());
 
     const Settings& set = s.settings;
+    namespace C = SettingChoices;
+    const auto line = [out](const char* name, const std::string& words) {
+        std::fprintf(out, "  %s: %s\n", name, words.c_str());
+    };
     std::fprintf(out, "\nSettings\n");
-    std::fprintf(out, "  limit        %s (held %s), %s\n", Fmt::percent(set.limit).c_str(),
-                 Fmt::percent(s.heldLimit()).c_str(), set.enabled ? "enabled" : "disabled");
-    std::fprintf(out, "  hysteresis   %d points\n", set.hysteresis);
-    std::fprintf(out, "  discharge    %s\n", onOff(set.discharge).c_str());
-    std::fprintf(out, "  heat pause   %s above %d °C\n", onOff(set.thermal).c_str(), set.thermalLimit);
-    std::fprintf(out, "  top-up       %s, holds full for %d h\n", onOff(set.topUp).c_str(), set.topUpHours);
-    std::fprintf(out, "  light        %s, blinks %s s\n", onOff(set.led).c_str(),
-                 Fmt::decimal(set.blinkSeconds).c_str());
-    std::fprintf(out, "  history      %s, keeps %d days\n", onOff(set.history).c_str(), set.historyDays);
-    std::fprintf(out, "  calibrate    %s\n", onOff(set.calibrate).c_str());
+    line("Limit charging", set.enabled ? "on, held at " + Fmt::percent(s.heldLimit()) : "off");
+    line("Profile", worded(C::profileFor(set.limit)));
+    line("Resting range", worded(C::restingFor(set.limit, set.hysteresis)));
+    line("Auto discharge", onOff(set.discharge));
+    line("Overheating", set.thermal ? worded(C::overheatingFor(set.thermalLimit)) : "off");
+    line("MagSafe light",
+         set.led ? "on · Blink speed " + C::secondsLabel(C::shownBlinkSeconds(set.blinkSeconds)) : "off");
+    line("End of top-up", worded(C::endOfTopUpFor(set.topUpHours)));
+    line("Top-up", onOff(set.topUp));
+    line("History", set.history ? "kept for " + C::historyFor(set.historyDays).label : "off");
+    line("Calibrate", onOff(set.calibrate));
 
     const CalibrationStatus& cal = s.status.published.cal;
     std::fprintf(out, "\nCalibration\n");

@@ -69,6 +69,16 @@ void ChargeSettings::setTopUp(bool on) {
     announce(before);
 }
 
+void ChargeSettings::change(const std::function<void(Settings&)>& edit) {
+    Settings next = state_.settings;
+    edit(next);
+    if (next == state_.settings) return;
+    const auto before = propertyValues();
+    state_.settings = next;
+    announce(before);
+    save();
+}
+
 void ChargeSettings::setCalibrate(bool on) {
     calibrateAskedAt_ = clock_();
     if (state_.settings.calibrate == on) return;

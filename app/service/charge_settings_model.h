@@ -94,6 +94,8 @@ class ChargeSettings : public QObject {
 
     void setLimit(int limit);
     void setTopUp(bool on);
+    // One edit of the user's settings from a page: announced, then saved at once.
+    void change(const std::function<void(Settings&)>& edit);
     void setCalibrate(bool on);
     // Sends the settings with the request to zero the protected-time counter; `done` hears the save's error
     // text, absent on success (a failure also lands in writeError, as for any save).

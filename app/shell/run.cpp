@@ -13,16 +13,78 @@
 #include "battery/battery_monitor.h"
 #include "common/fmt.h"
 #include "service/charge_settings_model.h"
+#include "shell/main_window.h"
 #include "ui/panel_model.h"
 
 namespace torvel::app {
+
+QString CommandLine::usage() {
+    return QStringLiteral(
+        "Usage: torvel [SWITCHES]\n"
+        "Keeps the battery inside the charge range you choose, from the system tray.\n"
+        "\n"
+        "  --settings SECTION    open the main window at a section: today, settings, mac, memory,\n"
+        "                        calibration (--reglages is the same)\n"
+        "  --panel               show the tray panel in an ordinary window (--panneau is the same)\n"
+        "  --onboarding          open the first-run flow for review\n"
+        "  --arrival             play the charger's arrival animation once, shortly after start\n"
+        "  --dark                draw in the dark appearance whatever the desktop's\n"
+        "  --screenshot FILE     render the panel, or with --settings that section of the main\n"
+        "                        window, into FILE (PNG) offscreen, then exit\n"
+        "  --headless            no window: print the charge and the panel's line every second\n"
+        "  --seconds N           stop a headless run after N seconds\n"
+        "  --locale ID           the locale of numbers and dates, such as en or ja\n"
+        "  --help                show this and exit\n");
+}
+
+namespace {
+// The review switches core reads; the one in the second list takes the next word with it.
+bool isReviewSwitch(const QString& word) {
+    return word == u"--arrival" || word == u"--onboarding" || word == u"--panel" || word == u"--panneau";
+}
+bool isSectionSwitch(const QString& word) {
+    return word == u"--settings" || word == u"--reglages";
+}
+bool takesValue(const QString& qtOption) {
+    static const QStringList withValue{QStringLiteral("-platform"),
+                                       QStringLiteral("-platformpluginpath"),
+                                       QStringLiteral("-platformtheme"),
+                                       QStringLiteral("-plugin"),
+                                       QStringLiteral("-style"),
+                                       QStringLiteral("-stylesheet"),
+                                       QStringLiteral("-qwindowgeometry"),
+                                       QStringLiteral("-qwindowtitle"),
+                                       QStringLiteral("-qwindowicon"),
+                                       QStringLiteral("-display"),
+                                       QStringLiteral("-geometry"),
+                                       QStringLiteral("-title"),
+                                       QStringLiteral("-name"),
+                                       QStringLiteral("-session")};
+    return withValue.contains(qtOption);
+}
+}  // namespace
 
 CommandLine CommandLine::parse(const QStringList& arguments) {
     CommandLine line;
     std::vector<std::string> words;
     for (qsizetype i = 1; i < arguments.size(); ++i) {
         const QString& word = arguments[i];
-        if (word == u"--screenshot") {
+        if (word == u"--help" || word == u"-h") {
+            line.help = true;
+        } else if (isSectionSwitch(word)) {
+            if (i + 1 >= arguments.size()) {
+                line.error =
+                    word + QStringLiteral(" needs a section: today, settings, mac, memory or calibration");
+                return line;
+            }
+            words.push_back(word.toStdString());
+            words.push_back(arguments[++i].toStdString());
+        } else if (isReviewSwitch(word)) {
+            words.push_back(word.toStdString());
+        } else if (word.startsWith(u'-') && !word.startsWith(u"--")) {
+            // Qt's own options (-platform, -style, ...) are QApplication's to read, with their values.
+            if (takesValue(word) && i + 1 < arguments.size()) ++i;
+        } else if (word == u"--screenshot") {
             if (i + 1 >= arguments.size()) {
                 line.error = QStringLiteral("--screenshot needs a file name");
                 return line;
@@ -47,7 +109,8 @@ CommandLine CommandLine::parse(const QStringList& arguments) {
             }
             line.locale = arguments[++i].toStdString();
         } else {
-            words.push_back(word.toStdString());
+            line.error = QStringLiteral("unknown switch %1 (try --help)").arg(word);
+            return line;
         }
     }
     line.options.switches = LaunchSwitches::parse(words);
@@ -91,6 +154,10 @@ int run(int argc, char** argv) {
         std::fprintf(stderr, "torvel: %s\n", qPrintable(*line.error));
         return 2;
     }
+    if (line.help) {
+        std::fputs(qPrintable(CommandLine::usage()), stdout);
+        return 0;
+    }
     if (line.screenshot || line.headless) {
         // No display needed, and the same pixels on every machine: offscreen, software-rendered, at 2x.
         if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
@@ -110,11 +177,12 @@ int run(int argc, char** argv) {
 
     TorvelApp torvel(line.options);
     if (line.screenshot) {
-        if (line.options.switches.settingsSection) {
-            std::fprintf(stderr, "torvel: the settings page is not part of this build yet\n");
-            return 2;
-        }
-        if (const auto error = torvel.screenshotPanel(*line.screenshot)) {
+        const auto& section = line.options.switches.settingsSection;
+        const auto error =
+            section ? torvel.screenshotSection(*line.screenshot,
+                                               AppSection::named(*section).value_or(AppSection::today))
+                    : torvel.screenshotPanel(*line.screenshot);
+        if (error) {
             std::fprintf(stderr, "torvel: %s\n", qPrintable(*error));
             return 1;
         }

@@ -15,7 +15,10 @@ struct CommandLine {
     bool headless = false;              // --headless: print the charge and the panel line every second
     std::optional<int> seconds;         // --seconds N: stop the headless run after N seconds
     std::optional<std::string> locale;  // --locale ID: the display locale of numbers, dates and counts
+    bool help = false;                  // --help: print the switches and exit
     std::optional<QString> error;
+
+    static QString usage();
 
     static CommandLine parse(const QStringList& arguments);
 };

@@ -19,16 +19,21 @@
 #include "app/section.h"
 #include "battery/battery_monitor.h"
 #include "bus.h"
+#include "extras/login_item_model.h"
+#include "extras/updater_model.h"
 #include "history/history_model.h"
 #include "service/bus_address.h"
 #include "service/bus_pump.h"
 #include "service/charge_service.h"
 #include "service/charge_settings_model.h"
 #include "service/service_installer.h"
+#include "shell/main_window.h"
 #include "status/desktop_notifier.h"
 #include "status/mac_page_model.h"
 #include "ui/ember.h"
+#include "ui/looks.h"
 #include "ui/panel_model.h"
+#include "ui/settings_page_model.h"
 
 namespace torvel::app {
 
@@ -126,12 +131,27 @@ TorvelApp::TorvelApp(Options options, QObject* parent)
                                                                     .loginItem = userFiles.loginItem,
                                                                     .updater = userFiles.updater,
                                                                     .clock = &TorvelApp::wallClock});
+    updater_ = std::make_unique<Updater>(Updater::buildConfig());
+    loginItem_ = LoginItemModel::forThisUser();
+    // The checkup's Startup row reads the entry; it follows every change made from the page.
+    connect(loginItem_.get(), &LoginItemModel::statusChanged, panel_.get(), &PanelModel::recompute);
+    settingsPage_ = std::make_unique<SettingsPageModel>(*settings_, *battery_, *loginItem_, lock_);
+    windows_ = std::make_unique<TorvelWindowController>(TorvelWindowController::Models{
+        .settings = *settings_,
+        .history = *history_,
+        .updater = updater_.get(),
+        .engine = [this]() -> QQmlApplicationEngine& { return engine(); },
+        .checkForUpdates = options_.watchDevices,
+        .rememberGeometry = options_.watchDevices,
+    });
+    connect(windows_.get(), &TorvelWindowController::closeMenuBarPanel, this, &TorvelApp::closePopup);
 }
 
 TorvelApp::~TorvelApp() {
     // Views bind to the models; they go first.
     tray_.reset();
     trayMenu_.reset();
+    windows_.reset();
     if (window_) delete window_.data();
     engine_.reset();
 }
@@ -155,22 +175,28 @@ void TorvelApp::start() {
     if (options_.useTray) setUpTray();
     // Without a tray host the panel would be unreachable, so it opens as a window.
     if (plan.showPanelWindow || (options_.useTray && !tray_)) showPanel();
-    if (plan.mainWindowSection)
-        openSection(QString::fromUtf8(AppSection(*plan.mainWindowSection).rawValue()));
-    if (plan.showOnboarding || plan.reviewOnboarding) {
-        qInfo("torvel: the onboarding window is not part of this build yet");
+    if (plan.mainWindowSection) windows_->show(*plan.mainWindowSection);
+}
+
+QQmlApplicationEngine& TorvelApp::engine() {
+    if (!engine_) {
+        qmlRegisterSingletonInstance("Torvel", 1, 0, "Ember", ember_.get());
+        qmlRegisterSingletonInstance("Torvel", 1, 0, "Panel", panel_.get());
+        qmlRegisterSingletonInstance("Torvel", 1, 0, "Route", &windows_->route());
+        qmlRegisterSingletonInstance("Torvel", 1, 0, "Updater", updater_.get());
+        qmlRegisterSingletonInstance("Torvel", 1, 0, "SettingsPage", settingsPage_.get());
+        qmlRegisterSingletonInstance("Torvel", 1, 0, "MacPage", macPage_.get());
+        qmlRegisterSingletonInstance("Torvel", 1, 0, "ServiceInstaller", installer_.get());
+        qmlRegisterUncreatableMetaObject(Looks::staticMetaObject, "Torvel", 1, 0, "Looks",
+                                         QStringLiteral("Looks only names tones and kinds"));
+        engine_ = std::make_unique<QQmlApplicationEngine>();
     }
+    return *engine_;
 }
 
 QQuickWindow* TorvelApp::panelWindow() {
     if (window_) return window_;
-    if (!engine_) {
-        qmlRegisterSingletonInstance("Torvel", 1, 0, "Ember", ember_.get());
-        qmlRegisterSingletonInstance("Torvel", 1, 0, "Panel", panel_.get());
-        qmlRegisterSingletonInstance("Torvel", 1, 0, "MacPage", macPage_.get());
-        qmlRegisterSingletonInstance("Torvel", 1, 0, "ServiceInstaller", installer_.get());
-        engine_ = std::make_unique<QQmlApplicationEngine>();
-    }
+    engine();
     engine_->load(QUrl(QStringLiteral("qrc:/Torvel/Main.qml")));
     const auto roots = engine_->rootObjects();
     if (roots.isEmpty()) return nullptr;
@@ -217,6 +243,12 @@ void TorvelApp::setUpTray() {
     tray_->setToolTip(QStringLiteral("Torvel"));
     trayMenu_ = std::make_unique<QMenu>();
     trayMenu_->addAction(QStringLiteral("Open Torvel"), this, [this] { togglePopup(); });
+    trayMenu_->addSeparator();
+    for (const auto section : AppSection::all) {
+        trayMenu_->addAction(WindowRoute::titleOf(section), this,
+                             [this, section] { windows_->show(section); });
+    }
+    trayMenu_->addSeparator();
     trayMenu_->addAction(QStringLiteral("Quit Torvel"), qApp, &QCoreApplication::quit);
     tray_->setContextMenu(trayMenu_.get());
     connect(tray_.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
@@ -239,8 +271,33 @@ void TorvelApp::togglePopup() {
 }
 
 void TorvelApp::openSection(const QString& section) {
-    // The main window joins in a later build; until then the request is only acknowledged.
-    qInfo("torvel: the %s section of the main window is not part of this build yet", qPrintable(section));
+    windows_->show(AppSection::named(section.toStdString()).value_or(AppSection::today));
+}
+
+void TorvelApp::closePopup() {
+    // Only the popup by the tray goes; the panel's review window is an ordinary window and stays.
+    if (window_ && window_->isVisible() && window_->property("popup").toBool()) window_->hide();
+}
+
+std::optional<QString> TorvelApp::screenshotSection(const QString& file, AppSection section) {
+    start();
+    if (!windows_->show(section)) return QStringLiteral("cannot load the main window");
+    QQuickWindow* window = windows_->window();
+    // The picture is always the window's first size, wherever the user last left it.
+    window->resize(TorvelWindowController::firstSize);
+    QElapsedTimer waited;
+    waited.start();
+    while ((history_->reloadsInFlight() > 0 || !window->isExposed()) && waited.elapsed() < 3000) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    }
+    // Animations that start with the page (rolling digits, the segment's thumb) settle first.
+    QElapsedTimer settle;
+    settle.start();
+    while (settle.elapsed() < 350) QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    const QImage image = window->grabWindow();
+    if (image.isNull()) return QStringLiteral("cannot render the main window");
+    if (!image.save(file, "PNG")) return QStringLiteral("cannot write %1").arg(file);
+    return std::nullopt;
 }
 
 std::optional<QString> TorvelApp::screenshotPanel(const QString& file) {

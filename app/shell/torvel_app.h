@@ -33,10 +33,14 @@ class ChargeSettings;
 class DesktopNotifier;
 class Ember;
 class HistoryModel;
+class LoginItemModel;
 class MacPageModel;
 class PanelModel;
 class ServiceInstaller;
 class SettingsDefaults;
+class SettingsPageModel;
+class TorvelWindowController;
+class Updater;
 
 // The application: owns the three long-lived models and everything around them, puts the flame in the tray
 // and runs the start-up sequence once.
@@ -61,6 +65,8 @@ class TorvelApp : public QObject {
     ServiceInstaller& installer() { return *installer_; }
     MacPageModel& macPage() { return *macPage_; }
     Ember& ember() { return *ember_; }
+    TorvelWindowController& windows() { return *windows_; }
+    LoginItemModel& loginItem() { return *loginItem_; }
 
     // The one-time sequence: history ticking, a status refresh, and what the switches ask to open.
     void start();
@@ -68,6 +74,11 @@ class TorvelApp : public QObject {
     QQuickWindow* showPanel(std::optional<QRect> popupNear = std::nullopt);
     // Renders the panel offscreen into `file` (PNG). Returns an error text, or none when written.
     std::optional<QString> screenshotPanel(const QString& file);
+    // Renders a section of the main window offscreen into `file`, once the first status refresh and journal
+    // load have landed, so the picture is what a user would see.
+    std::optional<QString> screenshotSection(const QString& file, AppSection section);
+    // Opens the main window at a section given by name; an unknown name opens the first tab.
+    void openSection(const QString& section);
 
     static InstallationFacts installationFacts();
     static double wallClock();
@@ -77,7 +88,8 @@ class TorvelApp : public QObject {
     QQuickWindow* panelWindow();
     void setUpTray();
     void togglePopup();
-    void openSection(const QString& section);
+    QQmlApplicationEngine& engine();
+    void closePopup();
 
     Options options_;
     Paths paths_;
@@ -97,6 +109,10 @@ class TorvelApp : public QObject {
     std::unique_ptr<PanelModel> panel_;
     std::unique_ptr<ServiceInstaller> installer_;
     std::unique_ptr<MacPageModel> macPage_;
+    std::unique_ptr<Updater> updater_;
+    std::unique_ptr<LoginItemModel> loginItem_;
+    std::unique_ptr<SettingsPageModel> settingsPage_;
+    std::unique_ptr<TorvelWindowController> windows_;
     std::unique_ptr<QQmlApplicationEngine> engine_;
     QPointer<QQuickWindow> window_;
     std::unique_ptr<QMenu> trayMenu_;

@@ -3,6 +3,8 @@
 #include <QDir>
 #include <QFontDatabase>
 
+#include "ui/looks.h"
+
 namespace torvel::app {
 
 Ember::Ember(QObject* parent) : QObject(parent) {}
@@ -49,6 +51,53 @@ int Ember::registerTypeface() {
         if (QFontDatabase::addApplicationFont(fonts.filePath(file)) >= 0) ++added;
     }
     return added;
+}
+
+QColor Ember::toneColor(int tone) const {
+    switch (static_cast<Looks::Tone>(tone)) {
+        case Looks::Good:
+            return mint();
+        case Looks::Accent:
+            return ember();
+        case Looks::Todo:
+            return gold();
+        case Looks::Broken:
+            return stop();
+        case Looks::Quiet:
+            break;
+    }
+    return text3();
+}
+
+QColor Ember::toneText(int tone) const {
+    switch (static_cast<Looks::Tone>(tone)) {
+        case Looks::Good:
+            return mintText();
+        case Looks::Accent:
+            return emberText();
+        case Looks::Todo:
+            return goldText();
+        case Looks::Broken:
+            return danger();
+        case Looks::Quiet:
+            break;
+    }
+    return text2();
+}
+
+QColor Ember::toneFill(int tone) const {
+    if (static_cast<Looks::Tone>(tone) == Looks::Quiet) return well();
+    QColor fill = toneColor(tone);
+    // Accents are the same in both appearances; on a dark page they need a little more weight to show.
+    fill.setAlphaF(dark_ ? 0.16f : 0.14f);
+    return fill;
+}
+
+QColor Ember::toneBorder(int tone) const {
+    if (static_cast<Looks::Tone>(tone) == Looks::Quiet) return hair();
+    QColor border = toneColor(tone);
+    border.setAlphaF(dark_ ? 0.35f : 0.40f);
+    return border;
 }
 
 }  // namespace torvel::app

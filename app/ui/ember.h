@@ -83,6 +83,13 @@ class Ember : public QObject {
     // back to the desktop's substitute and every view still draws.
     static int registerTypeface();
 
+    // A tone's strong colour (dots, icons, borders), its text colour, and the faint fill a note lays under
+    // it. `tone` is a Looks::Tone; QML hands enums over as integers.
+    Q_INVOKABLE QColor toneColor(int tone) const;
+    Q_INVOKABLE QColor toneText(int tone) const;
+    Q_INVOKABLE QColor toneFill(int tone) const;
+    Q_INVOKABLE QColor toneBorder(int tone) const;
+
   signals:
     void appearanceChanged();
 

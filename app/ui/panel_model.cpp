@@ -11,12 +11,43 @@
 #include "service/charge_settings_model.h"
 #include "status/checkup.h"
 #include "status/panel_state.h"
+#include "ui/looks.h"
 
 namespace torvel::app {
 
 namespace {
 QString qs(std::string_view text) {
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+int look(PanelState::Tone tone) {
+    switch (tone) {
+        case PanelState::Tone::held:
+            return Looks::Good;
+        case PanelState::Tone::moving:
+            return Looks::Accent;
+        case PanelState::Tone::todo:
+            return Looks::Todo;
+        case PanelState::Tone::broken:
+            return Looks::Broken;
+        case PanelState::Tone::idle:
+            break;
+    }
+    return Looks::Quiet;
+}
+
+int look(Checkup::Level level) {
+    switch (level) {
+        case Checkup::Level::ok:
+            return Looks::Good;
+        case Checkup::Level::todo:
+            return Looks::Todo;
+        case Checkup::Level::broken:
+            return Looks::Broken;
+        case Checkup::Level::off:
+            break;
+    }
+    return Looks::Quiet;
 }
 
 QVariantMap reading(const char* caption, const std::string& value) {
@@ -98,10 +129,17 @@ void PanelModel::recompute() {
     line_ = QString::fromStdString(state.text);
     help_ = state.help ? QString::fromStdString(*state.help) : QString();
     tone_ = qs(name(state.tone));
+    toneLook_ = look(state.tone);
 
     const Checkup checkup(value, serviceState, lock_, sources_.loginItem(), sources_.updater());
     const Checkup::Level level = checkup.level();
     checkupLevel_ = qs(name(level));
+    levelLook_ = look(level);
+    // A healthy footer reads quietly; only something to do or broken takes a colour.
+    footerLook_ = level == Checkup::Level::ok ? Looks::Quiet : look(level);
+    const auto fix = checkup.fix();
+    fixTitle_ = fix ? QString::fromStdString(fix->title) : QString();
+    fixAction_ = fix ? std::optional(fix->action) : std::nullopt;
     footerLine_ = level == Checkup::Level::ok || level == Checkup::Level::off
                       ? QStringLiteral("Service running")
                       : QString::fromStdString(checkup.summary());
@@ -158,6 +196,12 @@ void PanelModel::setTopUp(bool on) {
 
 void PanelModel::openSection(const QString& section) {
     emit sectionRequested(section);
+}
+
+void PanelModel::applyFix() {
+    if (!fixAction_) return;
+    emit sectionRequested(*fixAction_ == Checkup::Fix::Action::openLoginItems ? QStringLiteral("settings")
+                                                                              : QStringLiteral("mac"));
 }
 
 void PanelModel::quit() {

@@ -4,10 +4,12 @@
 #include <QString>
 #include <QVariantList>
 #include <functional>
+#include <optional>
 
 #include "battery/system_lock.h"
 #include "extras/login_item.h"
 #include "extras/updater.h"
+#include "status/checkup.h"
 
 namespace torvel::app {
 
@@ -38,6 +40,12 @@ class PanelModel : public QObject {
     Q_PROPERTY(QString footerLine READ footerLine NOTIFY changed)
     Q_PROPERTY(QString checkupLevel READ checkupLevel NOTIFY changed)
     Q_PROPERTY(QString version READ version CONSTANT)
+    // The same states as Looks tones, so the views colour them without comparing words.
+    Q_PROPERTY(int toneLook READ toneLook NOTIFY changed)
+    Q_PROPERTY(int levelLook READ levelLook NOTIFY changed)
+    Q_PROPERTY(int footerLook READ footerLook NOTIFY changed)
+    // The checkup's one fix, when it has one: its button title.
+    Q_PROPERTY(QString fixTitle READ fixTitle NOTIFY changed)
 
   public:
     static constexpr int lowestLimit = 20;
@@ -72,6 +80,10 @@ class PanelModel : public QObject {
     QString footerLine() const { return footerLine_; }
     QString checkupLevel() const { return checkupLevel_; }
     static QString version();
+    int toneLook() const { return toneLook_; }
+    int levelLook() const { return levelLook_; }
+    int footerLook() const { return footerLook_; }
+    QString fixTitle() const { return fixTitle_; }
 
     static int clampLimit(int limit);
 
@@ -83,6 +95,9 @@ class PanelModel : public QObject {
     Q_INVOKABLE void stepLimit(int delta);
     Q_INVOKABLE void setTopUp(bool on);
     Q_INVOKABLE void openSection(const QString& section);
+    // Every fix the panel offers leads to the page where it is done: startup on the settings page, the rest
+    // on This Mac.
+    Q_INVOKABLE void applyFix();
     Q_INVOKABLE void quit();
 
   public slots:
@@ -104,6 +119,11 @@ class PanelModel : public QObject {
     QString tone_;
     QString footerLine_;
     QString checkupLevel_;
+    int toneLook_ = 0;
+    int levelLook_ = 0;
+    int footerLook_ = 0;
+    QString fixTitle_;
+    std::optional<Checkup::Fix::Action> fixAction_;
 };
 
 }  // namespace torvel::app

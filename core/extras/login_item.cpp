@@ -13,6 +13,29 @@ LoginItem::Status LoginItem::fromAutostartEntry(std::optional<std::string_view> 
     return Status::enabled;
 }
 
+std::string LoginItem::autostartEntry(std::string_view executable) {
+    // The Exec key's quoting rules: a path with a space or a quote goes inside double quotes, with `"`, `\`,
+    // `$` and `` ` `` escaped by a backslash.
+    std::string exec;
+    const bool quote = executable.find_first_of(" \t\"'\\$`") != std::string_view::npos;
+    if (quote) exec += '"';
+    for (const char c : executable) {
+        if (quote && (c == '"' || c == '\\' || c == '$' || c == '`')) exec += '\\';
+        exec += c;
+    }
+    if (quote) exec += '"';
+    return "[Desktop Entry]\n"
+           "Type=Application\n"
+           "Name=Torvel\n"
+           "Comment=Keeps the battery inside the charge range you choose\n"
+           "Exec=" +
+           exec +
+           "\n"
+           "Icon=com.torvel.Torvel\n"
+           "Terminal=false\n"
+           "X-GNOME-Autostart-enabled=true\n";
+}
+
 std::optional<std::filesystem::path> userConfigDirectory(const Paths::Environment& env) {
     // The XDG rules ignore a relative XDG_CONFIG_HOME.
     if (auto config = env("XDG_CONFIG_HOME"); config && config->starts_with('/')) return *config;

@@ -28,6 +28,10 @@ struct LoginItem {
     // "X-GNOME-Autostart-enabled=false" as a switched-off entry, so those count as not registered.
     static Status fromAutostartEntry(std::optional<std::string_view> desktopEntry);
 
+    // The entry that starts `executable` at login: the tray only, no window (the switch is the app's
+    // default).
+    static std::string autostartEntry(std::string_view executable);
+
     // $XDG_CONFIG_HOME/autostart/torvel.desktop, with ~/.config standing in for an unset XDG_CONFIG_HOME.
     static std::optional<std::filesystem::path> autostartFile(const Paths::Environment& env);
 };

@@ -42,6 +42,28 @@ TEST_F(StatusCommand, JsonDescribesTheSampleAsALiveService) {
     EXPECT_TRUE((*status)["cal"]["trend"].is_string());
 }
 
+TEST_F(StatusCommand, WordsTheSettingsAsTheSettingsPageDoes) {
+    const Outcome json = torvelctl({"status", "--json", "--now", "1763900020", "--service-installed", "yes"});
+    ASSERT_EQ(json.status, exitOk) << json.err;
+    const auto status = json::parseObject(json.out);
+    ASSERT_TRUE(status);
+    const auto& page = (*status)["settingsPage"];
+    EXPECT_EQ(page["profile"]["label"], "80%");
+    EXPECT_EQ(page["profile"]["help"], "Set by hand · You need the range when you leave");
+    EXPECT_EQ(page["restingRange"]["label"], "below 75%");
+    EXPECT_EQ(page["overheating"]["help"], "Balanced");
+    EXPECT_EQ(page["endOfTopUp"]["label"], "When you unplug");
+    EXPECT_EQ(page["historyKeptFor"]["label"], "1 year");
+    EXPECT_EQ(page["blinkSeconds"], 2.0);
+
+    const Outcome text = torvelctl({"status", "--now", "1763900020", "--service-installed", "yes"});
+    ASSERT_EQ(text.status, exitOk) << text.err;
+    for (const char* line : {"Resting range: below 75% · After a small drop", "Overheating: 40 °C · Balanced",
+                             "End of top-up: When you unplug · As soon as you leave with the Mac"}) {
+        EXPECT_NE(text.out.find(line), std::string::npos) << line << "\n" << text.out;
+    }
+}
+
 TEST_F(StatusCommand, OptionsReplayASituation) {
     struct Case {
         std::vector<std::string> options;

@@ -24,5 +24,28 @@ TEST(LoginItem, StatusFromTheAutostartEntry) {
         EXPECT_EQ(LoginItem::fromAutostartEntry(c.entry), c.status) << c.entry.value_or("-");
 }
 
+TEST(LoginItem, TheEntryItWritesReadsBackAsEnabledAndQuotesAnAwkwardPath) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"/usr/bin/torvel", "Exec=/usr/bin/torvel\n"},
+        {"/home/a b/torvel", "Exec=\"/home/a b/torvel\"\n"},
+        {"/opt/$x/tor\"vel", "Exec=\"/opt/\\$x/tor\\\"vel\"\n"},
+    };
+    for (const auto& [executable, exec] : cases) {
+        const std::string entry = LoginItem::autostartEntry(executable);
+        EXPECT_NE(entry.find(exec), std::string::npos) << entry;
+        EXPECT_EQ(LoginItem::fromAutostartEntry(entry), LoginItem::Status::enabled);
+    }
+}
+
+TEST(LoginItem, TheFileHonoursXdgConfigHome) {
+    const auto env = [](std::optional<std::string> config, std::optional<std::string> home) {
+        return [=](const char* name) { return std::string_view(name) == "HOME" ? home : config; };
+    };
+    EXPECT_EQ(LoginItem::autostartFile(env("/x/cfg", "/home/u")), "/x/cfg/autostart/torvel.desktop");
+    EXPECT_EQ(LoginItem::autostartFile(env("relative", "/home/u")),
+              "/home/u/.config/autostart/torvel.desktop");
+    EXPECT_EQ(LoginItem::autostartFile(env(std::nullopt, std::nullopt)), std::nullopt);
+}
+
 }  // namespace
 }  // namespace torvel

@@ -13,35 +13,50 @@ Item {
     signal clicked()
 
     readonly property bool hovering: pointer.containsMouse
+    readonly property int kind: prominent ? Looks.Prominent : destructive ? Looks.Destructive : Looks.Plain
     implicitWidth: label.implicitWidth + (large ? 40 : 30)
     implicitHeight: label.implicitHeight + 14
-    activeFocusOnTab: true
+    opacity: enabled ? 1 : 0.45
+    activeFocusOnTab: enabled
     Accessible.role: Accessible.Button
     Accessible.name: title
-    Accessible.onPressAction: button.clicked()
-    Keys.onReturnPressed: if (defaultAction) button.clicked()
+    Accessible.onPressAction: if (enabled) button.clicked()
+    Keys.onReturnPressed: if (defaultAction || activeFocus) button.clicked()
     Keys.onSpacePressed: button.clicked()
 
+    // A soft ember glow under the prominent button only.
+    Rectangle {
+        visible: button.kind === Looks.Prominent
+        anchors.fill: parent
+        anchors.topMargin: 2
+        anchors.bottomMargin: -2
+        radius: height / 2
+        color: Ember.ember3
+        opacity: 0.35
+    }
     Rectangle {
         anchors.fill: parent
         radius: height / 2
-        color: button.prominent ? (button.hovering ? Qt.lighter(Ember.ember, 1.04) : Ember.ember)
-                                : button.destructive ? "transparent" : Ember.well
-        border.width: button.prominent ? 0 : 1
-        border.color: button.destructive ? Qt.rgba(Ember.stop.r, Ember.stop.g, Ember.stop.b, button.hovering ? 0.7 : 0.45)
-                                         : button.hovering ? Ember.text3 : Ember.hair
+        color: button.kind === Looks.Prominent ? (button.hovering ? Qt.lighter(Ember.ember, 1.04) : Ember.ember)
+                                               : button.kind === Looks.Destructive ? "transparent" : Ember.well
+        border.width: button.kind === Looks.Prominent ? 0 : 1
+        border.color: button.kind === Looks.Destructive
+                      ? Qt.rgba(Ember.stop.r, Ember.stop.g, Ember.stop.b, button.hovering ? 0.7 : 0.45)
+                      : button.hovering ? Ember.text3 : Ember.hair
     }
     Text {
         id: label
         anchors.centerIn: parent
         text: button.title + (button.showsKey ? "  ↩" : "")
         font: Ember.words(button.large ? 14.5 : 13.5, "semibold")
-        color: button.prominent ? Ember.on : button.destructive ? Ember.danger : Ember.text
+        color: button.kind === Looks.Prominent ? Ember.on : button.kind === Looks.Destructive ? Ember.danger : Ember.text
     }
+    FocusRing { target: button; radius: height / 2 }
     MouseArea {
         id: pointer
         anchors.fill: parent
         hoverEnabled: true
+        enabled: button.enabled
         cursorShape: Qt.PointingHandCursor
         onClicked: button.clicked()
     }

@@ -66,7 +66,7 @@ Rectangle {
                 id: chip
                 anchors.right: parent.right
                 y: 10
-                tone: Panel.tone
+                tone: Panel.toneLook
                 word: Panel.toneWord
             }
         }
@@ -107,7 +107,10 @@ Rectangle {
         PanelFooter {
             width: parent.width
             line: Panel.footerLine
-            level: Panel.checkupLevel
+            level: Panel.levelLook
+            lineTone: Panel.footerLook
+            fixTitle: Panel.fixTitle
+            onFix: Panel.applyFix()
             version: Panel.version
             onOpenSection: (section) => Panel.openSection(section)
             onQuit: Panel.quit()

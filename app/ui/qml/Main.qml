@@ -13,7 +13,7 @@ Window {
     minimumHeight: panel.implicitHeight
     maximumHeight: panel.implicitHeight
     color: Ember.screen
-    title: "Torvel"
+    title: popup ? "Torvel" : "Panel (review)"
     flags: popup ? (Qt.Popup | Qt.FramelessWindowHint) : Qt.Window
     // A popup goes away when the user turns to something else, as a menu does.
     onActiveChanged: if (popup && !active) visible = false

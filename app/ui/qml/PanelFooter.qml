@@ -5,13 +5,15 @@ import Torvel
 Column {
     id: footer
     property string line
-    property string level: "ok"
+    property int level: Looks.Good
+    property int lineTone: Looks.Quiet
+    property string fixTitle
     property string version
     signal openSection(string section)
+    signal fix()
     signal quit()
 
-    readonly property color levelColour: level === "ok" ? Ember.mint : level === "todo" ? Ember.gold
-                                       : level === "broken" ? Ember.stop : Ember.text3
+    readonly property color levelColour: Ember.toneColor(level)
     spacing: 12
 
     Item {
@@ -27,11 +29,22 @@ Column {
                 anchors.verticalCenter: parent.verticalCenter
                 color: footer.levelColour
             }
+            // With a fix to offer, the line itself leads to the page where it is done.
             Text {
-                text: footer.line
+                text: footer.line + (footer.fixTitle.length > 0 ? " →" : "")
                 font: Ember.words(13, "semibold")
-                color: footer.level === "ok" || footer.level === "off" ? Ember.text2
-                     : footer.level === "broken" ? Ember.danger : Ember.goldText
+                color: fixPointer.containsMouse ? Ember.text : Ember.toneText(footer.lineTone)
+                Accessible.role: footer.fixTitle.length > 0 ? Accessible.Button : Accessible.StaticText
+                Accessible.name: footer.fixTitle.length > 0 ? footer.fixTitle : footer.line
+                Accessible.onPressAction: footer.fix()
+                MouseArea {
+                    id: fixPointer
+                    anchors.fill: parent
+                    enabled: footer.fixTitle.length > 0
+                    hoverEnabled: true
+                    cursorShape: Qt.PointingHandCursor
+                    onClicked: footer.fix()
+                }
             }
         }
 

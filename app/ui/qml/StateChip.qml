@@ -4,13 +4,11 @@ import Torvel
 // The state of the limit in one capsule: a dot and a word, both coloured by the tone.
 Rectangle {
     id: chip
-    property string tone: "idle"
+    property int tone: Looks.Quiet
     property string word
 
-    readonly property color dotColour: tone === "held" ? Ember.mint : tone === "moving" ? Ember.ember
-                                     : tone === "todo" ? Ember.gold : tone === "broken" ? Ember.stop : Ember.text3
-    readonly property color wordColour: tone === "held" ? Ember.mintText : tone === "moving" ? Ember.emberText
-                                      : tone === "todo" ? Ember.goldText : tone === "broken" ? Ember.danger : Ember.text2
+    readonly property color dotColour: Ember.toneColor(tone)
+    readonly property color wordColour: Ember.toneText(tone)
 
     implicitWidth: content.implicitWidth + 22
     implicitHeight: 26

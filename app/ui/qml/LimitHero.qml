@@ -1,0 +1,175 @@
+import QtQuick
+import Torvel
+
+// The limit card: the switch, the figure, the resting bar, the two choices and the footnote.
+Surface {
+    id: hero
+    color: Ember.screen
+    border.width: 1
+    border.color: Ember.ring
+    cornerRadius: 18
+    implicitHeight: body.implicitHeight + 44
+
+    Column {
+        id: body
+        x: 22
+        y: 22
+        width: parent.width - 44
+        spacing: 18
+
+        Item {
+            width: parent.width
+            height: 30
+            Row {
+                anchors.verticalCenter: parent.verticalCenter
+                spacing: 10
+                IconTile { glyph: Glyphs.bolt; filled: true; anchors.verticalCenter: parent.verticalCenter }
+                Text {
+                    anchors.verticalCenter: parent.verticalCenter
+                    text: "Charge limit"
+                    font: Ember.words(15, "semibold")
+                    color: Ember.text
+                }
+            }
+            Row {
+                anchors.right: parent.right
+                anchors.verticalCenter: parent.verticalCenter
+                spacing: 10
+                Text {
+                    anchors.verticalCenter: parent.verticalCenter
+                    text: "Limit charging"
+                    font: Ember.words(13, "medium")
+                    color: Ember.text2
+                }
+                EmberSwitch {
+                    anchors.verticalCenter: parent.verticalCenter
+                    accessibleName: "Limit charging"
+                    checked: SettingsPage.limitOn
+                    enabled: SettingsPage.canReachService
+                    onToggled: (on) => SettingsPage.setLimitOn(on)
+                }
+            }
+        }
+
+        Item {
+            width: parent.width
+            height: SettingsPage.limitOn ? figure.height : off.implicitHeight
+            Row {
+                id: figure
+                visible: SettingsPage.limitOn
+                spacing: 3
+                RollingDigits {
+                    id: number
+                    value: SettingsPage.limit
+                    font.family: Ember.words(44, "bold").family
+                    font.weight: Font.Bold
+                    font.pixelSize: 44
+                    font.letterSpacing: -0.8
+                    color: Ember.text
+                }
+                Text {
+                    anchors.baseline: number.bottom
+                    anchors.baselineOffset: -10
+                    text: "%"
+                    font: Ember.words(24, "semibold")
+                    color: Ember.text2
+                }
+            }
+            Column {
+                visible: SettingsPage.limitOn
+                anchors.right: parent.right
+                anchors.verticalCenter: figure.verticalCenter
+                spacing: 2
+                Text {
+                    anchors.right: parent.right
+                    text: SettingsPage.profileHelp.split(" · ")[0]
+                    font: Ember.words(14, "semibold")
+                    color: Ember.text
+                }
+                Text {
+                    anchors.right: parent.right
+                    text: "Tops up below " + SettingsPage.restLevel + "%"
+                    font: Ember.words(12.5, "regular")
+                    color: Ember.text2
+                }
+            }
+            Column {
+                id: off
+                visible: !SettingsPage.limitOn
+                spacing: 4
+                Text {
+                    text: "macOS charges as usual"
+                    font: Ember.words(26, "bold")
+                    color: Ember.text
+                }
+                Text {
+                    text: "If you turn it off, macOS charges as usual."
+                    font: Ember.words(13, "regular")
+                    color: Ember.text2
+                }
+            }
+        }
+
+        RestingBar {
+            width: parent.width
+            enabled: SettingsPage.limitOn
+            limit: SettingsPage.limit
+            rest: SettingsPage.restLevel
+            lowest: SettingsPage.lowestLimit
+            nativeMode: SettingsPage.nativeMode
+            onDragged: (value) => SettingsPage.dragLimit(value)
+            onReleased: SettingsPage.commitLimit()
+            onStepped: (steps) => SettingsPage.stepLimit(steps)
+        }
+
+        Row {
+            width: parent.width
+            spacing: 22
+            enabled: SettingsPage.limitOn
+            AdviceSegmented {
+                width: (parent.width - parent.spacing) / 2
+                caption: "Profile"
+                options: SettingsPage.profileOptions
+                selection: SettingsPage.limit
+                help: SettingsPage.profileHelp
+                onPicked: (value) => SettingsPage.chooseProfile(value)
+            }
+            AdviceSegmented {
+                width: (parent.width - parent.spacing) / 2
+                caption: "Resting range · tops up"
+                options: SettingsPage.restingOptions
+                selection: SettingsPage.hysteresis
+                help: SettingsPage.restingHelp
+                onPicked: (value) => SettingsPage.setHysteresis(value)
+            }
+        }
+
+        Rectangle { width: parent.width; height: 1; color: Ember.hair }
+
+        Column {
+            width: parent.width
+            spacing: 8
+            Text {
+                width: parent.width
+                text: SettingsPage.limitFootnote
+                wrapMode: Text.WordWrap
+                lineHeight: 1.3
+                font: Ember.words(12.5, "regular")
+                color: Ember.text3
+            }
+            Row {
+                visible: SettingsPage.nativeNote.length > 0
+                width: parent.width
+                spacing: 7
+                Glyph { size: 13; lineWidth: 2.2; color: Ember.text2; path: Glyphs.info }
+                Text {
+                    width: parent.width - 20
+                    text: SettingsPage.nativeNote
+                    wrapMode: Text.WordWrap
+                    font: Ember.words(12.5, "medium")
+                    color: Ember.text2
+                }
+            }
+        }
+    }
+}

@@ -1,0 +1,18 @@
+import QtQuick
+import Torvel
+
+// The legend of the ember dot that marks the recommended option of a choice.
+Row {
+    spacing: 5
+    Rectangle {
+        width: 6; height: 6; radius: 3
+        anchors.verticalCenter: parent.verticalCenter
+        color: Ember.ember
+    }
+    Text {
+        anchors.verticalCenter: parent.verticalCenter
+        text: "recommended"
+        font: Ember.words(11.5, "medium")
+        color: Ember.text3
+    }
+}

@@ -1,0 +1,169 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <QVariant>
+#include <QVariantList>
+#include <vector>
+
+#include "battery/system_lock.h"
+
+namespace torvel::app {
+
+class BatteryMonitor;
+class ChargeSettings;
+class LoginItemModel;
+
+// The settings page in words and choices: core's tables over the settings, the battery and the login item.
+// Every setter writes its field at once; the settings model chains the saves.
+class SettingsPageModel : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(bool lockActive READ lockActive CONSTANT)
+    Q_PROPERTY(QString lockText READ lockText CONSTANT)
+    Q_PROPERTY(bool canReachService READ canReachService NOTIFY canReachServiceChanged)
+    Q_PROPERTY(QString unreachableText READ unreachableText NOTIFY unreachableTextChanged)
+
+    Q_PROPERTY(bool limitOn READ limitOn NOTIFY limitOnChanged)
+    Q_PROPERTY(int limit READ limit NOTIFY limitChanged)
+    Q_PROPERTY(int restLevel READ restLevel NOTIFY restLevelChanged)
+    Q_PROPERTY(bool nativeMode READ nativeMode CONSTANT)
+    Q_PROPERTY(int lowestLimit READ lowestLimit CONSTANT)
+    Q_PROPERTY(QVariantList profileOptions READ profileOptions CONSTANT)
+    Q_PROPERTY(QString profileHelp READ profileHelp NOTIFY profileHelpChanged)
+    Q_PROPERTY(QVariantList restingOptions READ restingOptions NOTIFY restingOptionsChanged)
+    Q_PROPERTY(int hysteresis READ hysteresis NOTIFY hysteresisChanged)
+    Q_PROPERTY(QString restingHelp READ restingHelp NOTIFY restingHelpChanged)
+    Q_PROPERTY(QString limitFootnote READ limitFootnote NOTIFY limitFootnoteChanged)
+    Q_PROPERTY(QString nativeNote READ nativeNote NOTIFY nativeNoteChanged)
+
+    Q_PROPERTY(bool discharge READ discharge NOTIFY dischargeChanged)
+    Q_PROPERTY(bool dischargeSupported READ dischargeSupported NOTIFY dischargeSupportedChanged)
+    Q_PROPERTY(bool thermal READ thermal NOTIFY thermalChanged)
+    Q_PROPERTY(int thermalLimit READ thermalLimit NOTIFY thermalLimitChanged)
+    Q_PROPERTY(QVariantList thermalOptions READ thermalOptions CONSTANT)
+    Q_PROPERTY(QString thermalWord READ thermalWord NOTIFY thermalWordChanged)
+    Q_PROPERTY(QString heatLine READ heatLine NOTIFY heatLineChanged)
+    Q_PROPERTY(bool led READ led NOTIFY ledChanged)
+    Q_PROPERTY(bool ledSupported READ ledSupported NOTIFY ledSupportedChanged)
+    Q_PROPERTY(bool ledControllable READ ledControllable NOTIFY ledControllableChanged)
+    Q_PROPERTY(int blinkTenths READ blinkTenths NOTIFY blinkTenthsChanged)
+    Q_PROPERTY(QVariantList blinkOptions READ blinkOptions CONSTANT)
+    Q_PROPERTY(int topUpHours READ topUpHours NOTIFY topUpHoursChanged)
+    Q_PROPERTY(QVariantList topUpOptions READ topUpOptions CONSTANT)
+
+    Q_PROPERTY(bool history READ history NOTIFY historyChanged)
+    Q_PROPERTY(int historyDays READ historyDays NOTIFY historyDaysChanged)
+    Q_PROPERTY(QVariantList historyOptions READ historyOptions CONSTANT)
+    Q_PROPERTY(int startup READ startup NOTIFY startupChanged)
+    Q_PROPERTY(QVariantList startupOptions READ startupOptions CONSTANT)
+    Q_PROPERTY(bool startupNeedsApproval READ startupNeedsApproval NOTIFY startupNeedsApprovalChanged)
+    Q_PROPERTY(QString startupError READ startupError NOTIFY startupErrorChanged)
+    Q_PROPERTY(QString updatesHelp READ updatesHelp CONSTANT)
+
+  public:
+    // The vendor's host the updater asks; told to the user in the updates help.
+    static constexpr const char* updateHost = "updates.torvel.app";
+
+    SettingsPageModel(ChargeSettings& settings, BatteryMonitor& battery, LoginItemModel& login,
+                      SystemLock lock, QObject* parent = nullptr);
+
+    bool lockActive() const { return lock_.active; }
+    QString lockText() const;
+    bool canReachService() const;
+    QString unreachableText() const;
+    bool limitOn() const;
+    int limit() const;
+    int restLevel() const;
+    bool nativeMode() const { return lock_.usesNative; }
+    int lowestLimit() const;
+    static QVariantList profileOptions();
+    QString profileHelp() const;
+    QVariantList restingOptions() const;
+    int hysteresis() const;
+    QString restingHelp() const;
+    QString limitFootnote() const;
+    QString nativeNote() const;
+    bool discharge() const;
+    bool dischargeSupported() const;
+    bool thermal() const;
+    int thermalLimit() const;
+    static QVariantList thermalOptions();
+    QString thermalWord() const;
+    QString heatLine() const;
+    bool led() const;
+    bool ledSupported() const;
+    bool ledControllable() const;
+    int blinkTenths() const;
+    static QVariantList blinkOptions();
+    int topUpHours() const;
+    static QVariantList topUpOptions();
+    bool history() const;
+    int historyDays() const;
+    static QVariantList historyOptions();
+    int startup() const;
+    static QVariantList startupOptions();
+    bool startupNeedsApproval() const;
+    QString startupError() const;
+    static QString updatesHelp();
+
+    Q_INVOKABLE void setLimitOn(bool on);
+    // The resting bar while dragging moves the limit without saving; the release saves it.
+    Q_INVOKABLE void dragLimit(int value);
+    Q_INVOKABLE void commitLimit();
+    // Keyboard and accessibility steps: one step within the bounds, saved at once.
+    Q_INVOKABLE void stepLimit(int steps);
+    Q_INVOKABLE void chooseProfile(int limit);
+    Q_INVOKABLE void setHysteresis(int points);
+    Q_INVOKABLE void setDischarge(bool on);
+    Q_INVOKABLE void setThermal(bool on);
+    Q_INVOKABLE void setThermalLimit(int celsius);
+    Q_INVOKABLE void setLed(bool on);
+    Q_INVOKABLE void setBlinkTenths(int tenths);
+    Q_INVOKABLE void setTopUpHours(int hours);
+    Q_INVOKABLE void setHistory(bool on);
+    Q_INVOKABLE void setHistoryDays(int days);
+    Q_INVOKABLE void setStartup(int withTheComputer);
+    // "Open": the desktop's startup settings are where an entry waiting for approval is approved.
+    Q_INVOKABLE void openStartupApproval();
+
+  signals:
+    void canReachServiceChanged();
+    void unreachableTextChanged();
+    void limitOnChanged();
+    void limitChanged();
+    void restLevelChanged();
+    void profileHelpChanged();
+    void restingOptionsChanged();
+    void hysteresisChanged();
+    void restingHelpChanged();
+    void limitFootnoteChanged();
+    void nativeNoteChanged();
+    void dischargeChanged();
+    void dischargeSupportedChanged();
+    void thermalChanged();
+    void thermalLimitChanged();
+    void thermalWordChanged();
+    void heatLineChanged();
+    void ledChanged();
+    void ledSupportedChanged();
+    void ledControllableChanged();
+    void blinkTenthsChanged();
+    void topUpHoursChanged();
+    void historyChanged();
+    void historyDaysChanged();
+    void startupChanged();
+    void startupNeedsApprovalChanged();
+    void startupErrorChanged();
+
+  private:
+    // Compares every property against its last value and emits the change signal of each that moved.
+    void announce();
+
+    ChargeSettings& settings_;
+    BatteryMonitor& battery_;
+    LoginItemModel& login_;
+    SystemLock lock_;
+    std::vector<QVariant> shown_;
+};
+
+}  // namespace torvel::app

@@ -1,0 +1,209 @@
+#include "app/setting_choices.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+
+#include "common/fmt.h"
+
+namespace torvel {
+
+int ThresholdChoice::nearest(int celsius) {
+    const int toCautious = std::abs(celsius - cautious);
+    const int toBalanced = std::abs(celsius - balanced);
+    const int winner = toCautious <= toBalanced ? cautious : balanced;
+    return std::abs(celsius - relaxed) < std::abs(celsius - winner) ? relaxed : winner;
+}
+
+std::string ThresholdChoice::word(int celsius) {
+    switch (nearest(celsius)) {
+        case cautious:
+            return "Cautious";
+        case balanced:
+            return "Balanced";
+        default:
+            return "Relaxed";
+    }
+}
+
+namespace SettingChoices {
+namespace {
+
+struct Profile {
+    int limit;
+    const char* line;
+    const char* detail;
+};
+constexpr Profile profileLines[] = {
+    {60, "Hardly ever leaves its charger", "Desk, external display, sessions that never end"},
+    {75, "Plugged in most of the time", "Unplugged now and then, for a meeting"},
+    {85, "Often on battery", "You need the range when you leave"},
+};
+constexpr int recommendedProfile = 75;
+
+std::string profileHelp(const char* line, const char* detail) {
+    return std::string(line) + " · " + detail;
+}
+
+constexpr int restingSteps[] = {2, 5, 10};
+
+std::string restingHelp(int hysteresis) {
+    if (hysteresis == 2) return "As soon as it dips a little";
+    if (hysteresis == 5) return "After a small drop";
+    return "After a real drop";
+}
+
+}  // namespace
+
+std::vector<Choice> profiles() {
+    std::vector<Choice> options;
+    for (const Profile& p : profileLines) {
+        options.push_back(
+            {p.limit, Fmt::percent(p.limit), p.limit == recommendedProfile, profileHelp(p.line, p.detail)});
+    }
+    return options;
+}
+
+Choice profileFor(int limit) {
+    if (auto known = find(profiles(), limit)) return *known;
+    const Profile& widest = profileLines[std::size(profileLines) - 1];
+    return {limit, Fmt::percent(limit), false, profileHelp("Set by hand", widest.detail)};
+}
+
+int restingLevel(int limit, int hysteresis) {
+    return std::max(limit - hysteresis, restFloor);
+}
+
+std::vector<Choice> restingRange(int limit) {
+    std::vector<Choice> options;
+    for (const int step : restingSteps) {
+        options.push_back(
+            {step, "below " + Fmt::percent(restingLevel(limit, step)), step == 5, restingHelp(step)});
+    }
+    return options;
+}
+
+Choice restingFor(int limit, int hysteresis) {
+    if (auto known = find(restingRange(limit), hysteresis)) return *known;
+    return {hysteresis, "below " + Fmt::percent(restingLevel(limit, hysteresis)), false,
+            restingHelp(hysteresis)};
+}
+
+std::vector<Choice> overheating() {
+    std::vector<Choice> options;
+    for (const int anchor :
+         {ThresholdChoice::cautious, ThresholdChoice::balanced, ThresholdChoice::relaxed}) {
+        options.push_back({anchor, std::to_string(anchor) + " °C", anchor == ThresholdChoice::balanced,
+                           ThresholdChoice::word(anchor)});
+    }
+    return options;
+}
+
+Choice overheatingFor(int celsius) {
+    return {celsius, std::to_string(celsius) + " °C", celsius == ThresholdChoice::balanced,
+            ThresholdChoice::word(celsius)};
+}
+
+std::vector<Choice> endOfTopUp() {
+    return {{0, "When you unplug", true, "As soon as you leave with the Mac"},
+            {12, "After 12 hours", false, "Even if it stays plugged in"}};
+}
+
+Choice endOfTopUpFor(int hours) {
+    if (auto known = find(endOfTopUp(), hours)) return *known;
+    // Any other hold still ends on its own, which is what the second option says.
+    return {hours, "After " + std::to_string(hours) + " hours", false, "Even if it stays plugged in"};
+}
+
+std::vector<Choice> historyKeptFor() {
+    return {{30, "30 days", false, ""},
+            {90, "3 months", false, ""},
+            {365, "1 year", false, ""},
+            {1095, "3 years", false, ""}};
+}
+
+Choice historyFor(int days) {
+    if (auto known = find(historyKeptFor(), days)) return *known;
+    return {days, std::to_string(days) + " days", false, ""};
+}
+
+std::vector<Choice> startup() {
+    return {{1, "With the Mac", false, ""}, {0, "By hand", false, ""}};
+}
+
+std::string secondsLabel(double seconds) {
+    const long tenths = std::lround(seconds * 10);
+    if (tenths % 10 == 0) return std::to_string(tenths / 10) + " s";
+    return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " s";
+}
+
+double shownBlinkSeconds(double stored) {
+    if (!std::isfinite(stored)) return blinkShortest;
+    return std::clamp(stored, blinkShortest, blinkLongest);
+}
+
+std::vector<Choice> blinkSpeeds() {
+    std::vector<Choice> options;
+    for (double s = blinkShortest; s <= blinkLongest + 1e-9; s += blinkStep) {
+        const int tenths = static_cast<int>(std::lround(s * 10));
+        const char* help = s < 1.5 ? "A quick flicker" : s < 3.5 ? "A calm pulse" : "A slow breath";
+        options.push_back({tenths, secondsLabel(s), tenths == 20, help});
+    }
+    return options;
+}
+
+int lowestLimit(bool native) {
+    return native ? 80 : 20;
+}
+
+int limitStep(bool native) {
+    return native ? 5 : 1;
+}
+
+int limitAt(int value, bool native) {
+    const int step = limitStep(native);
+    // Round half up to the nearest step, so a drag lands on the mark the pointer is closest to.
+    const int stepped = (value + step / 2) / step * step;
+    return std::clamp(native ? stepped : value, lowestLimit(native), 100);
+}
+
+std::string lockBanner(const SystemLock& lock) {
+    return "Torvel can’t hold your limit on macOS " + std::to_string(lock.macOSMajor) + " yet.";
+}
+
+std::string limitFootnote(int limit, const SystemLock& lock) {
+    if (lock.usesNative) {
+        return "On macOS " + std::to_string(lock.macOSMajor) +
+               ", macOS itself tops the battery up, 5 points below the limit.";
+    }
+    return "Once at " + Fmt::percent(limit) +
+           ", the battery rests. Torvel only tops it up after a small drop, so it isn’t nudged awake every "
+           "few "
+           "minutes.";
+}
+
+std::optional<std::string> nativeNote(int limit, std::optional<int> nativeFloor, const SystemLock& lock) {
+    if (!lock.usesNative) return std::nullopt;
+    if (nativeFloor && limit < *nativeFloor) {
+        const std::string floor = Fmt::percent(*nativeFloor);
+        return "macOS won’t hold a limit below " + floor + " on this Mac, so Torvel holds " + floor + ".";
+    }
+    return "On macOS " + std::to_string(lock.macOSMajor) +
+           ", Torvel sets macOS’s own charge limit. Change it here, not in System Settings.";
+}
+
+std::string heatLine(std::optional<double> celsius) {
+    std::string line = "Heat wears a battery as much as a full charge does.";
+    if (celsius) line += " It’s at " + Fmt::decimal(*celsius) + " °C right now.";
+    return line;
+}
+
+std::optional<Choice> find(std::span<const Choice> options, int value) {
+    for (const Choice& option : options) {
+        if (option.value == value) return option;
+    }
+    return std::nullopt;
+}
+
+}  // namespace SettingChoices
+}  // namespace torvel
