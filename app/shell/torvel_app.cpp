@@ -19,9 +19,11 @@
 #include "app/section.h"
 #include "battery/battery_monitor.h"
 #include "bus.h"
+#include "extras/charge_arrival.h"
 #include "extras/login_item_model.h"
 #include "extras/updater_model.h"
 #include "history/history_model.h"
+#include "onboarding/onboarding_window.h"
 #include "service/bus_address.h"
 #include "service/bus_pump.h"
 #include "service/charge_service.h"
@@ -145,12 +147,46 @@ TorvelApp::TorvelApp(Options options, QObject* parent)
         .rememberGeometry = options_.watchDevices,
     });
     connect(windows_.get(), &TorvelWindowController::closeMenuBarPanel, this, &TorvelApp::closePopup);
+
+    onboardingSteps_ = ServiceSteps::through(*installer_);
+    const std::filesystem::path daemon = installer_->helpers().daemon;
+    onboarding_ = std::make_unique<OnboardingWindowController>(OnboardingWindowController::Sources{
+        .engine = [this]() -> QQmlApplicationEngine& { return engine(); },
+        .models = {.settings = *settings_,
+                   .service = *onboardingSteps_,
+                   .defaults = *defaults_,
+                   .loginItem = loginItem_.get(),
+                   .lock = lock_,
+                   .probe = OnboardingModel::probeOf(daemon),
+                   .daemonSizeText = QString::fromStdString(HardwareProbe::daemonSizeText(daemon)),
+                   .pollInterval = std::chrono::seconds(1)},
+    });
+    connect(settings_.get(), &ChargeSettings::serviceNeedsApprovalChanged, onboarding_.get(),
+            &OnboardingWindowController::syncApproval);
+    connect(settings_.get(), &ChargeSettings::serviceNeedsMigrationChanged, onboarding_.get(),
+            &OnboardingWindowController::syncMigration);
+
+    const auto presenter =
+        ChargeArrivalController::placesOwnWindows()
+            ? ChargeArrivalController::overlay([this]() -> QQmlApplicationEngine& { return engine(); }, this)
+            : ChargeArrivalController::notification(DesktopNotifier::transientSessionBus(
+                  QDBusConnection::sessionBus(), this,
+                  static_cast<int>(ChargeArrival::visibleSeconds * 1000)));
+    arrival_ = std::make_unique<ChargeArrivalController>(ChargeArrivalController::Sources{
+        .battery = battery_.get(),
+        .settings = settings_.get(),
+        .lock = lock_,
+        .clock = &TorvelApp::wallClock,
+        .screenAvailable = presenter.screenAvailable,
+        .present = presenter.present,
+    });
 }
 
 TorvelApp::~TorvelApp() {
     // Views bind to the models; they go first.
     tray_.reset();
     trayMenu_.reset();
+    onboarding_.reset();
     windows_.reset();
     if (window_) delete window_.data();
     engine_.reset();
@@ -166,6 +202,7 @@ bool TorvelApp::eventFilter(QObject* watched, QEvent* event) {
 void TorvelApp::start() {
     if (started_) return;
     started_ = true;
+    arrival_->activate();
     history_->refresh(settings_->thermalLimit());
     history_->startTicking();
     settings_->refreshStatus();
@@ -175,7 +212,16 @@ void TorvelApp::start() {
     if (options_.useTray) setUpTray();
     // Without a tray host the panel would be unreachable, so it opens as a window.
     if (plan.showPanelWindow || (options_.useTray && !tray_)) showPanel();
+    if (plan.playArrival) {
+        QTimer::singleShot(
+            std::chrono::milliseconds(static_cast<int>(StartUpPlan::arrivalDelaySeconds * 1000)),
+            arrival_.get(), &ChargeArrivalController::flashNow);
+    }
+    if (plan.showOnboarding) onboarding_->show({});
+    if (plan.reviewOnboarding) onboarding_->show({.review = true});
     if (plan.mainWindowSection) windows_->show(*plan.mainWindowSection);
+    onboarding_->syncApproval();
+    onboarding_->syncMigration();
 }
 
 QQmlApplicationEngine& TorvelApp::engine() {
@@ -187,6 +233,8 @@ QQmlApplicationEngine& TorvelApp::engine() {
         qmlRegisterSingletonInstance("Torvel", 1, 0, "SettingsPage", settingsPage_.get());
         qmlRegisterSingletonInstance("Torvel", 1, 0, "MacPage", macPage_.get());
         qmlRegisterSingletonInstance("Torvel", 1, 0, "ServiceInstaller", installer_.get());
+        qmlRegisterUncreatableType<OnboardingModel>(
+            "Torvel", 1, 0, "OnboardingModel", QStringLiteral("The onboarding window is given its model"));
         qmlRegisterUncreatableMetaObject(Looks::staticMetaObject, "Torvel", 1, 0, "Looks",
                                          QStringLiteral("Looks only names tones and kinds"));
         engine_ = std::make_unique<QQmlApplicationEngine>();
@@ -298,6 +346,74 @@ std::optional<QString> TorvelApp::screenshotSection(const QString& file, AppSect
     if (image.isNull()) return QStringLiteral("cannot render the main window");
     if (!image.save(file, "PNG")) return QStringLiteral("cannot write %1").arg(file);
     return std::nullopt;
+}
+
+namespace {
+
+// Lets the first animations of a view settle, then writes what it shows.
+std::optional<QString> grabInto(QQuickWindow* window, const QString& file, const QString& what) {
+    QElapsedTimer waited;
+    waited.start();
+    while (!window->isExposed() && waited.elapsed() < 3000) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    }
+    QElapsedTimer settle;
+    settle.start();
+    while (settle.elapsed() < 450) QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    const QImage image = window->grabWindow();
+    if (image.isNull()) return QStringLiteral("cannot render the %1").arg(what);
+    if (!image.save(file, "PNG")) return QStringLiteral("cannot write %1").arg(file);
+    return std::nullopt;
+}
+
+// The screen each step shows in a picture, with words a user could meet there.
+std::optional<OnboardingFlow::Step> sampleStep(const QString& name) {
+    using Kind = OnboardingFlow::Step::Kind;
+    using Step = OnboardingFlow::Step;
+    const std::string wanted = name.isEmpty() ? std::string("welcome") : name.toStdString();
+    for (int k = 0; k <= static_cast<int>(Kind::done); ++k) {
+        const auto kind = static_cast<Kind>(k);
+        if (torvel::name(kind) != wanted) continue;
+        switch (kind) {
+            case Kind::welcome:
+                return Step::welcome({.discharge = true, .led = false});
+            case Kind::installFailed:
+                return Step::installFailed("Torvel wasn’t allowed to change the charge service.");
+            case Kind::unsupported:
+                return Step::unsupported(HardwareProbe::Unsupported::unknownHardware);
+            case Kind::probeFailed:
+                return Step::probeFailed("Part of Torvel is missing. Download it again and try once more.");
+            default:
+                return Step::plain(kind);
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<QString> TorvelApp::screenshotOnboarding(const QString& file, const QString& step) {
+    const auto shown = sampleStep(step);
+    if (!shown) {
+        return QStringLiteral(
+                   "unknown step %1: welcome, service, installFailed, awaitingApproval, handOver, "
+                   "tuning, done, checking, unsupported or probeFailed")
+            .arg(step);
+    }
+    if (!onboarding_->show({})) return QStringLiteral("cannot load the onboarding window");
+    onboarding_->model()->preview(*shown);
+    return grabInto(onboarding_->window(), file, QStringLiteral("onboarding window"));
+}
+
+std::optional<QString> TorvelApp::screenshotArrival(const QString& file) {
+    battery_->refresh();
+    const QString label = arrival_->label().value_or(QStringLiteral("64% → 80%"));
+    QQuickWindow* window = ChargeArrivalController::stillOverlay(engine(), label);
+    if (!window) return QStringLiteral("cannot load the arrival overlay");
+    window->show();
+    auto error = grabInto(window, file, QStringLiteral("arrival overlay"));
+    delete window;
+    return error;
 }
 
 std::optional<QString> TorvelApp::screenshotPanel(const QString& file) {

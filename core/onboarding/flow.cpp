@@ -31,6 +31,11 @@ void OnboardingFlow::probed(const HardwareProbe::Result& result) {
     }
 }
 
+void OnboardingFlow::show(Step step) {
+    if (step.kind == Kind::welcome) capability_ = step.capability;
+    step_ = std::move(step);
+}
+
 void OnboardingFlow::towardsService(bool ready) {
     installedOnEntry_ = ready;
     step_ = Step::plain(Kind::service);

@@ -91,6 +91,9 @@ class OnboardingFlow {
     }
 
     void probed(const HardwareProbe::Result& result);
+    // Places the flow at one step directly, as the screenshot mode does to draw any screen; a welcome
+    // keeps its capability for going back to it.
+    void show(Step step);
     // Returns true when the flow has just finished and "onboardingSeen" is to be recorded.
     bool next(bool ready, bool usesNative);
     void back(bool ready, bool usesNative);
