@@ -17,8 +17,6 @@ Window {
     color: "transparent"
     flags: Qt.ToolTip | Qt.FramelessWindowHint | Qt.WindowStaysOnTopHint | Qt.WindowTransparentForInput
            | Qt.WindowDoesNotAcceptFocus | Qt.NoDropShadowWindowHint
-    Accessible.role: Accessible.Notification
-    Accessible.name: label
 
     // 0 s open, 0.18 s glow, 0.9 s glow off, 1.7 s close; the window goes at 2.2 s.
     SequentialAnimation {
@@ -32,12 +30,21 @@ Window {
         ScriptAction { script: overlay.open = false }
     }
 
+    // A picture has no desktop behind the window; this stands in for it.
+    Rectangle {
+        visible: overlay.still
+        anchors.fill: parent
+        color: Ember.bg
+    }
+
     Item {
         id: capsule
         anchors.horizontalCenter: parent.horizontalCenter
         y: overlay.open ? 10 : -8
         width: content.implicitWidth + 36
         height: 42
+        Accessible.role: Accessible.Notification
+        Accessible.name: overlay.label
         opacity: overlay.open ? 1 : 0
         scale: overlay.open ? 1 : 0.82
         Behavior on y { NumberAnimation { duration: overlay.open ? 340 : 300
@@ -47,16 +54,16 @@ Window {
         Behavior on scale { NumberAnimation { duration: overlay.open ? 340 : 300
                                               easing.type: overlay.open ? Easing.OutCubic : Easing.InCubic } }
 
-        // The ember glow around the capsule, in two soft rings.
+        // The ember glow around the capsule, in soft rings that thin outwards.
         Repeater {
-            model: [10, 5]
+            model: [12, 8, 4]
             Rectangle {
                 required property int modelData
                 anchors.fill: parent
                 anchors.margins: -modelData
                 radius: height / 2
                 color: Ember.ember
-                opacity: overlay.glow ? 0.22 * (modelData === 10 ? 0.5 : 1) : 0
+                opacity: overlay.glow ? 0.22 * (1 - modelData / 16) : 0
                 Behavior on opacity { NumberAnimation { duration: overlay.glow ? 280 : 500
                                                         easing.type: overlay.glow ? Easing.OutCubic : Easing.InOutQuad } }
             }
