@@ -39,6 +39,8 @@ class OnboardingWindowController : public QObject {
     bool visible() const { return window_ && window_->isVisible(); }
 
   public slots:
+    // The whole flow again, opened by the user (the "This Mac" page offers it); nothing is installed twice.
+    void review() { show({.review = true, .approvalOnly = false, .migrationOnly = false}); }
     void syncApproval();
     void syncMigration();
 

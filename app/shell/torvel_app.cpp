@@ -233,6 +233,7 @@ QQmlApplicationEngine& TorvelApp::engine() {
         qmlRegisterSingletonInstance("Torvel", 1, 0, "SettingsPage", settingsPage_.get());
         qmlRegisterSingletonInstance("Torvel", 1, 0, "MacPage", macPage_.get());
         qmlRegisterSingletonInstance("Torvel", 1, 0, "ServiceInstaller", installer_.get());
+        qmlRegisterSingletonInstance("Torvel", 1, 0, "Onboarding", onboarding_.get());
         qmlRegisterUncreatableType<OnboardingModel>(
             "Torvel", 1, 0, "OnboardingModel", QStringLiteral("The onboarding window is given its model"));
         qmlRegisterUncreatableMetaObject(Looks::staticMetaObject, "Torvel", 1, 0, "Looks",
