@@ -339,10 +339,7 @@ std::optional<QString> TorvelApp::screenshotSection(const QString& file, AppSect
     while ((history_->reloadsInFlight() > 0 || !window->isExposed()) && waited.elapsed() < 3000) {
         QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
     }
-    // Animations that start with the page (rolling digits, the segment's thumb) settle first.
-    QElapsedTimer settle;
-    settle.start();
-    while (settle.elapsed() < 350) QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    QCoreApplication::processEvents();
     const QImage image = window->grabWindow();
     if (image.isNull()) return QStringLiteral("cannot render the main window");
     if (!image.save(file, "PNG")) return QStringLiteral("cannot write %1").arg(file);

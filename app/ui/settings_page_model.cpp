@@ -93,6 +93,9 @@ QVariantList SettingsPageModel::profileOptions() {
 QString SettingsPageModel::profileHelp() const {
     return qs(C::profileFor(limit()).help);
 }
+QString SettingsPageModel::profileLine() const {
+    return qs(C::profileLine(limit()));
+}
 QVariantList SettingsPageModel::restingOptions() const {
     return options(C::restingRange(limit()));
 }

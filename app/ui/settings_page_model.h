@@ -30,6 +30,7 @@ class SettingsPageModel : public QObject {
     Q_PROPERTY(int lowestLimit READ lowestLimit CONSTANT)
     Q_PROPERTY(QVariantList profileOptions READ profileOptions CONSTANT)
     Q_PROPERTY(QString profileHelp READ profileHelp NOTIFY profileHelpChanged)
+    Q_PROPERTY(QString profileLine READ profileLine NOTIFY profileLineChanged)
     Q_PROPERTY(QVariantList restingOptions READ restingOptions NOTIFY restingOptionsChanged)
     Q_PROPERTY(int hysteresis READ hysteresis NOTIFY hysteresisChanged)
     Q_PROPERTY(QString restingHelp READ restingHelp NOTIFY restingHelpChanged)
@@ -78,6 +79,7 @@ class SettingsPageModel : public QObject {
     int lowestLimit() const;
     static QVariantList profileOptions();
     QString profileHelp() const;
+    QString profileLine() const;
     QVariantList restingOptions() const;
     int hysteresis() const;
     QString restingHelp() const;
@@ -133,6 +135,7 @@ class SettingsPageModel : public QObject {
     void limitChanged();
     void restLevelChanged();
     void profileHelpChanged();
+    void profileLineChanged();
     void restingOptionsChanged();
     void hysteresisChanged();
     void restingHelpChanged();

@@ -70,6 +70,13 @@ Choice profileFor(int limit) {
     return {limit, Fmt::percent(limit), false, profileHelp("Set by hand", widest.detail)};
 }
 
+std::string profileLine(int limit) {
+    for (const Profile& p : profileLines) {
+        if (p.limit == limit) return p.line;
+    }
+    return "Set by hand";
+}
+
 int restingLevel(int limit, int hysteresis) {
     return std::max(limit - hysteresis, restFloor);
 }

@@ -44,6 +44,8 @@ constexpr double blinkStep = 0.5;
 std::vector<Choice> profiles();
 // The option a limit reads as: a profile's own, or "Set by hand" for any other limit.
 Choice profileFor(int limit);
+// The first half of that help alone, the profile's name as the limit card shows it beside the figure.
+std::string profileLine(int limit);
 
 // Tops up 2, 5 or 10 points below `limit`, never below 20 %.
 std::vector<Choice> restingRange(int limit);

@@ -26,6 +26,8 @@ TEST(SettingChoices, ProfilesAndALimitSetByHand) {
     EXPECT_EQ(C::profileFor(80).help, "Set by hand · You need the range when you leave");
     EXPECT_EQ(C::profileFor(80).label, "80%");
     EXPECT_EQ(C::profileFor(60).help, profiles[0].help);
+    EXPECT_EQ(C::profileLine(85), "Often on battery");
+    EXPECT_EQ(C::profileLine(80), "Set by hand");
 }
 
 TEST(SettingChoices, TheRestingRangeNeverGoesBelowTwenty) {

@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <QQmlComponent>
+#include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QSet>
+#include <QSettings>
 #include <ctime>
 
 #include "qt_support.h"
@@ -30,7 +33,7 @@ struct AppRig {
     testing::TempDir root;
     std::unique_ptr<TorvelApp> app;
 
-    AppRig() {
+    explicit AppRig(std::optional<QRect> savedGeometry = std::nullopt) {
         testing::qtApp();
         fs::create_directories(root.path() / "var/lib/torvel");
         std::ofstream(root.path() / "var/lib/torvel/status.json")
@@ -40,11 +43,13 @@ struct AppRig {
         qputenv("TORVEL_APPEARANCE", "light");
         qputenv("TORVEL_UNIT_STATE", "enabled");
         qputenv("XDG_CONFIG_HOME", QByteArray::fromStdString((root.path() / "config").string()));
+        if (savedGeometry) QSettings().setValue(QStringLiteral("TorvelMainWindow/geometry"), *savedGeometry);
         app = std::make_unique<TorvelApp>(
             TorvelApp::Options{.switches = {}, .dark = false, .watchDevices = false, .useTray = false});
     }
     ~AppRig() {
         app.reset();
+        QSettings().remove(QStringLiteral("TorvelMainWindow"));
         for (const char* name :
              {"TORVEL_ROOT", "TORVEL_SYSFS", "TORVEL_APPEARANCE", "TORVEL_UNIT_STATE", "XDG_CONFIG_HOME"})
             qunsetenv(name);
@@ -79,6 +84,18 @@ TEST(MainWindow, CountsAsOneLiveWatcherHoweverOftenOpenedAndLetsGoWhenClosed) {
     EXPECT_EQ(settings.liveWatchers(), before + 1);
 }
 
+TEST(MainWindow, ReopensWhereItWasLeftButNeverBelowItsMinimum) {
+    const std::pair<QRect, QRect> cases[] = {
+        {QRect(10, 20, 850, 580), QRect(10, 20, 850, 580)},
+        {QRect(10, 20, 400, 300), QRect(10, 20, 820, 560)},
+    };
+    for (const auto& [saved, opened] : cases) {
+        AppRig rig(saved);
+        ASSERT_TRUE(rig.app->windows().show(AppSection::settings));
+        EXPECT_EQ(rig.app->windows().window()->geometry(), opened);
+    }
+}
+
 TEST(MainWindow, RendersEverySectionOffscreen) {
     AppRig rig;
     const fs::path shots = rig.root.path() / "shots";
@@ -95,6 +112,23 @@ TEST(MainWindow, RendersEverySectionOffscreen) {
         auto* page = rig.app->windows().window()->findChild<QQuickItem*>(QStringLiteral("page"));
         ASSERT_NE(page, nullptr);
         EXPECT_GT(page->height(), 150) << AppSection(section).rawValue() << ": the page has content";
+    }
+}
+
+// QML faults surface only when a view is made; every block of the design system is made once here, with the
+// singletons it names, so a typo in one that no page uses yet still fails a test.
+TEST(DesignSystem, EveryBlockLoadsWithoutErrors) {
+    AppRig rig;
+    ASSERT_TRUE(rig.app->windows().show(AppSection::today));
+    QQmlEngine* engine = qmlEngine(rig.app->windows().window());
+    ASSERT_NE(engine, nullptr);
+    for (const char* block :
+         {"EmberButton", "EmberSegmented", "AdviceSegmented", "PopChoice", "PageHeader", "SettingsCard",
+          "DisclosureCard", "SettingsRow", "RowDivider", "InfoRow", "NoteCard", "SubPage", "SettingCard",
+          "StripCell", "RestingBar", "RollingDigits"}) {
+        QQmlComponent component(engine, QUrl(QStringLiteral("qrc:/Torvel/%1.qml").arg(QLatin1String(block))));
+        std::unique_ptr<QObject> made(component.create());
+        EXPECT_NE(made, nullptr) << block << ": " << component.errorString().toStdString();
     }
 }
 

@@ -23,8 +23,6 @@ Surface {
         activeFocusOnTab: true
         Accessible.role: Accessible.Button
         Accessible.name: card.title
-        Accessible.expandable: true
-        Accessible.expanded: card.open
         Accessible.onPressAction: card.open = !card.open
         Keys.onSpacePressed: card.open = !card.open
         Keys.onReturnPressed: card.open = !card.open

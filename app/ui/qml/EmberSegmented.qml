@@ -16,8 +16,12 @@ Item {
     }
     readonly property real segmentWidth: options.length > 0 ? (width - 6) / options.length : 0
 
+    // The thumb slides only after a pick of the user's: a page that opens, or a value that arrives from the
+    // model while it loads, shows the thumb in place at once.
+    property bool userPicked: false
     function pick(index) {
         if (!enabled || index < 0 || index >= options.length || index === chosen) return
+        userPicked = true
         control.picked(options[index].value)
     }
 
@@ -56,7 +60,7 @@ Item {
         radius: 8
         color: Ember.shade
         opacity: 0.35
-        Behavior on x { NumberAnimation { duration: 160; easing.type: Easing.InOutQuad } }
+        Behavior on x { enabled: control.userPicked; NumberAnimation { duration: 160; easing.type: Easing.InOutQuad } }
     }
     Rectangle {
         id: thumb
@@ -69,7 +73,7 @@ Item {
         color: Ember.raised
         border.width: 1
         border.color: Ember.ring
-        Behavior on x { NumberAnimation { duration: 160; easing.type: Easing.InOutQuad } }
+        Behavior on x { enabled: control.userPicked; NumberAnimation { duration: 160; easing.type: Easing.InOutQuad } }
     }
     Row {
         x: 3

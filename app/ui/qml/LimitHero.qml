@@ -82,7 +82,7 @@ Surface {
                 spacing: 2
                 Text {
                     anchors.right: parent.right
-                    text: SettingsPage.profileHelp.split(" · ")[0]
+                    text: SettingsPage.profileLine
                     font: Ember.words(14, "semibold")
                     color: Ember.text
                 }

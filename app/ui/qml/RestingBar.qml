@@ -133,6 +133,7 @@ FocusScope {
                 color: Ember.text3
             }
             Text {
+                visible: bar.rest < bar.limit
                 x: Math.max(low.width + 8, Math.min(parent.width - width - 40, bar.position((bar.rest + bar.limit) / 2) - width / 2))
                 text: "rests " + bar.rest + "–" + bar.limit + "%"
                 font: Ember.words(11.5, "semibold")
