@@ -4,6 +4,7 @@
 
 #include <QGuiApplication>
 #include <QImage>
+#include <QKeyEvent>
 #include <QSet>
 #include <ctime>
 
@@ -127,6 +128,18 @@ TEST(FirstRunViews, EveryOnboardingScreenAndTheArrivalRenderOffscreen) {
             EXPECT_GT(coarseColours(QImage(file)), 12);
         }
         EXPECT_TRUE(app.screenshotOnboarding(QStringLiteral("x.png"), QStringLiteral("nowhere")));
+
+        // Return goes on and Escape goes back, from the keyboard alone; the service is already running here.
+        OnboardingModel& model = *app.onboarding().model();
+        model.preview(OnboardingFlow::Step::welcome({}));
+        const auto press = [&app](int key) {
+            QKeyEvent down(QEvent::KeyPress, key, Qt::NoModifier);
+            QCoreApplication::sendEvent(app.onboarding().window(), &down);
+        };
+        press(Qt::Key_Return);
+        EXPECT_EQ(model.step(), OnboardingModel::Step::HandOver);
+        press(Qt::Key_Escape);
+        EXPECT_EQ(model.step(), OnboardingModel::Step::Welcome);
 
         const QString arrival = QString::fromStdString((root.path() / "arrival.png").string());
         ASSERT_FALSE(app.screenshotArrival(arrival));
