@@ -13,7 +13,10 @@ OnboardingWindowController::OnboardingWindowController(Sources sources, QObject*
     : QObject(parent), sources_(std::move(sources)) {}
 
 OnboardingWindowController::~OnboardingWindowController() {
-    if (window_) delete window_.data();
+    if (!window_) return;
+    // A window going with the app is no dismissal, and its last hide must not reach a half-gone controller.
+    disconnect(window_, nullptr, this, nullptr);
+    delete window_.data();
 }
 
 bool OnboardingWindowController::show(OnboardingFlow::Mode mode) {
