@@ -341,7 +341,10 @@ Window {
                 glyph: Glyphs.check
                 tone: Looks.Good
                 title: "You’re all set"
-                subtitle: "Torvel lives in the tray. Click the flame for the charge and the limit; the main window has the rest."
+                subtitle: window.model.migrationOnly
+                          ? "The charge service that came with this version is running, with your settings and history."
+                          : window.model.approvalOnly ? "The charge service is allowed and running again."
+                          : "Torvel lives in the tray. Click the flame for the charge and the limit; the main window has the rest."
                 primaryTitle: "Close"
                 onPrimary: window.close()
             }
