@@ -197,6 +197,8 @@ void OnboardingModel::back() {
 
 void OnboardingModel::install() {
     if (busy_) return;
+    // Busy before the request: an installer that ends at once has already cleared it when it returns.
+    setBusy(true);
     const bool started = service_.install([self = QPointer(this)] {
         if (!self) return;
         self->setBusy(false);
@@ -204,18 +206,19 @@ void OnboardingModel::install() {
         self->flow_.installed(self->settings_.value(), self->lock_.usesNative);
         self->settle(before);
     });
-    if (started && !busy_) setBusy(true);
+    if (!started) setBusy(false);
 }
 
 void OnboardingModel::migrate() {
     if (busy_) return;
+    setBusy(true);
     // The poll notices the replaced service and finishes a migration-only flow by itself.
     const bool started = service_.migrate([self = QPointer(this)] {
         if (!self) return;
         self->setBusy(false);
         self->settings_.refreshStatus();
     });
-    if (started && !busy_) setBusy(true);
+    if (!started) setBusy(false);
 }
 
 void OnboardingModel::setBusy(bool busy) {

@@ -127,6 +127,7 @@ TEST(OnboardingModel, AFirstRunFromTheProbeToTheFinish) {
     model.next();
     model.install();
     EXPECT_EQ(flow.steps.installs, 1);
+    EXPECT_FALSE(model.busy()) << "an install that ended at once leaves nothing running";
     EXPECT_EQ(model.step(), Step::HandOver);
     EXPECT_EQ(model.progress(), 2);
     model.next();
