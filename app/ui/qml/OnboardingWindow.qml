@@ -17,7 +17,9 @@ Window {
     minimumWidth: 640
     minimumHeight: 600
     color: Ember.bg
-    title: model.review ? "Torvel · First run" : "Welcome to Torvel"
+    title: model.migrationOnly ? "Torvel · Replace the service"
+         : model.approvalOnly ? "Torvel · The charge service"
+         : model.review ? "Torvel · First run" : "Welcome to Torvel"
 
     function primary() { if (shown && shown.primaryEnabled && shown.primaryTitle.length > 0) shown.primary() }
     Shortcut { sequences: [StandardKey.Close]; context: Qt.WindowShortcut; onActivated: window.close() }
