@@ -83,6 +83,7 @@ OnboardingModel::OnboardingModel(Dependencies dependencies, OnboardingFlow::Mode
       lock_(dependencies.lock),
       probe_(std::move(dependencies.probe)),
       daemonSizeText_(std::move(dependencies.daemonSizeText)),
+      installCommand_(std::move(dependencies.installCommand)),
       pollInterval_(dependencies.pollInterval),
       flow_(mode) {
     connect(&settings_, &ChargeSettings::changed, this, [this] {
@@ -153,7 +154,8 @@ QVariantList OnboardingModel::profiles() const {
 }
 
 QString OnboardingModel::command() const {
-    return QString::fromStdString(OnboardingFlow::commandToCopy(settings_.value(), settings_.installation()));
+    return QString::fromStdString(OnboardingFlow::commandToCopy(settings_.value(), settings_.installation(),
+                                                                installCommand_.toStdString()));
 }
 
 void OnboardingModel::check() {

@@ -91,6 +91,8 @@ class OnboardingModel : public QObject {
         SystemLock lock;
         Probe probe;
         QString daemonSizeText = QStringLiteral("—");
+        // What a terminal user runs instead of the window's install.
+        QString installCommand = QStringLiteral("torvelctl install");
         std::chrono::milliseconds pollInterval{1000};
     };
 
@@ -181,6 +183,7 @@ class OnboardingModel : public QObject {
     SystemLock lock_;
     Probe probe_;
     QString daemonSizeText_;
+    QString installCommand_;
     std::chrono::milliseconds pollInterval_;
 
     OnboardingFlow flow_;

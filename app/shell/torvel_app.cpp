@@ -47,6 +47,16 @@ std::optional<std::filesystem::path> existing(const std::filesystem::path& path)
     return std::nullopt;
 }
 
+// A build tree's torvelctl, which no PATH finds; an installed copy's sits beside torvel in the PATH.
+std::optional<std::string> commandLineInBuildTree() {
+    const std::filesystem::path appDir = QCoreApplication::applicationDirPath().toStdString();
+    std::error_code error;
+    if (std::filesystem::exists(appDir / "torvelctl", error)) return std::nullopt;
+    const auto built = std::filesystem::weakly_canonical(appDir / ".." / "cli" / "torvelctl", error);
+    if (!error && std::filesystem::exists(built, error)) return built.string();
+    return std::nullopt;
+}
+
 // The scripts and the service executable an installed copy keeps beside itself.
 std::filesystem::path libexecDirectory() {
     return serviceToolsDirectory(QCoreApplication::applicationDirPath().toStdString());
@@ -159,6 +169,8 @@ TorvelApp::TorvelApp(Options options, QObject* parent)
                    .lock = lock_,
                    .probe = OnboardingModel::probeOf(daemon),
                    .daemonSizeText = QString::fromStdString(HardwareProbe::daemonSizeText(daemon)),
+                   .installCommand =
+                       QString::fromStdString(OnboardingFlow::installCommand(commandLineInBuildTree())),
                    .pollInterval = std::chrono::seconds(1)},
     });
     connect(settings_.get(), &ChargeSettings::serviceNeedsApprovalChanged, onboarding_.get(),

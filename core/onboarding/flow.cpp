@@ -179,11 +179,16 @@ Settings OnboardingFlow::apply(const Profile& profile, Settings settings, bool d
 }
 
 std::string OnboardingFlow::commandToCopy(const ChargeSettingsState& settings,
-                                          const InstallationFacts& installation) {
+                                          const InstallationFacts& installation, std::string_view install) {
     if (settings.serviceNeedsMigration) {
         if (auto command = migrationCommand(installation.uninstallerPath)) return *command;
     }
-    return std::string(installCommand);
+    return std::string(install);
+}
+
+std::string OnboardingFlow::installCommand(const std::optional<std::string>& commandLinePath) {
+    if (!commandLinePath) return "torvelctl install";
+    return "\"" + *commandLinePath + "\" install";
 }
 
 std::string_view name(OnboardingFlow::Step::Kind kind) {
