@@ -30,8 +30,12 @@ QString CommandLine::usage() {
         "  --onboarding          open the first-run flow for review\n"
         "  --arrival             play the charger's arrival animation once, shortly after start\n"
         "  --dark                draw in the dark appearance whatever the desktop's\n"
+        "  --step NAME           with --screenshot --onboarding, the screen to render: welcome,\n"
+        "                        service, installFailed, awaitingApproval, handOver, tuning, done,\n"
+        "                        checking, unsupported or probeFailed\n"
         "  --screenshot FILE     render the panel, or with --settings that section of the main\n"
-        "                        window, into FILE (PNG) offscreen, then exit\n"
+        "                        window, with --onboarding a first-run screen, with --arrival the\n"
+        "                        charger's arrival, into FILE (PNG) offscreen, then exit\n"
         "  --headless            no window: print the charge and the panel's line every second\n"
         "  --seconds N           stop a headless run after N seconds\n"
         "  --locale ID           the locale of numbers and dates, such as en or ja\n"
@@ -92,6 +96,12 @@ CommandLine CommandLine::parse(const QStringList& arguments) {
                 return line;
             }
             line.screenshot = arguments[++i];
+        } else if (word == u"--step") {
+            if (i + 1 >= arguments.size()) {
+                line.error = QStringLiteral("--step needs the name of an onboarding screen");
+                return line;
+            }
+            line.step = arguments[++i];
         } else if (word == u"--headless") {
             line.headless = true;
         } else if (word == u"--seconds") {
@@ -187,11 +197,14 @@ int run(int argc, char** argv) {
     TorvelApp torvel(line.options);
     if (line.range) torvel.history().setRangeName(*line.range);
     if (line.screenshot) {
-        const auto& section = line.options.switches.settingsSection;
+        const auto& switches = line.options.switches;
+        const auto& section = switches.settingsSection;
         const auto error =
-            section ? torvel.screenshotSection(*line.screenshot,
-                                               AppSection::named(*section).value_or(AppSection::today))
-                    : torvel.screenshotPanel(*line.screenshot);
+            switches.onboarding ? torvel.screenshotOnboarding(*line.screenshot, line.step.value_or(QString()))
+            : switches.arrival  ? torvel.screenshotArrival(*line.screenshot)
+            : section           ? torvel.screenshotSection(*line.screenshot,
+                                                           AppSection::named(*section).value_or(AppSection::today))
+                                : torvel.screenshotPanel(*line.screenshot);
         if (error) {
             std::fprintf(stderr, "torvel: %s\n", qPrintable(*error));
             return 1;

@@ -12,6 +12,7 @@ namespace torvel::app {
 struct CommandLine {
     TorvelApp::Options options;
     std::optional<QString> screenshot;  // --screenshot FILE: render and exit
+    std::optional<QString> step;        // --step NAME: the onboarding screen a screenshot renders
     bool headless = false;              // --headless: print the charge and the panel line every second
     std::optional<int> seconds;         // --seconds N: stop the headless run after N seconds
     std::optional<std::string> locale;  // --locale ID: the display locale of numbers, dates and counts

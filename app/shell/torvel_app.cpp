@@ -17,14 +17,17 @@
 #include <QSystemTrayIcon>
 #include <QTimer>
 #include <filesystem>
+#include <functional>
 
 #include "app/section.h"
 #include "battery/battery_monitor.h"
 #include "bus.h"
+#include "extras/charge_arrival.h"
 #include "extras/login_item_model.h"
 #include "extras/updater_model.h"
 #include "history/history_model.h"
 #include "history/journal_page_model.h"
+#include "onboarding/onboarding_window.h"
 #include "service/bus_address.h"
 #include "service/bus_pump.h"
 #include "service/charge_service.h"
@@ -51,6 +54,16 @@ constexpr int screenshotQuality = 80;
 std::optional<std::filesystem::path> existing(const std::filesystem::path& path) {
     std::error_code error;
     if (std::filesystem::exists(path, error)) return path;
+    return std::nullopt;
+}
+
+// A build tree's torvelctl, which no PATH finds; an installed copy's sits beside torvel in the PATH.
+std::optional<std::string> commandLineInBuildTree() {
+    const std::filesystem::path appDir = QCoreApplication::applicationDirPath().toStdString();
+    std::error_code error;
+    if (std::filesystem::exists(appDir / "torvelctl", error)) return std::nullopt;
+    const auto built = std::filesystem::weakly_canonical(appDir / ".." / "cli" / "torvelctl", error);
+    if (!error && std::filesystem::exists(built, error)) return built.string();
     return std::nullopt;
 }
 
@@ -177,12 +190,48 @@ TorvelApp::TorvelApp(Options options, QObject* parent)
         .rememberGeometry = options_.watchDevices,
     });
     connect(windows_.get(), &TorvelWindowController::closeMenuBarPanel, this, &TorvelApp::closePopup);
+
+    onboardingSteps_ = ServiceSteps::through(*installer_);
+    const std::filesystem::path daemon = installer_->helpers().daemon;
+    onboarding_ = std::make_unique<OnboardingWindowController>(OnboardingWindowController::Sources{
+        .engine = [this]() -> QQmlApplicationEngine& { return engine(); },
+        .models = {.settings = *settings_,
+                   .service = *onboardingSteps_,
+                   .defaults = *defaults_,
+                   .loginItem = loginItem_.get(),
+                   .lock = lock_,
+                   .probe = OnboardingModel::probeOf(daemon),
+                   .daemonSizeText = QString::fromStdString(HardwareProbe::daemonSizeText(daemon)),
+                   .installCommand =
+                       QString::fromStdString(OnboardingFlow::installCommand(commandLineInBuildTree())),
+                   .pollInterval = std::chrono::seconds(1)},
+    });
+    connect(settings_.get(), &ChargeSettings::serviceNeedsApprovalChanged, onboarding_.get(),
+            &OnboardingWindowController::syncApproval);
+    connect(settings_.get(), &ChargeSettings::serviceNeedsMigrationChanged, onboarding_.get(),
+            &OnboardingWindowController::syncMigration);
+
+    const auto presenter =
+        ChargeArrivalController::placesOwnWindows()
+            ? ChargeArrivalController::overlay([this]() -> QQmlApplicationEngine& { return engine(); }, this)
+            : ChargeArrivalController::notification(DesktopNotifier::transientSessionBus(
+                  QDBusConnection::sessionBus(), this,
+                  static_cast<int>(ChargeArrival::visibleSeconds * 1000)));
+    arrival_ = std::make_unique<ChargeArrivalController>(ChargeArrivalController::Sources{
+        .battery = battery_.get(),
+        .settings = settings_.get(),
+        .lock = lock_,
+        .clock = &TorvelApp::wallClock,
+        .screenAvailable = presenter.screenAvailable,
+        .present = presenter.present,
+    });
 }
 
 TorvelApp::~TorvelApp() {
     // Views bind to the models; they go first.
     tray_.reset();
     trayMenu_.reset();
+    onboarding_.reset();
     windows_.reset();
     if (window_) delete window_.data();
     engine_.reset();
@@ -198,6 +247,7 @@ bool TorvelApp::eventFilter(QObject* watched, QEvent* event) {
 void TorvelApp::start() {
     if (started_) return;
     started_ = true;
+    arrival_->activate();
     history_->refresh(settings_->thermalLimit());
     history_->startTicking();
     settings_->refreshStatus();
@@ -207,7 +257,16 @@ void TorvelApp::start() {
     if (options_.useTray) setUpTray();
     // Without a tray host the panel would be unreachable, so it opens as a window.
     if (plan.showPanelWindow || (options_.useTray && !tray_)) showPanel();
+    if (plan.playArrival) {
+        QTimer::singleShot(
+            std::chrono::milliseconds(static_cast<int>(StartUpPlan::arrivalDelaySeconds * 1000)),
+            arrival_.get(), &ChargeArrivalController::flashNow);
+    }
+    if (plan.showOnboarding) onboarding_->show({});
+    if (plan.reviewOnboarding) onboarding_->show({.review = true});
     if (plan.mainWindowSection) windows_->show(*plan.mainWindowSection);
+    onboarding_->syncApproval();
+    onboarding_->syncMigration();
 }
 
 QQmlApplicationEngine& TorvelApp::engine() {
@@ -223,6 +282,9 @@ QQmlApplicationEngine& TorvelApp::engine() {
         qmlRegisterSingletonInstance("Torvel", 1, 0, "JournalPage", journalPage_.get());
         qmlRegisterSingletonInstance("Torvel", 1, 0, "Calibration", calibration_.get());
         qmlRegisterSingletonInstance("Torvel", 1, 0, "ServiceInstaller", installer_.get());
+        qmlRegisterSingletonInstance("Torvel", 1, 0, "Onboarding", onboarding_.get());
+        qmlRegisterUncreatableType<OnboardingModel>(
+            "Torvel", 1, 0, "OnboardingModel", QStringLiteral("The onboarding window is given its model"));
         qmlRegisterUncreatableMetaObject(Looks::staticMetaObject, "Torvel", 1, 0, "Looks",
                                          QStringLiteral("Looks only names tones and kinds"));
         engine_ = std::make_unique<QQmlApplicationEngine>();
@@ -322,26 +384,101 @@ void TorvelApp::closePopup() {
     if (window_ && window_->isVisible() && window_->property("popup").toBool()) window_->hide();
 }
 
+namespace {
+
+// Waits, asleep between events, until the window is on screen and nothing it shows is still loading, lets its
+// opening animations run for `settleMs`, then writes what it shows. Sleeping matters: the journal's reload
+// runs on the other core, and a year of it should not share that core with a busy wait.
+std::optional<QString> grabWhenReady(QQuickWindow* window, const QString& file, const QString& what,
+                                     const std::function<bool()>& loading, int settleMs) {
+    QElapsedTimer waited;
+    waited.start();
+    QTimer deadline;
+    deadline.start(3000);
+    while ((loading() || !window->isExposed()) && waited.elapsed() < 3000) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+    }
+    QElapsedTimer settle;
+    settle.start();
+    do {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    } while (settle.elapsed() < settleMs);
+    const QImage image = window->grabWindow();
+    if (image.isNull()) return QStringLiteral("cannot render the %1").arg(what);
+    if (!image.save(file, "PNG", screenshotQuality)) return QStringLiteral("cannot write %1").arg(file);
+    return std::nullopt;
+}
+
+}  // namespace
+
 std::optional<QString> TorvelApp::screenshotSection(const QString& file, AppSection section) {
     start();
     if (!windows_->show(section)) return QStringLiteral("cannot load the main window");
     QQuickWindow* window = windows_->window();
     // The picture is always the window's first size, wherever the user last left it.
     window->resize(TorvelWindowController::firstSize);
-    QElapsedTimer waited;
-    waited.start();
-    // Sleeps between events rather than spinning: the journal's reload runs on the other core, and a year of
-    // it should not have to share that core with a busy wait.
-    QTimer deadline;
-    deadline.start(3000);
-    while ((history_->reloadsInFlight() > 0 || !window->isExposed()) && waited.elapsed() < 3000) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+    return grabWhenReady(
+        window, file, QStringLiteral("main window"), [this] { return history_->reloadsInFlight() > 0; }, 0);
+}
+QCoreApplication::processEvents();
+const QImage image = window->grabWindow();
+if (image.isNull()) return QStringLiteral("cannot render the main window");
+if (!image.save(file, "PNG", screenshotQuality)) return QStringLiteral("cannot write %1").arg(file);
+return std::nullopt;
+}
+
+namespace {
+
+// The screen each step shows in a picture, with words a user could meet there.
+std::optional<OnboardingFlow::Step> sampleStep(const QString& name) {
+    using Kind = OnboardingFlow::Step::Kind;
+    using Step = OnboardingFlow::Step;
+    const std::string wanted = name.isEmpty() ? std::string("welcome") : name.toStdString();
+    for (int k = 0; k <= static_cast<int>(Kind::done); ++k) {
+        const auto kind = static_cast<Kind>(k);
+        if (torvel::name(kind) != wanted) continue;
+        switch (kind) {
+            case Kind::welcome:
+                return Step::welcome({.discharge = true, .led = false});
+            case Kind::installFailed:
+                return Step::installFailed("Torvel wasn’t allowed to change the charge service.");
+            case Kind::unsupported:
+                return Step::unsupported(HardwareProbe::Unsupported::unknownHardware);
+            case Kind::probeFailed:
+                return Step::probeFailed("Part of Torvel is missing. Download it again and try once more.");
+            default:
+                return Step::plain(kind);
+        }
     }
-    QCoreApplication::processEvents();
-    const QImage image = window->grabWindow();
-    if (image.isNull()) return QStringLiteral("cannot render the main window");
-    if (!image.save(file, "PNG", screenshotQuality)) return QStringLiteral("cannot write %1").arg(file);
     return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<QString> TorvelApp::screenshotOnboarding(const QString& file, const QString& step) {
+    const auto shown = sampleStep(step);
+    if (!shown) {
+        return QStringLiteral(
+                   "unknown step %1: welcome, service, installFailed, awaitingApproval, handOver, "
+                   "tuning, done, checking, unsupported or probeFailed")
+            .arg(step);
+    }
+    if (!onboarding_->show({})) return QStringLiteral("cannot load the onboarding window");
+    onboarding_->model()->preview(*shown);
+    return grabWhenReady(
+        onboarding_->window(), file, QStringLiteral("onboarding window"), [] { return false; }, 450);
+}
+
+std::optional<QString> TorvelApp::screenshotArrival(const QString& file) {
+    battery_->refresh();
+    const QString label = arrival_->label().value_or(QStringLiteral("64% → 80%"));
+    QQuickWindow* window = ChargeArrivalController::stillOverlay(engine(), label);
+    if (!window) return QStringLiteral("cannot load the arrival overlay");
+    window->show();
+    auto error = grabWhenReady(
+        window, file, QStringLiteral("arrival overlay"), [] { return false; }, 450);
+    delete window;
+    return error;
 }
 
 std::optional<QString> TorvelApp::screenshotPanel(const QString& file) {
@@ -349,20 +486,9 @@ std::optional<QString> TorvelApp::screenshotPanel(const QString& file) {
     history_->refresh(settings_->thermalLimit());
     QQuickWindow* window = showPanel();
     if (!window) return QStringLiteral("cannot load the panel view");
-    // Let the first reloads of the journal land, so the readings row is the one a user would see.
-    QElapsedTimer waited;
-    waited.start();
-    // Sleeps between events, as the section's screenshot does.
-    QTimer deadline;
-    deadline.start(3000);
-    while ((history_->reloadsInFlight() > 0 || !window->isExposed()) && waited.elapsed() < 3000) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
-    }
-    QCoreApplication::processEvents();
-    const QImage image = window->grabWindow();
-    if (image.isNull()) return QStringLiteral("cannot render the panel");
-    if (!image.save(file, "PNG", screenshotQuality)) return QStringLiteral("cannot write %1").arg(file);
-    return std::nullopt;
+    // The first reloads of the journal land first, so the readings row is the one a user would see.
+    return grabWhenReady(
+        window, file, QStringLiteral("panel"), [this] { return history_->reloadsInFlight() > 0; }, 0);
 }
 
 }  // namespace torvel::app

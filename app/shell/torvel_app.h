@@ -29,6 +29,7 @@ namespace torvel::app {
 class BatteryMonitor;
 class BusPump;
 class CalibrationModel;
+class ChargeArrivalController;
 class ChargeService;
 class ChargeSettings;
 class DesktopNotifier;
@@ -37,8 +38,10 @@ class HistoryModel;
 class JournalPageModel;
 class LoginItemModel;
 class MacPageModel;
+class OnboardingWindowController;
 class PanelModel;
 class ServiceInstaller;
+class ServiceSteps;
 class SettingsDefaults;
 class SettingsPageModel;
 class TorvelWindowController;
@@ -71,6 +74,8 @@ class TorvelApp : public QObject {
     Ember& ember() { return *ember_; }
     TorvelWindowController& windows() { return *windows_; }
     LoginItemModel& loginItem() { return *loginItem_; }
+    OnboardingWindowController& onboarding() { return *onboarding_; }
+    ChargeArrivalController& arrival() { return *arrival_; }
 
     // The one-time sequence: history ticking, a status refresh, and what the switches ask to open.
     void start();
@@ -81,6 +86,10 @@ class TorvelApp : public QObject {
     // Renders a section of the main window offscreen into `file`, once the first status refresh and journal
     // load have landed, so the picture is what a user would see.
     std::optional<QString> screenshotSection(const QString& file, AppSection section);
+    // Renders one onboarding screen (`step` names it, as OnboardingFlow does; the welcome by default).
+    std::optional<QString> screenshotOnboarding(const QString& file, const QString& step);
+    // Renders the charge arrival fully open.
+    std::optional<QString> screenshotArrival(const QString& file);
     // Opens the main window at a section given by name; an unknown name opens the first tab.
     void openSection(const QString& section);
 
@@ -121,6 +130,9 @@ class TorvelApp : public QObject {
     std::unique_ptr<JournalPageModel> journalPage_;
     std::unique_ptr<CalibrationModel> calibration_;
     std::unique_ptr<TorvelWindowController> windows_;
+    std::unique_ptr<ServiceSteps> onboardingSteps_;
+    std::unique_ptr<OnboardingWindowController> onboarding_;
+    std::unique_ptr<ChargeArrivalController> arrival_;
     std::unique_ptr<QQmlApplicationEngine> engine_;
     QPointer<QQuickWindow> window_;
     std::unique_ptr<QMenu> trayMenu_;

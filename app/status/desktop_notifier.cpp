@@ -38,15 +38,17 @@ void DesktopNotifier::historyReady(const QString& summary) {
     notifier_.historyReady(summary.toStdString());
 }
 
-NoticePoster DesktopNotifier::sessionBus(QDBusConnection bus, QObject* context) {
-    return [bus, guard = QPointer<QObject>(context)](const std::string& title, const std::string& body,
-                                                     std::function<void(bool)> completion) {
+namespace {
+
+NoticePoster notifyOn(QDBusConnection bus, QObject* context, QVariantMap hints, int expireMs) {
+    return [bus, guard = QPointer<QObject>(context), hints, expireMs](
+               const std::string& title, const std::string& body, std::function<void(bool)> completion) {
         if (!guard || !bus.isConnected()) return completion(false);
         QDBusMessage notify = QDBusMessage::createMethodCall(
             QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("/org/freedesktop/Notifications"),
             QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("Notify"));
         notify << QStringLiteral("Torvel") << 0u << QStringLiteral("torvel") << QString::fromStdString(title)
-               << QString::fromStdString(body) << QStringList{} << QVariantMap{} << -1;
+               << QString::fromStdString(body) << QStringList{} << hints << expireMs;
         auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(notify), guard.data());
         QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher,
                          [watcher, completion](QDBusPendingCallWatcher*) {
@@ -54,6 +56,20 @@ NoticePoster DesktopNotifier::sessionBus(QDBusConnection bus, QObject* context) 
                              completion(!watcher->isError());
                          });
     };
+}
+
+}  // namespace
+
+NoticePoster DesktopNotifier::sessionBus(QDBusConnection bus, QObject* context) {
+    return notifyOn(std::move(bus), context, {}, -1);
+}
+
+NoticePoster DesktopNotifier::transientSessionBus(QDBusConnection bus, QObject* context, int expireMs) {
+    const QVariantMap hints{{QStringLiteral("transient"), true},
+                            {QStringLiteral("suppress-sound"), true},
+                            {QStringLiteral("urgency"), QVariant::fromValue(uchar(0))},
+                            {QStringLiteral("desktop-entry"), QStringLiteral("torvel")}};
+    return notifyOn(std::move(bus), context, hints, expireMs);
 }
 
 }  // namespace torvel::app

@@ -34,6 +34,9 @@ class DesktopNotifier : public QObject {
 
     // A notification server that is missing or answers with an error counts as a refusal.
     static NoticePoster sessionBus(QDBusConnection bus, QObject* context);
+    // A notice that makes no sound, leaves nothing in the notification history and goes after `expireMs`:
+    // the charge arrival where the overlay cannot be placed.
+    static NoticePoster transientSessionBus(QDBusConnection bus, QObject* context, int expireMs);
 
   public slots:
     // Connected to ChargeSettings::statusRefreshed.

@@ -38,6 +38,7 @@ class Ember : public QObject {
     Q_PROPERTY(QColor gold READ gold CONSTANT)
     Q_PROPERTY(QColor stop READ stop CONSTANT)
     Q_PROPERTY(QColor on READ on CONSTANT)
+    Q_PROPERTY(QColor nightText READ nightText CONSTANT)
 
   public:
     explicit Ember(QObject* parent = nullptr);
@@ -72,6 +73,8 @@ class Ember : public QObject {
     static QColor gold() { return QColor(0xD3AA57); }
     static QColor stop() { return QColor(0xE5484D); }
     static QColor on() { return QColor(0x14171A); }
+    // The dark appearance's text, for the few surfaces that are dark in both (the charge arrival's capsule).
+    static QColor nightText() { return QColor(0xEEF0F2); }
 
     // `weight` is a word: "ultraLight", "thin", "light", "regular", "medium", "semibold", "bold", "heavy",
     // "black". Sizes are fixed pixel sizes, not scaled with the desktop's text size.

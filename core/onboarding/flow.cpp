@@ -31,6 +31,11 @@ void OnboardingFlow::probed(const HardwareProbe::Result& result) {
     }
 }
 
+void OnboardingFlow::show(Step step) {
+    if (step.kind == Kind::welcome) capability_ = step.capability;
+    step_ = std::move(step);
+}
+
 void OnboardingFlow::towardsService(bool ready) {
     installedOnEntry_ = ready;
     step_ = Step::plain(Kind::service);
@@ -174,11 +179,16 @@ Settings OnboardingFlow::apply(const Profile& profile, Settings settings, bool d
 }
 
 std::string OnboardingFlow::commandToCopy(const ChargeSettingsState& settings,
-                                          const InstallationFacts& installation) {
+                                          const InstallationFacts& installation, std::string_view install) {
     if (settings.serviceNeedsMigration) {
         if (auto command = migrationCommand(installation.uninstallerPath)) return *command;
     }
-    return std::string(installCommand);
+    return std::string(install);
+}
+
+std::string OnboardingFlow::installCommand(const std::optional<std::string>& commandLinePath) {
+    if (!commandLinePath) return "torvelctl install";
+    return "\"" + *commandLinePath + "\" install";
 }
 
 std::string_view name(OnboardingFlow::Step::Kind kind) {

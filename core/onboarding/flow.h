@@ -91,6 +91,9 @@ class OnboardingFlow {
     }
 
     void probed(const HardwareProbe::Result& result);
+    // Places the flow at one step directly, as the screenshot mode does to draw any screen; a welcome
+    // keeps its capability for going back to it.
+    void show(Step step);
     // Returns true when the flow has just finished and "onboardingSeen" is to be recorded.
     bool next(bool ready, bool usesNative);
     void back(bool ready, bool usesNative);
@@ -119,10 +122,12 @@ class OnboardingFlow {
     static int restingFloor(const Settings& settings, bool usesNative);
     // The settings a profile leads to; discharge follows the profile only where the machine supports it.
     static Settings apply(const Profile& profile, Settings settings, bool dischargeSupported);
-    // The command a user pastes into a terminal: the migration's when one is due, else the install's.
+    // The command a user pastes into a terminal: the migration's when one is due, else `install`.
     static std::string commandToCopy(const ChargeSettingsState& settings,
-                                     const InstallationFacts& installation);
-    static constexpr std::string_view installCommand = "sudo systemctl enable --now torvel-daemon.service";
+                                     const InstallationFacts& installation, std::string_view installCommand);
+    // The command line's install, which runs the same helper as the window: by name where it is on the
+    // PATH, by its path in a build tree.
+    static std::string installCommand(const std::optional<std::string>& commandLinePath);
 
   private:
     // Where the user goes past the welcome step (and back to it from the hand-over).

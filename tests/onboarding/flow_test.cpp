@@ -155,6 +155,23 @@ TEST(OnboardingFlow, PollingFollowsTheStep) {
     EXPECT_EQ(tuning.syncPolling(false, true), Change{});
 }
 
+TEST(OnboardingFlow, TheCommandToCopy) {
+    const InstallationFacts installation{.ownDaemonPath = "/usr/libexec/torvel/torvel-daemon",
+                                         .ownCopyInApplications = true,
+                                         .appVersion = "0.1.0",
+                                         .uninstallerPath = "/usr/libexec/torvel/uninstall-service"};
+    const std::string onPath = OnboardingFlow::installCommand(std::nullopt);
+    const std::string built = OnboardingFlow::installCommand("/home/a b/build/cli/torvelctl");
+    EXPECT_EQ(onPath, "torvelctl install");
+    EXPECT_EQ(built, "\"/home/a b/build/cli/torvelctl\" install");
+
+    ChargeSettingsState settings;
+    EXPECT_EQ(OnboardingFlow::commandToCopy(settings, installation, built), built);
+    settings.serviceNeedsMigration = true;
+    EXPECT_EQ(OnboardingFlow::commandToCopy(settings, installation, built),
+              *migrationCommand(installation.uninstallerPath));
+}
+
 TEST(OnboardingProfiles, RestingFloorAndApply) {
     // limit, band, usesNative, floor
     const std::tuple<int, int, bool, int> floors[] = {

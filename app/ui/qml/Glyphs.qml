@@ -29,6 +29,11 @@ QtObject {
     readonly property string sparkles: "M10 3.5 L11.6 8.4 L16.5 10 L11.6 11.6 L10 16.5 L8.4 11.6 L3.5 10 L8.4 8.4 Z M17.5 14 L18.3 16.2 L20.5 17 L18.3 17.8 L17.5 20 L16.7 17.8 L14.5 17 L16.7 16.2 Z"
     readonly property string leaf: "M5 19 C5 10 10 5 19.5 4.5 C19.5 14 14 19 5 19 Z M5 19 L13 11"
     readonly property string cycle: "M4.5 12 A7.5 7.5 0 0 1 17.8 7.2 M19.5 12 A7.5 7.5 0 0 1 6.2 16.8 M18.5 3.5 V7.5 H14.5 M5.5 20.5 V16.5 H9.5"
+    readonly property string plug: "M8.5 3 V7.5 M15.5 3 V7.5 M5.5 7.5 H18.5 V11 A6.5 6.5 0 0 1 5.5 11 Z M12 17.5 V21"
+    readonly property string bag: "M4.5 8.5 H19.5 A1 1 0 0 1 20.5 9.5 V19 A1.5 1.5 0 0 1 19 20.5 H5 A1.5 1.5 0 0 1 3.5 19 V9.5 A1 1 0 0 1 4.5 8.5 Z M8.5 8.5 V6 A2 2 0 0 1 10.5 4 H13.5 A2 2 0 0 1 15.5 6 V8.5"
+    readonly property string shield: "M12 3 L19.5 6 V11.5 C19.5 16 16.5 19.5 12 21 C7.5 19.5 4.5 16 4.5 11.5 V6 Z M8.8 12 L11 14.2 L15.4 9.8"
+    readonly property string terminal: "M4.5 4.5 H19.5 A1.5 1.5 0 0 1 21 6 V18 A1.5 1.5 0 0 1 19.5 19.5 H4.5 A1.5 1.5 0 0 1 3 18 V6 A1.5 1.5 0 0 1 4.5 4.5 Z M7 9.5 L10 12 L7 14.5 M12.5 14.5 H17"
+    readonly property string copy: "M9 9 H18.5 A1 1 0 0 1 19.5 10 V19.5 A1 1 0 0 1 18.5 20.5 H9 A1 1 0 0 1 8 19.5 V10 A1 1 0 0 1 9 9 Z M5 15 H4.5 A1 1 0 0 1 3.5 14 V4.5 A1 1 0 0 1 4.5 3.5 H14 A1 1 0 0 1 15 4.5 V5"
     // The flame, outer shape and inner tongue, on a 100-unit grid.
     readonly property string flame: "M50 3 C57 20 82 34 82 62 C82 83 67 97 50 97 C33 97 18 83 18 62 C18 46 27 36 35 26 C37 38 41 45 47 48 C44 32 45 17 50 3 Z"
     readonly property string flameInner: "M51 50 C58 59 67 66 67 77 C67 87 60 93 51 93 C42 93 35 87 35 78 C35 68 45 62 51 50 Z"

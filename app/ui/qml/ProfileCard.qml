@@ -1,0 +1,88 @@
+import QtQuick
+import Torvel
+
+// One way of using the laptop, as a card to pick: its symbol, its name, who it suits and where it stops.
+Rectangle {
+    id: card
+    property string glyph
+    property string title
+    property string detail
+    property int limit
+    property bool chosen: false
+    signal picked()
+
+    implicitHeight: column.implicitHeight + 36
+    radius: 14
+    color: chosen ? Ember.raised : Ember.screen
+    border.width: chosen ? 2 : 1
+    border.color: chosen ? Ember.ember : pointer.containsMouse ? Ember.text3 : Ember.ring
+    activeFocusOnTab: true
+    Accessible.role: Accessible.RadioButton
+    Accessible.name: title + ". " + detail + " Stops at " + limit + "%"
+    Accessible.checked: chosen
+    Accessible.onPressAction: card.picked()
+    Keys.onSpacePressed: card.picked()
+    Keys.onReturnPressed: (event) => { if (!chosen) card.picked(); else event.accepted = false }
+
+    Column {
+        id: column
+        x: 18
+        y: 18
+        width: parent.width - 36
+        spacing: 12
+        Item {
+            width: parent.width
+            height: 30
+            IconTile { glyph: card.glyph }
+            Rectangle {
+                visible: card.chosen
+                anchors.right: parent.right
+                anchors.verticalCenter: parent.verticalCenter
+                width: 20; height: 20; radius: 10
+                color: Ember.ember
+                Glyph { anchors.centerIn: parent; size: 11; lineWidth: 3; color: Ember.on; path: Glyphs.check }
+            }
+        }
+        Column {
+            width: parent.width
+            spacing: 3
+            Text {
+                width: parent.width
+                text: card.title
+                wrapMode: Text.WordWrap
+                font: Ember.words(15, "semibold")
+                color: Ember.text
+            }
+            Text {
+                width: parent.width
+                text: card.detail
+                wrapMode: Text.WordWrap
+                font: Ember.words(13, "regular")
+                color: Ember.text2
+            }
+        }
+        Row {
+            spacing: 4
+            Text {
+                id: figure
+                text: card.limit + "%"
+                font: Ember.words(22, "bold")
+                color: card.chosen ? Ember.emberText : Ember.text
+            }
+            Text {
+                anchors.baseline: figure.baseline
+                text: "limit"
+                font: Ember.words(12.5, "medium")
+                color: Ember.text3
+            }
+        }
+    }
+    FocusRing { target: card; radius: 16 }
+    MouseArea {
+        id: pointer
+        anchors.fill: parent
+        hoverEnabled: true
+        cursorShape: Qt.PointingHandCursor
+        onClicked: card.picked()
+    }
+}
