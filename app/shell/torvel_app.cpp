@@ -420,12 +420,6 @@ std::optional<QString> TorvelApp::screenshotSection(const QString& file, AppSect
     return grabWhenReady(
         window, file, QStringLiteral("main window"), [this] { return history_->reloadsInFlight() > 0; }, 0);
 }
-QCoreApplication::processEvents();
-const QImage image = window->grabWindow();
-if (image.isNull()) return QStringLiteral("cannot render the main window");
-if (!image.save(file, "PNG", screenshotQuality)) return QStringLiteral("cannot write %1").arg(file);
-return std::nullopt;
-}
 
 namespace {
 
