@@ -183,6 +183,8 @@ void OnboardingModel::preview(OnboardingFlow::Step step) {
     if (had.discharge != discharge()) emit dischargeChanged();
     if (had.led != led()) emit ledChanged();
     settle(before, false);
+    // A preview is a still picture: a poll that found the service running would move it on mid-render.
+    stopPolling();
 }
 
 void OnboardingModel::next() {
