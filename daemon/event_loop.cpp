@@ -33,10 +33,6 @@ constexpr std::uint64_t microsPerSecond = 1000000;
 // Power-supply events come in bursts (mains and battery together); one look after the last will do.
 constexpr std::uint64_t eventSettleMicros = 50000;
 
-Instant wallClock() {
-    return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
-}
-
 // Time spent suspended: the gap between the boot clock (which counts sleep) and the monotonic one.
 double sleptSeconds() {
     timespec boot{}, mono{};
@@ -56,7 +52,7 @@ class Loop final : public BusCommands {
         : options_(options),
           event_(event),
           device_(options.paths.powerSupply),
-          service_(options.paths, device_, {options.version, options.executablePath}, wallClock()),
+          service_(options.paths, device_, {options.version, options.executablePath}, readClocks()),
           slept_(sleptSeconds()) {}
 
     void setTimer(sd_event_source* timer) { timer_ = timer; }
@@ -65,7 +61,7 @@ class Loop final : public BusCommands {
     void onTimer() {
         if (reapplyWanted_) {
             reapplyWanted_ = false;
-            service_.reapply(wallClock());
+            service_.reapply(readClocks());
         } else {
             tick();
         }
@@ -83,20 +79,20 @@ class Loop final : public BusCommands {
             sd_event_source_set_enabled(timer_, SD_EVENT_ONESHOT);
         }
     }
-    void reapply() { service_.reapply(wallClock()); }
-    void reload() { service_.reload(wallClock()); }
-    void shutdown() { service_.shutdown(wallClock()); }
-    void log(std::string_view text) { service_.log(wallClock(), text); }
+    void reapply() { service_.reapply(readClocks()); }
+    void reload() { service_.reload(readClocks()); }
+    void shutdown() { service_.shutdown(readClocks()); }
+    void log(std::string_view text) { service_.log(readClocks(), text); }
     bool restartRequested() const { return restart_; }
 
-    bool isProtectedChange(std::string_view message) const override {
-        return service_.isProtectedChange(message);
+    bool needsAdministrator(const SettingsUpdate& update) const override {
+        return service_.needsAdministrator(update);
     }
-    CallReply applySettings(std::string_view message) override {
-        return service_.applySettings(message, wallClock());
+    CallReply applySettings(const SettingsUpdate& update) override {
+        return service_.applySettings(update, readClocks());
     }
-    CallReply purgeAllData() override { return service_.purgeAllData(wallClock()); }
-    CallReply releaseCharge() override { return service_.releaseCharge(wallClock()); }
+    CallReply purgeAllData() override { return service_.purgeAllData(readClocks()); }
+    CallReply releaseCharge() override { return service_.releaseCharge(readClocks()); }
     void restart() override {
         restart_ = true;
         sd_event_exit(event_, 0);
@@ -108,11 +104,11 @@ class Loop final : public BusCommands {
         // Firmware that forgets thresholds over a suspend is set right on the first tick after it.
         if (slept - slept_ > 2) {
             slept_ = slept;
-            service_.log(wallClock(), "resumed");
-            service_.reapply(wallClock());
+            service_.log(readClocks(), "resumed");
+            service_.reapply(readClocks());
             return;
         }
-        service_.tick(wallClock());
+        service_.tick(readClocks());
     }
     void schedule(double seconds) {
         std::uint64_t now = 0;
@@ -329,6 +325,8 @@ RunEnd runService(const RunOptions& options) {
                           now + static_cast<std::uint64_t>(options.busyTickSeconds * 1e6), microsPerSecond,
                           onTimer, &loop);
         sd_event_source_set_enabled(timer, SD_EVENT_ONESHOT);
+        // The battery and the status beat go before any caller: a flood of calls must not keep them waiting.
+        sd_event_source_set_priority(timer, SD_EVENT_PRIORITY_IMPORTANT);
         loop.setTimer(timer);
         loop.reapply();
 

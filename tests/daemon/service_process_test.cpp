@@ -13,6 +13,8 @@
 #include "common/json.h"
 #include "common/paths.h"
 #include "harness.h"
+#include "history/sample.h"
+#include "history/store.h"
 #include "service/published_status.h"
 #include "service/settings.h"
 #include "sysfs_tree.h"
@@ -30,18 +32,24 @@ class ServiceProcess : public ::testing::Test {
     }
     void TearDown() override { service_.stop(SIGKILL); }
 
-    void startService(const Settings& settings, std::vector<std::string> env = {}) {
+    void startService(const Settings& settings, std::vector<std::string> env = {},
+                      std::vector<std::string> command = {TORVEL_DAEMON_EXECUTABLE}) {
         fs::create_directories(paths_.dataDirectory());
         ASSERT_FALSE(writeWholeFile(paths_.config, settingsMessage(settings)));
-        startAgain(service_, std::move(env));
+        startAgain(service_, std::move(env), std::move(command));
     }
     // Another run of the executable over the same files, tree and bus unless `env` says otherwise.
-    void startAgain(testing::Child& child, std::vector<std::string> env = {}) {
+    void startAgain(testing::Child& child, std::vector<std::string> env = {},
+                    std::vector<std::string> command = {TORVEL_DAEMON_EXECUTABLE}) {
         for (std::string line :
              {"TORVEL_ROOT=" + root_.path.string(), "TORVEL_SYSFS=" + paths_.powerSupply.string(),
               "DBUS_SYSTEM_BUS_ADDRESS=" + bus_.address()})
             env.push_back(line);
-        ASSERT_TRUE(child.start({TORVEL_DAEMON_EXECUTABLE}, env));
+        ASSERT_TRUE(child.start(command, env));
+    }
+    std::string contents(const fs::path& file) const {
+        const auto bytes = readWholeFile(file);
+        return std::holds_alternative<std::string>(bytes) ? std::get<std::string>(bytes) : "";
     }
     // Moves the simulated battery until `done` or ten seconds; every status file seen must parse whole.
     bool runUntil(const std::function<bool()>& done) {
@@ -218,6 +226,86 @@ TEST_F(ServiceProcess, AFifoAtTheSettingsPathIsKeptAsideInsteadOfBlockingTheStar
     kept += ".bad";
     EXPECT_EQ(fs::status(kept).type(), fs::file_type::fifo);
     EXPECT_EQ(battery_.endThresholdValue(), Settings{}.limit);
+}
+
+TEST_F(ServiceProcess, AFullDiskLeavesNoTornLineInTheJournalOrTheLog) {
+    // A file-size limit cuts the service's appends short, as a full disk does; a real full disk gives no
+    // signal, so neither does this one.
+    constexpr std::size_t limit = 8192;
+    const auto day = HistoryStore::dayFileName(
+        std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count());
+    ASSERT_TRUE(day);
+    const fs::path dayFile = paths_.history / *day;
+    // Ten bytes short of the limit: too few for any line of the service's.
+    std::string filled;
+    while (filled.size() + 60 < limit) filled += std::string(49, '#') + "\n";
+    filled += std::string(limit - 10 - filled.size() - 1, '#') + "\n";
+    fs::create_directories(paths_.history);
+    fs::create_directories(paths_.log.parent_path());
+    ASSERT_FALSE(writeWholeFile(dayFile, filled));
+    ASSERT_FALSE(writeWholeFile(paths_.log, filled));
+
+    startService(
+        {.limit = 60}, {},
+        {"/bin/sh", "-c", "trap '' XFSZ; exec /usr/bin/prlimit --fsize=" + std::to_string(limit) + " \"$0\"",
+         TORVEL_DAEMON_EXECUTABLE});
+    ASSERT_TRUE(runUntil([&] { return battery_.endThresholdValue() == 60 && fs::exists(paths_.status); }));
+    std::this_thread::sleep_for(500ms);
+    service_.stop(SIGTERM);
+    // Compared by size: the whole file would drown the report.
+    EXPECT_EQ(contents(dayFile).size(), filled.size());
+    EXPECT_EQ(contents(paths_.log).size(), filled.size());
+
+    // Space again: the next lines follow whole lines.
+    startService({.limit = 60});
+    ASSERT_TRUE(runUntil([&] { return contents(dayFile).size() > filled.size(); }));
+    service_.stop(SIGTERM);
+    for (const fs::path& file : {dayFile, paths_.log}) {
+        const std::string text = contents(file);
+        ASSERT_TRUE(text.starts_with(filled)) << file;
+        EXPECT_NE(text[filled.size()], '#') << file;
+        EXPECT_EQ(text.back(), '\n') << file;
+    }
+}
+
+TEST_F(ServiceProcess, AWallClockLeapAheadAndBackLosesNoJournalDayAndAbortsNothing) {
+    const Instant now =
+        std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+    fs::create_directories(paths_.history);
+    for (int back = 0; back <= 20; ++back) {
+        const Instant at = now - back * 86400.0;
+        ASSERT_FALSE(writeWholeFile(paths_.history / *HistoryStore::dayFileName(at),
+                                    JournalLine::encode({at - 60, 80, ChargeState::hold, true, {}}) + "\n"));
+    }
+    const fs::path shift = root_.path / "shift";
+    ASSERT_FALSE(writeWholeFile(shift, "0"));
+    startService({.limit = 60, .historyDays = 30, .calibrate = true},
+                 {"LD_PRELOAD=" TORVEL_WALL_CLOCK_SHIFT, "TORVEL_WALL_CLOCK_SHIFT=" + shift.string(),
+                  "ASAN_OPTIONS=verify_asan_link_order=0"});
+    const auto publishedAt = [&] {
+        const auto status = PublishedStatus::decode(contents(paths_.status));
+        return status ? status->ts.value_or(0.0) : 0.0;
+    };
+    ASSERT_TRUE(runUntil([&] { return publishedAt() > 0; }));
+    ASSERT_FALSE(writeWholeFile(shift, std::to_string(31 * 86400)));
+    ASSERT_TRUE(runUntil([&] { return publishedAt() > now + 30 * 86400.0; }));
+    const Instant leapt = publishedAt();
+    ASSERT_TRUE(runUntil([&] { return publishedAt() > leapt; }));
+    ASSERT_FALSE(writeWholeFile(shift, "0"));
+    ASSERT_TRUE(runUntil([&] { return publishedAt() < now + 86400.0; }));
+    const Instant back = publishedAt();
+    ASSERT_TRUE(runUntil([&] { return publishedAt() > back; }));
+
+    std::vector<std::string> days, ahead;
+    const std::string today = *HistoryStore::dayFileName(back);
+    for (const auto& entry : fs::directory_iterator(paths_.history)) {
+        const std::string name = entry.path().filename().string();
+        if (name.size() != today.size() || !name.ends_with(".jsonl")) continue;
+        (name > today ? ahead : days).push_back(name);
+    }
+    EXPECT_EQ(days.size(), 21u);
+    EXPECT_TRUE(ahead.empty()) << ahead.front();
+    EXPECT_TRUE(loadSettings(contents(paths_.config)).calibrate) << contents(paths_.log);
 }
 
 TEST_F(ServiceProcess, ProbeReportsWhatTheTreeOffersAndChangesNothing) {
