@@ -120,6 +120,12 @@ void ChargeService::saveMemory(Moment now, bool force) {
     memorySavedAt_ = now.boot;
 }
 
+void ChargeService::prepareForSleep(Moment now) {
+    lastNow_ = now.wall;
+    const auto error = controller_.prepareForSleep();
+    log_.write(now.wall, error ? "going to sleep: " + *error : "going to sleep");
+}
+
 void ChargeService::shutdown(Moment now) {
     lastNow_ = now.wall;
     if (auto error = controller_.shutdown()) log_.write(now.wall, *error);

@@ -36,6 +36,8 @@ class ChargeService {
     // Start, resume, battery added: look at the hardware afresh and rewrite everything.
     void reapply(Moment now);
     void shutdown(Moment now);
+    // The machine is about to sleep: nothing may run on unwatched (a forced discharge goes back to auto).
+    void prepareForSleep(Moment now);
 
     // Reads config.json again and applies it (SIGHUP: an administrator edited the file).
     void reload(Moment now);

@@ -21,6 +21,7 @@
 
 #include "bus/authoriser.h"
 #include "bus/bus_service.h"
+#include "bus/sleep_watch.h"
 #include "charge_service.h"
 #include "common/syscalls.h"
 #include "device/sysfs_device.h"
@@ -85,6 +86,18 @@ class Loop final : public BusCommands {
     void log(std::string_view text) { service_.log(readClocks(), text); }
     bool restartRequested() const { return restart_; }
 
+    // logind's word that the machine goes to sleep (true) or has woken (false).
+    void sleeping(bool going) {
+        if (going) {
+            service_.prepareForSleep(readClocks());
+        } else {
+            slept_ = sleptSeconds();
+            service_.log(readClocks(), "resumed");
+            service_.reapply(readClocks());
+            schedule(options_.busyTickSeconds);
+        }
+    }
+
     bool needsAdministrator(const SettingsUpdate& update) const override {
         return service_.needsAdministrator(update);
     }
@@ -101,7 +114,8 @@ class Loop final : public BusCommands {
   private:
     void tick() {
         const double slept = sleptSeconds();
-        // Firmware that forgets thresholds over a suspend is set right on the first tick after it.
+        // Firmware that forgets thresholds over a suspend is set right on the first tick after it, when
+        // logind did not say so at once.
         if (slept - slept_ > 2) {
             slept_ = slept;
             service_.log(readClocks(), "resumed");
@@ -332,6 +346,7 @@ RunEnd runService(const RunOptions& options) {
 
         std::optional<Authoriser> authoriser;
         std::optional<BusService> busService;
+        std::optional<SleepWatch> sleepWatch;
         // Without a bus the service still holds the limit from config.json; only the remote calls are lost.
         if (!busError.empty()) loop.log(busError);
         if (bus != nullptr) {
@@ -339,6 +354,8 @@ RunEnd runService(const RunOptions& options) {
             authoriser.emplace(bus, ::geteuid());
             busService.emplace(bus, loop, *authoriser);
             if (auto error = busService->start(false)) loop.log(*error);
+            sleepWatch.emplace(bus, [&loop](bool going) { loop.sleeping(going); });
+            if (auto error = sleepWatch->start()) loop.log(*error);
         }
 
         sd_event_source* events = nullptr;
@@ -367,6 +384,7 @@ RunEnd runService(const RunOptions& options) {
         loop.shutdown();
         sd_event_source_unref(events);
         sd_event_source_unref(timer);
+        sleepWatch.reset();
         busService.reset();
         authoriser.reset();
         if (bus != nullptr) sd_bus_flush(bus);

@@ -54,6 +54,7 @@ std::optional<Settings> ChargeController::takeSettingsChange() {
 }
 
 void ChargeController::reapply() {
+    asleep_ = false;
     capsKnown_ = false;
     writer_.forget();
 }
@@ -188,7 +189,7 @@ void ChargeController::advanceCalibration(const DeviceReading& reading, Instant 
 bool ChargeController::superviseDischarge(const DeviceReading& reading, std::optional<int> goal,
                                           double boot) {
     const bool dischargeAllowed = settings_.discharge || calibration_.pullingDown();
-    const bool wanted = goal && reading.plugged && reading.capacity && status_.pct > *goal &&
+    const bool wanted = !asleep_ && goal && reading.plugged && reading.capacity && status_.pct > *goal &&
                         dischargeAllowed && caps_.offers(behaviourForceDischarge);
     const auto onDevice = caps_.behaviours.empty() ? std::nullopt : device_.behaviour();
     const bool forcing = discharge_.update(
@@ -314,6 +315,18 @@ WriteError ChargeController::release() {
     if (auto behaviourError = writer_.applyBehaviour(caps_, behaviourAuto); !error) error = behaviourError;
     writer_.forget();
     return error;
+}
+
+WriteError ChargeController::prepareForSleep() {
+    asleep_ = true;
+    const bool forcing = discharge_.active();
+    discharge_.stop();
+    if (!capsKnown_) refreshCapabilities();
+    // Only a forced discharge is handed back, also one this run did not start: an inhibited charger keeps
+    // holding the limit through the night and harms nothing.
+    const auto onDevice = caps_.behaviours.empty() ? std::nullopt : device_.behaviour();
+    if (!forcing && (!onDevice || onDevice->current != behaviourForceDischarge)) return std::nullopt;
+    return writer_.applyBehaviour(caps_, behaviourAuto);
 }
 
 WriteError ChargeController::shutdown() {

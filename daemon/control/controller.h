@@ -57,6 +57,9 @@ class ChargeController {
     // Looks at the hardware afresh and rewrites everything on the next tick (start, resume, battery added).
     void reapply();
     void tick(Instant now, double boot);
+    // Before the machine sleeps: a forced discharge would run on unwatched, so it goes back to auto until
+    // the next reapply() (on resume).
+    WriteError prepareForSleep();
     // The state to leave behind when the service stops: never forced discharge, never inhibited charging.
     WriteError shutdown();
 
@@ -103,6 +106,7 @@ class ChargeController {
     double protectedSeconds_ = 0;
 
     bool released_ = false;
+    bool asleep_ = false;
     bool capsKnown_ = false;
     bool absent_ = false;
     bool inhibitLatched_ = false;

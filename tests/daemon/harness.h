@@ -11,6 +11,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <list>
 #include <optional>
 #include <string>
 #include <thread>
@@ -124,9 +125,13 @@ class PrivateBus {
             address_.empty()) {
             return false;
         }
-        if (!withPolkit) return true;
-        if (!polkit_.start({"/usr/bin/python3", "-m", "dbusmock", "--system", "--template", "polkitd"},
-                           {"DBUS_SYSTEM_BUS_ADDRESS=" + address_})) {
+        return !withPolkit || addMock("polkitd", "org.freedesktop.PolicyKit1");
+    }
+    // One of python-dbusmock's templates (polkitd, logind), up once it owns `name`.
+    bool addMock(const char* templateName, const char* name) {
+        if (!mocks_.emplace_back().start(
+                {"/usr/bin/python3", "-m", "dbusmock", "--system", "--template", templateName},
+                {"DBUS_SYSTEM_BUS_ADDRESS=" + address_})) {
             return false;
         }
         sd_bus* bus = connect(address_);
@@ -135,8 +140,7 @@ class PrivateBus {
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
             sd_bus_message* reply = nullptr;
             if (sd_bus_call_method(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus",
-                                   "org.freedesktop.DBus", "NameHasOwner", nullptr, &reply, "s",
-                                   "org.freedesktop.PolicyKit1") >= 0) {
+                                   "org.freedesktop.DBus", "NameHasOwner", nullptr, &reply, "s", name) >= 0) {
                 sd_bus_message_read(reply, "b", &up);
             }
             sd_bus_message_unref(reply);
@@ -148,7 +152,8 @@ class PrivateBus {
 
   private:
     Child daemon_;
-    Child polkit_;
+    // Ended before the bus they are on.
+    std::list<Child> mocks_;
     std::string address_;
 };
 

@@ -228,6 +228,46 @@ TEST_F(ServiceProcess, AFifoAtTheSettingsPathIsKeptAsideInsteadOfBlockingTheStar
     EXPECT_EQ(battery_.endThresholdValue(), Settings{}.limit);
 }
 
+TEST_F(ServiceProcess, SleepHandsAForcedDischargeBackAndWakingTakesItUpAgain) {
+    ASSERT_TRUE(bus_.addMock("logind", "org.freedesktop.login1"));
+    sd_bus* logind = testing::connect(bus_.address());
+    ASSERT_NE(logind, nullptr);
+    const auto delayInhibitors = [&] {
+        sd_bus_message* reply = nullptr;
+        int held = 0;
+        if (sd_bus_call_method(logind, "org.freedesktop.login1", "/org/freedesktop/login1",
+                               "org.freedesktop.login1.Manager", "ListInhibitors", nullptr, &reply,
+                               "") >= 0 &&
+            sd_bus_message_enter_container(reply, SD_BUS_TYPE_ARRAY, "(ssssuu)") > 0) {
+            const char *what = nullptr, *who = nullptr, *why = nullptr, *mode = nullptr;
+            std::uint32_t uid = 0, pid = 0;
+            while (sd_bus_message_read(reply, "(ssssuu)", &what, &who, &why, &mode, &uid, &pid) > 0)
+                held += std::string_view(what) == "sleep" && std::string_view(mode) == "delay";
+        }
+        sd_bus_message_unref(reply);
+        return held;
+    };
+    const auto announce = [&](bool going) {
+        ASSERT_GE(sd_bus_call_method(logind, "org.freedesktop.login1", "/org/freedesktop/login1",
+                                     "org.freedesktop.DBus.Mock", "EmitSignal", nullptr, nullptr, "sssav",
+                                     "org.freedesktop.login1.Manager", "PrepareForSleep", "b", 1, "b",
+                                     static_cast<int>(going)),
+                  0);
+    };
+
+    startService({.limit = 60, .discharge = true});
+    ASSERT_TRUE(behaviourBecomes("force-discharge"));
+    ASSERT_TRUE(runUntil([&] { return delayInhibitors() == 1; }));
+    announce(true);
+    EXPECT_TRUE(behaviourBecomes("auto"));
+    // Handed back, the service lets the sleep go on.
+    EXPECT_TRUE(runUntil([&] { return delayInhibitors() == 0; }));
+    announce(false);
+    EXPECT_TRUE(behaviourBecomes("force-discharge"));
+    EXPECT_TRUE(runUntil([&] { return delayInhibitors() == 1; }));
+    sd_bus_flush_close_unref(logind);
+}
+
 TEST_F(ServiceProcess, AFullDiskLeavesNoTornLineInTheJournalOrTheLog) {
     // A file-size limit cuts the service's appends short, as a full disk does; a real full disk gives no
     // signal, so neither does this one.
