@@ -11,8 +11,11 @@
 
 #include <chrono>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <list>
 #include <optional>
+#include <regex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -117,11 +120,35 @@ inline sd_bus* connect(const std::string& address) {
     return nullptr;
 }
 
+// Debian's system bus configuration (its limits and default policy) listening on `socket`, with `policy`
+// included, root allowed to own the mock services' names and polkit open to all, as its own package has it;
+// empty when system.conf cannot be read.
+inline std::string systemBusConfig(const std::filesystem::path& socket, const std::filesystem::path& policy) {
+    std::ifstream in("/usr/share/dbus-1/system.conf");
+    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    if (text.empty()) return "";
+    // What would make it the machine's own bus: its user, socket, pid file and the machine's policies.
+    for (const char* pattern : {R"(<user>[^<]*</user>)", R"(<fork/>)", R"(<pidfile>[^<]*</pidfile>)",
+                                R"(<syslog/>)", R"(<servicehelper>[^<]*</servicehelper>)",
+                                R"(<standard_system_servicedirs/>)", R"(<includedir>[^<]*</includedir>)",
+                                R"(<include [^>]*>[^<]*</include>)", R"(<listen>[^<]*</listen>)"}) {
+        text = std::regex_replace(text, std::regex(pattern), "");
+    }
+    const std::string extra =
+        "<listen>unix:path=" + socket.string() + "</listen>\n<include>" + policy.string() +
+        "</include>\n<policy user=\"root\"><allow own=\"*\"/></policy>\n"
+        "<policy context=\"default\"><allow send_destination=\"org.freedesktop.PolicyKit1\"/></policy>\n"
+        "</busconfig>";
+    return text.replace(text.rfind("</busconfig>"), std::string_view("</busconfig>").size(), extra);
+}
+
 class PrivateBus {
   public:
-    bool start(bool withPolkit) {
-        if (!daemon_.start({"/usr/bin/dbus-daemon", "--session", "--nofork", "--print-address=1"}, {},
-                           &address_) ||
+    // With `config`, a bus run under that configuration file instead of the session bus's.
+    bool start(bool withPolkit, const std::string& config = "") {
+        if (!daemon_.start({"/usr/bin/dbus-daemon", config.empty() ? "--session" : "--config-file=" + config,
+                            "--nofork", "--print-address=1"},
+                           {}, &address_) ||
             address_.empty()) {
             return false;
         }

@@ -6,6 +6,7 @@
 #include <sys/un.h>
 
 #include <cstring>
+#include <fstream>
 #include <functional>
 
 #include "battery_model.h"
@@ -266,6 +267,80 @@ TEST_F(ServiceProcess, SleepHandsAForcedDischargeBackAndWakingTakesItUpAgain) {
     EXPECT_TRUE(behaviourBecomes("force-discharge"));
     EXPECT_TRUE(runUntil([&] { return delayInhibitors() == 1; }));
     sd_bus_flush_close_unref(logind);
+}
+
+TEST_F(ServiceProcess, AFloodFromAnotherUserNeitherSwellsTheServiceNorHoldsUpRoot) {
+    if (::geteuid() != 0) GTEST_SKIP() << "the flood comes from another user: run as root";
+    // A bus configured as the machine's system bus, where `nobody` may connect and call, but not be polkit.
+    ASSERT_EQ(::chmod(root_.path.c_str(), 0711), 0);
+    const fs::path busDir = root_.path / "bus", config = root_.path / "system.conf";
+    fs::create_directories(busDir);
+    fs::permissions(busDir, fs::perms::owner_all | fs::perms::others_exec | fs::perms::group_exec);
+    const std::string text = testing::systemBusConfig(
+        busDir / "socket", fs::path(TORVEL_SOURCE_DIR) / "packaging/linux/com.torvel.Daemon.conf");
+    if (text.empty()) GTEST_SKIP() << "no system bus configuration to run under";
+    ASSERT_FALSE(writeWholeFile(config, text));
+    testing::PrivateBus systemBus;
+    ASSERT_TRUE(systemBus.start(true, config.string()));
+    startService({.limit = 60}, {"DBUS_SYSTEM_BUS_ADDRESS=" + systemBus.address()});
+    ASSERT_TRUE(runUntil([&] { return battery_.endThresholdValue() == 60; }));
+
+    // Sixteen connections send 64 KiB settings messages as fast as the bus takes them, for six seconds.
+    const char* flood = R"(
+import sys, time, dbus, dbus.lowlevel
+body = '{"limit":70,"pad":"' + 'x' * 65500 + '"}'
+buses = [dbus.bus.BusConnection(sys.argv[1]) for _ in range(16)]
+end = time.time() + 6
+while time.time() < end:
+    for bus in buses:
+        call = dbus.lowlevel.MethodCallMessage('com.torvel.Daemon', '/com/torvel/Daemon', 'com.torvel.Daemon1',
+                                               'ApplySettings')
+        call.append(body, signature='s')
+        bus.send_message(call)
+    for bus in buses:
+        bus.flush()
+)";
+    testing::Child stranger;
+    ASSERT_TRUE(stranger.start({"/usr/bin/setpriv", "--reuid=65534", "--regid=65534", "--clear-groups",
+                                "/usr/bin/python3", "-c", flood, systemBus.address()}));
+    std::this_thread::sleep_for(2s);
+
+    // Root's own call is answered within its five seconds, and taken.
+    sd_bus* root = testing::connect(systemBus.address());
+    ASSERT_NE(root, nullptr);
+    sd_bus_message *call = nullptr, *reply = nullptr;
+    ASSERT_GE(sd_bus_message_new_method_call(root, &call, "com.torvel.Daemon", "/com/torvel/Daemon",
+                                             "com.torvel.Daemon1", "ApplySettings"),
+              0);
+    sd_bus_message_append(call, "s", R"({"limit":75})");
+    sd_bus_error error = SD_BUS_ERROR_NULL;
+    EXPECT_GE(sd_bus_call(root, call, 5'000'000, &error, &reply), 0) << (error.message ? error.message : "");
+    int ok = 0;
+    const char* answer = nullptr;
+    if (reply) sd_bus_message_read(reply, "bs", &ok, &answer);
+    EXPECT_TRUE(ok);
+    sd_bus_error_free(&error);
+    sd_bus_message_unref(reply);
+    sd_bus_message_unref(call);
+    sd_bus_flush_close_unref(root);
+    EXPECT_TRUE(stranger.exited(15s));
+
+    // The unit's MemoryMax= is 64M; sanitizers add their own shadow, so there only growth is looked at.
+    std::ifstream status("/proc/" + std::to_string(service_.pid()) + "/status");
+    long peakKb = 0;
+    for (std::string line; std::getline(status, line);) {
+        if (line.starts_with("VmHWM:")) peakKb = std::stol(line.substr(6));
+    }
+#if defined(__SANITIZE_ADDRESS__)
+    constexpr long boundKb = 256 * 1024;
+#elif defined(__has_feature)
+    constexpr long boundKb = __has_feature(address_sanitizer) ? 256 * 1024 : 64 * 1024;
+#else
+    constexpr long boundKb = 64 * 1024;
+#endif
+    EXPECT_GT(peakKb, 0);
+    EXPECT_LT(peakKb, boundKb);
+    EXPECT_TRUE(runUntil([&] { return battery_.endThresholdValue() == 75; }));
 }
 
 TEST_F(ServiceProcess, AFullDiskLeavesNoTornLineInTheJournalOrTheLog) {
