@@ -56,7 +56,14 @@ extra = (f'<include>{policy}</include>\n<policy user="root"><allow own="org.free
          '<allow own="org.freedesktop.login1"/><allow send_destination="*"/></policy>\n')
 open(target, 'w').write(text.replace('</busconfig>', extra + '</busconfig>'))
 PY
+    # One bus per measure: the last one's goes first.
+    if [ -n "${bus_pid:-}" ]; then
+        kill "$bus_pid" 2>/dev/null || true
+        wait "$bus_pid" 2>/dev/null || true
+    fi
+    rm -f "$work/bus" "$work/bus.address"
     dbus-daemon --config-file="$work/system.conf" --nofork --print-address=3 3>"$work/bus.address" 2>/dev/null &
+    bus_pid=$!
     pids+=($!)
     wait_for 5 '[ -s "$work/bus.address" ]'
     export DBUS_SYSTEM_BUS_ADDRESS=$(head -n 1 "$work/bus.address")
@@ -149,22 +156,32 @@ PY
         16 65536 20 >"$work/flood.sent" 2>"$work/flood.err" &
     local flood=$!
     pids+=($flood)
-    local calls=() oldest=0 age
+    # The status beat, looked at twice a second while the flood lasts.
+    (
+        oldest=0
+        while kill -0 "$flood" 2>/dev/null; do
+            age=$($python -c 'import json,sys,time; print(int(time.time() - json.load(open(sys.argv[1]))["ts"]))' "$status" 2>/dev/null || echo 0)
+            [ "$age" -gt "$oldest" ] && oldest=$age
+            echo "$oldest" >"$work/oldest"
+            sleep 0.5
+        done
+    ) &
+    local watcher=$!
+    local calls=()
     sleep 2
     while kill -0 "$flood" 2>/dev/null; do
         calls+=("$($python "$work/root_call.py" "$DBUS_SYSTEM_BUS_ADDRESS" 2>/dev/null || echo failed)")
-        age=$($python -c 'import json,sys,time; print(int(time.time() - json.load(open(sys.argv[1]))["ts"]))' "$status")
-        [ "$age" -gt "$oldest" ] && oldest=$age
         sleep 1
     done
     wait "$flood" || true
+    wait "$watcher" || true
     local hwm
     hwm=$(awk '/^VmHWM/ { print $2 }' "/proc/$daemon/status")
     echo "flood: $(cat "$work/flood.sent") messages of 64 KiB from 16 connections of nobody in 20 s"
-    echo "flood: peak resident memory $((hwm_before / 1024)) MB before, $(python3 -c "print(round($hwm / 1024, 1))") MB after"
+    echo "flood: peak resident memory $((hwm_before / 1024)) MB before the flood, $($python -c "print(round($hwm / 1024, 1))") MB after it"
     echo "flood: root's ApplySettings call times (s): ${calls[*]}"
-    echo "flood: oldest status.json seen during the flood: $oldest s"
-    kill "$daemon" 2>/dev/null || true
+    echo "flood: oldest status.json seen during the flood: $(cat "$work/oldest" 2>/dev/null || echo '?') s"
+    kill "$daemon" 2>/dev/null && wait "$daemon" 2>/dev/null || true
 }
 
 measure_leap() {
@@ -186,7 +203,7 @@ measure_leap() {
     echo unplug >"$TORVEL_ROOT/sim.fifo"
     sleep 12
     echo "leap: day files $before before, $(count_days) after a 31-day leap ahead and back; $(future_days) dated after today"
-    kill "$daemon" 2>/dev/null || true
+    kill "$daemon" 2>/dev/null && wait "$daemon" 2>/dev/null || true
     unset SHIFT_FILE days_before
 }
 
@@ -201,7 +218,7 @@ measure_cut() {
     wait_for 90 '[ "$(field "$status" state)" != discharge ]' || true
     echo "cut: a cut that never took hold said \"discharge\" for $((SECONDS - start)) s after the clock went back a day" \
         "(dischargeFailed: $(field "$status" dischargeFailed))"
-    kill "$daemon" 2>/dev/null || true
+    kill "$daemon" 2>/dev/null && wait "$daemon" 2>/dev/null || true
     unset SHIFT_FILE
 }
 
