@@ -250,6 +250,23 @@ TEST_F(Files, RetentionDeletesOnlyOldDayFilesAndFollowsNoLink) {
     EXPECT_EQ(names(dir / "real"), Names{"2000-01-01.jsonl"});
 }
 
+TEST_F(Files, DaysWrittenUnderALeapThatWasUndoneAreKeptAsideAndPurgedWithTheRest) {
+    const fs::path history = dir / "history";
+    const Instant noon30April = 1'714'471'200;  // 2024-04-30 12:00 Paris
+    JournalWriter journal(history);
+    ASSERT_EQ(journal.record({noon30April, 50, ChargeState::allow, false, {}}, 100), Written(true));
+    // A month ahead from boot time 200 on, then back.
+    ASSERT_EQ(journal.record({noon30April + 31 * 86400.0, 51, ChargeState::allow, false, {}}, 200),
+              Written(true));
+    journal.setAsideDaysAhead(noon30April + 300, 150);
+    EXPECT_EQ(names(history), (Names{"2024-04-30.jsonl", "2024-05-31.jsonl.bad"}));
+    EXPECT_TRUE(journal.takeNote());
+    // The day it stood for, when it comes, starts afresh; and the line after the leap is not held back by it.
+    EXPECT_EQ(journal.record({noon30April + 310, 52, ChargeState::allow, false, {}}, 410), Written(true));
+    ASSERT_FALSE(journal.removeAll());
+    EXPECT_FALSE(fs::exists(history));
+}
+
 TEST_F(Files, ServiceLogStaysUnderItsCapWithOneOlderGeneration) {
     ServiceLog log(dir / "daemon.log", 400);
     for (int i = 0; i < 100; ++i) log.write(1'700'000'000 + i, "line " + std::to_string(i));
