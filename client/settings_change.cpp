@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <optional>
 #include <set>
 #include <string_view>
@@ -19,7 +20,7 @@ std::optional<bool> parseBoolean(std::string_view text) {
 }
 
 template <typename Number>
-std::optional<Number> parseWhole(std::string_view text) {
+std::optional<Number> parseNumber(std::string_view text) {
     Number value{};
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (text.empty() || error != std::errc() || end != text.data() + text.size()) return std::nullopt;
@@ -29,55 +30,39 @@ std::optional<Number> parseWhole(std::string_view text) {
     return value;
 }
 
-std::string badValue(std::string_view key, std::string_view value, std::string_view expected) {
-    return "bad value for " + std::string(key) + ": '" + std::string(value) + "' (expected " +
-           std::string(expected) + ")";
-}
-
 std::string knownKeys() {
     std::string keys;
     for (const auto& rule : settingRules) keys += std::string(settingKey(rule)) + ", ";
     return keys + std::string(resetProtectedKey);
 }
 
-std::optional<std::string> assign(const BooleanSetting& setting, std::string_view value, Settings& settings) {
-    const auto parsed = parseBoolean(value);
-    if (!parsed) return badValue(setting.key, value, "true or false");
-    settings.*setting.field = *parsed;
-    return std::nullopt;
-}
-
-std::optional<std::string> assign(const IntegerSetting& setting, std::string_view value, Settings& settings) {
-    const auto parsed = parseWhole<long long>(value);
-    if (!parsed || *parsed < setting.low || *parsed > setting.high) {
-        return badValue(
-            setting.key, value,
-            "a whole number from " + std::to_string(setting.low) + " to " + std::to_string(setting.high));
+// The typed value a person means by `text` for a setting of this kind; absent when it means none.
+std::optional<SettingValue> valueOf(const SettingRule& rule, std::string_view text) {
+    if (std::holds_alternative<BooleanSetting>(rule)) {
+        if (auto flag = parseBoolean(text)) return *flag;
+        return std::nullopt;
     }
-    settings.*setting.field = static_cast<int>(*parsed);
-    return std::nullopt;
-}
-
-std::optional<std::string> assign(const DecimalSetting& setting, std::string_view value, Settings& settings) {
-    const auto parsed = parseWhole<double>(value);
-    if (!parsed || *parsed < setting.low || *parsed > setting.high) {
-        return badValue(setting.key, value,
-                        "seconds from " + boundText(setting.low) + " to " + boundText(setting.high));
+    if (std::holds_alternative<IntegerSetting>(rule)) {
+        if (auto whole = parseNumber<std::int64_t>(text)) return *whole;
+        return std::nullopt;
     }
-    settings.*setting.field = *parsed;
+    if (auto number = parseNumber<double>(text)) return *number;
     return std::nullopt;
 }
 
-// One assignment; an error text when it cannot be made.
-std::optional<std::string> assign(SettingsChange& change, std::string_view key, std::string_view value) {
-    for (const auto& rule : settingRules) {
-        if (settingKey(rule) != key) continue;
-        return std::visit([&](const auto& setting) { return assign(setting, value, change.settings); }, rule);
+// One assignment, under the rules and in the words the service itself uses; an error text when it cannot be
+// made.
+std::optional<std::string> assign(SettingsChange& change, std::string_view key, std::string_view text) {
+    if (const SettingRule* rule = findSettingRule(key)) {
+        const auto value = valueOf(*rule, text);
+        if (!value) return settingRefusal(*rule);
+        return takeSetting(*rule, *value, change.settings);
     }
     if (key == resetProtectedKey) {
-        // Only a reset can be asked for; there is nothing to "not reset".
-        if (parseBoolean(value) != true) return badValue(key, value, "true");
-        change.extra[std::string(resetProtectedKey)] = json::Value(true);
+        const auto reset = parseBoolean(text);
+        if (!reset) return resetProtectedRefusal();
+        // There is nothing to "not reset": false asks for nothing.
+        if (*reset) change.extra[std::string(resetProtectedKey)] = json::Value(true);
         return std::nullopt;
     }
     return "unknown setting '" + std::string(key) + "' (known: " + knownKeys() + ")";

@@ -15,7 +15,7 @@ struct SettingsChange {
 };
 
 // Applies KEY=VALUE assignments to `current`. The first unknown key, malformed value or value out of the
-// service's range ends it with one line naming it.
+// service's range ends it with one line naming it; a value is refused in the service's own words.
 std::variant<SettingsChange, std::string> changeSettings(const Settings& current,
                                                          const std::vector<std::string>& assignments);
 

@@ -8,11 +8,11 @@
 #include "common/syscalls.h"
 
 namespace torvel::daemon {
-ChargeService::ChargeService(const Paths& paths, PowerDevice& device, Identity identity, Instant startedAt)
+ChargeService::ChargeService(const Paths& paths, PowerDevice& device, Identity identity, Moment startedAt)
     : paths_(paths),
       identity_(std::move(identity)),
-      startedAt_(startedAt),
-      lastNow_(startedAt),
+      startedAt_(startedAt.wall),
+      lastNow_(startedAt.wall),
       log_(paths.log),
       config_(paths.config),
       state_(paths.dataDirectory() / "service-state.json"),
@@ -24,37 +24,37 @@ ChargeService::ChargeService(const Paths& paths, PowerDevice& device, Identity i
     // Left by a predecessor that died mid-write; no other instance runs (the caller holds the lock).
     removeTemporaryFiles(paths_.dataDirectory());
     const auto loaded = config_.load();
-    if (loaded.note) log_.write(startedAt, *loaded.note);
+    if (loaded.note) log_.write(startedAt.wall, *loaded.note);
     controller_.setSettings(loaded.settings);
     savedMemory_ = controller_.memory();
-    log_.write(startedAt, "started, version " + identity_.version);
+    log_.write(startedAt.wall, "started, version " + identity_.version);
 }
 
-void ChargeService::reload(Instant now) {
-    lastNow_ = now;
+void ChargeService::reload(Moment now) {
+    lastNow_ = now.wall;
     const auto loaded = config_.load();
-    if (loaded.note) log_.write(now, *loaded.note);
+    if (loaded.note) log_.write(now.wall, *loaded.note);
     controller_.setSettings(loaded.settings);
-    log_.write(now, "settings read again: limit " + std::to_string(loaded.settings.limit) +
-                        (loaded.settings.enabled ? "" : " (off)"));
+    log_.write(now.wall, "settings read again: limit " + std::to_string(loaded.settings.limit) +
+                             (loaded.settings.enabled ? "" : " (off)"));
     reapply(now);
 }
 
-void ChargeService::reapply(Instant now) {
+void ChargeService::reapply(Moment now) {
     controller_.reapply();
     tick(now);
 }
 
-void ChargeService::storeOwnChange(Instant now) {
+void ChargeService::storeOwnChange(Moment now) {
     const auto change = controller_.takeSettingsChange();
     if (!change || purged_) return;
-    if (auto error = config_.save(*change)) log_.write(now, *error);
+    if (auto error = config_.save(*change)) log_.write(now.wall, *error);
 }
 
-void ChargeService::tick(Instant now) {
-    lastNow_ = now;
+void ChargeService::tick(Moment now) {
+    lastNow_ = now.wall;
     PublishedStatus before = controller_.status();
-    controller_.tick(now);
+    controller_.tick(now.wall, now.boot);
     PublishedStatus after = controller_.status();
     // The counter grows on every tick while holding; that alone is no motion.
     before.protectedSeconds = after.protectedSeconds = 0;
@@ -67,72 +67,89 @@ void ChargeService::tick(Instant now) {
     saveMemory(now, false);
 }
 
-void ChargeService::publish(Instant now) {
+void ChargeService::publish(Moment now) {
     PublishedStatus status = controller_.status();
     status.daemonVersion = identity_.version;
     status.startedAt = startedAt_;
     status.daemonPath = identity_.executablePath;
 
     std::string error;
-    if (auto published = status_.publish(status, now); auto* text = std::get_if<std::string>(&published)) {
+    if (auto published = status_.publish(status, now.wall);
+        auto* text = std::get_if<std::string>(&published)) {
         error = *text;
+    }
+    record(status, now, error);
+    if (auto note = journal_.takeNote()) log_.write(now.wall, *note);
+    // A full disk fails on every tick; the log hears of it once.
+    if (error != lastFileError_ && !error.empty()) log_.write(now.wall, error);
+    lastFileError_ = error;
+}
+
+void ChargeService::record(const PublishedStatus& status, Moment now, std::string& error) {
+    const Instant lineTime = journalClock_.update(now);
+    if (const auto since = journalClock_.undoneLeapSince()) {
+        log_.write(now.wall, "the clock went back after running ahead");
+        journal_.setAsideDaysAhead(lineTime, *since);
     }
     const Settings& settings = controller_.settings();
     // While the battery is out there is no reading to record, only a gap.
     if (settings.history && status.state) {
-        HistorySample sample{now, status.pct, status.state, status.plugged, status.temp};
-        if (auto recorded = journal_.record(sample); auto* text = std::get_if<std::string>(&recorded)) {
+        HistorySample sample{lineTime, status.pct, status.state, status.plugged, status.temp};
+        if (auto recorded = journal_.record(sample, now.boot);
+            auto* text = std::get_if<std::string>(&recorded)) {
             error = *text;
         }
     }
-    if (auto pruned = journal_.prune(now, settings.historyDays)) error = *pruned;
-    if (auto note = journal_.takeNote()) log_.write(now, *note);
-    // A full disk fails on every tick; the log hears of it once.
-    if (error != lastFileError_ && !error.empty()) log_.write(now, error);
-    lastFileError_ = error;
+    if (auto pruned = journal_.prune(journalClock_.pruneTime(), now.boot, settings.historyDays))
+        error = *pruned;
 }
 
-void ChargeService::saveMemory(Instant now, bool force) {
+void ChargeService::saveMemory(Moment now, bool force) {
     const ControlMemory memory = controller_.memory();
     if (savedMemory_ && *savedMemory_ == memory) return;
     // The protected-time counter changes every tick; five minutes of it is all a crash may lose (a stop saves
     // it whole), and an idle service syncs the disk that seldom.
     const bool onlyCounter =
         savedMemory_ && savedMemory_->cal == memory.cal && savedMemory_->calBeforeRaw == memory.calBeforeRaw;
-    if (!force && onlyCounter && now - memorySavedAt_ < counterSaveEvery && now >= memorySavedAt_) return;
+    if (!force && onlyCounter && now.boot - memorySavedAt_ < counterSaveEvery) return;
     if (auto error = state_.save(memory)) {
-        log_.write(now, *error);
+        log_.write(now.wall, *error);
         return;
     }
     savedMemory_ = memory;
-    memorySavedAt_ = now;
+    memorySavedAt_ = now.boot;
 }
 
-void ChargeService::shutdown(Instant now) {
-    lastNow_ = now;
-    if (auto error = controller_.shutdown()) log_.write(now, *error);
+void ChargeService::prepareForSleep(Moment now) {
+    lastNow_ = now.wall;
+    const auto error = controller_.prepareForSleep();
+    log_.write(now.wall, error ? "going to sleep: " + *error : "going to sleep");
+}
+
+void ChargeService::shutdown(Moment now) {
+    lastNow_ = now.wall;
+    if (auto error = controller_.shutdown()) log_.write(now.wall, *error);
     if (!purged_) saveMemory(now, true);
-    log_.write(now, "stopped");
+    log_.write(now.wall, "stopped");
 }
 
-CallReply ChargeService::applySettings(std::string_view message, Instant now) {
-    auto validated = validateSettings(message, controller_.settings());
-    if (auto* refusal = std::get_if<std::string>(&validated)) return {false, *refusal};
-    const auto& accepted = std::get<AcceptedSettings>(validated);
+CallReply ChargeService::applySettings(const SettingsUpdate& update, Moment now) {
+    if (update.refusal()) return {false, *update.refusal()};
+    const Settings settings = update.appliedTo(controller_.settings());
     if (auto error = ensureDirectory(paths_.dataDirectory())) return {false, *error};
-    if (auto error = config_.save(accepted.settings)) return {false, *error};
+    if (auto error = config_.save(settings)) return {false, *error};
     purged_ = false;
-    controller_.setSettings(accepted.settings);
-    if (accepted.resetProtected) controller_.resetProtected();
-    log_.write(now, "settings applied: limit " + std::to_string(accepted.settings.limit) +
-                        (accepted.settings.enabled ? "" : " (off)"));
+    controller_.setSettings(settings);
+    if (update.resetProtected()) controller_.resetProtected();
+    log_.write(now.wall, "settings applied: limit " + std::to_string(settings.limit) +
+                             (settings.enabled ? "" : " (off)"));
     tick(now);
-    saveMemory(now, accepted.resetProtected);
+    saveMemory(now, update.resetProtected());
     return {};
 }
 
-CallReply ChargeService::purgeAllData(Instant now) {
-    lastNow_ = now;
+CallReply ChargeService::purgeAllData(Moment now) {
+    lastNow_ = now.wall;
     purged_ = true;
     controller_.forgetMemory();
     savedMemory_.reset();
@@ -156,10 +173,10 @@ CallReply ChargeService::purgeAllData(Instant now) {
     return {};
 }
 
-CallReply ChargeService::releaseCharge(Instant now) {
-    lastNow_ = now;
+CallReply ChargeService::releaseCharge(Moment now) {
+    lastNow_ = now.wall;
     const auto error = controller_.release();
-    log_.write(now, error ? "release: " + *error : "released: charging left to the firmware");
+    log_.write(now.wall, error ? "release: " + *error : "released: charging left to the firmware");
     tick(now);
     if (error) return {false, *error};
     return {};

@@ -13,11 +13,14 @@
 #include "files/service_log.h"
 #include "files/state_store.h"
 #include "files/status_publisher.h"
+#include "service/settings_rules.h"
+#include "service_clock.h"
 
 namespace torvel::daemon {
 
 // The service apart from its event loop: owns the controller and every file, and answers the remote
-// calls once they are authorised. Each entry point takes `now`, so tests drive it without a clock.
+// calls once they are authorised. Each entry point takes `now` from both clocks, so tests drive it without
+// a clock and leap the wall clock at will.
 class ChargeService {
   public:
     static constexpr double counterSaveEvery = 300;
@@ -27,33 +30,37 @@ class ChargeService {
         std::string executablePath;
     };
 
-    ChargeService(const Paths& paths, PowerDevice& device, Identity identity, Instant startedAt);
+    ChargeService(const Paths& paths, PowerDevice& device, Identity identity, Moment startedAt);
 
-    void tick(Instant now);
+    void tick(Moment now);
     // Start, resume, battery added: look at the hardware afresh and rewrite everything.
-    void reapply(Instant now);
-    void shutdown(Instant now);
+    void reapply(Moment now);
+    void shutdown(Moment now);
+    // The machine is about to sleep: nothing may run on unwatched (a forced discharge goes back to auto).
+    void prepareForSleep(Moment now);
 
     // Reads config.json again and applies it (SIGHUP: an administrator edited the file).
-    void reload(Instant now);
+    void reload(Moment now);
 
-    bool isProtectedChange(std::string_view message) const {
-        return daemon::isProtectedChange(message, controller_.settings());
+    bool needsAdministrator(const SettingsUpdate& update) const {
+        return update.needsAdministrator(controller_.settings());
     }
-    CallReply applySettings(std::string_view message, Instant now);
-    CallReply purgeAllData(Instant now);
-    CallReply releaseCharge(Instant now);
+    // A refused message changes nothing and is answered with its refusal.
+    CallReply applySettings(const SettingsUpdate& update, Moment now);
+    CallReply purgeAllData(Moment now);
+    CallReply releaseCharge(Moment now);
 
     const ChargeController& controller() const { return controller_; }
     // Nothing in motion: no discharge, calibration or top-up under way and nothing changed on the last
     // tick, so the service may look less often and let the power-supply events wake it.
     bool settled() const { return settled_; }
-    void log(Instant now, std::string_view text) { log_.write(now, text); }
+    void log(Moment now, std::string_view text) { log_.write(now.wall, text); }
 
   private:
-    void publish(Instant now);
-    void saveMemory(Instant now, bool force);
-    void storeOwnChange(Instant now);
+    void publish(Moment now);
+    void record(const PublishedStatus& status, Moment now, std::string& error);
+    void saveMemory(Moment now, bool force);
+    void storeOwnChange(Moment now);
 
     Paths paths_;
     Identity identity_;
@@ -65,9 +72,11 @@ class ChargeService {
     StateStore state_;
     StatusPublisher status_;
     JournalWriter journal_;
+    JournalClock journalClock_;
     ChargeController controller_;
     std::optional<ControlMemory> savedMemory_;
-    Instant memorySavedAt_ = 0;
+    // Boot-clock time.
+    double memorySavedAt_ = 0;
     // After a purge nothing is written again until new settings arrive: the caller is removing us.
     bool purged_ = false;
     bool settled_ = false;

@@ -21,6 +21,7 @@
 
 #include "bus/authoriser.h"
 #include "bus/bus_service.h"
+#include "bus/sleep_watch.h"
 #include "charge_service.h"
 #include "common/syscalls.h"
 #include "device/sysfs_device.h"
@@ -32,10 +33,6 @@ namespace {
 constexpr std::uint64_t microsPerSecond = 1000000;
 // Power-supply events come in bursts (mains and battery together); one look after the last will do.
 constexpr std::uint64_t eventSettleMicros = 50000;
-
-Instant wallClock() {
-    return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
-}
 
 // Time spent suspended: the gap between the boot clock (which counts sleep) and the monotonic one.
 double sleptSeconds() {
@@ -56,7 +53,7 @@ class Loop final : public BusCommands {
         : options_(options),
           event_(event),
           device_(options.paths.powerSupply),
-          service_(options.paths, device_, {options.version, options.executablePath}, wallClock()),
+          service_(options.paths, device_, {options.version, options.executablePath}, readClocks()),
           slept_(sleptSeconds()) {}
 
     void setTimer(sd_event_source* timer) { timer_ = timer; }
@@ -65,7 +62,7 @@ class Loop final : public BusCommands {
     void onTimer() {
         if (reapplyWanted_) {
             reapplyWanted_ = false;
-            service_.reapply(wallClock());
+            service_.reapply(readClocks());
         } else {
             tick();
         }
@@ -83,20 +80,32 @@ class Loop final : public BusCommands {
             sd_event_source_set_enabled(timer_, SD_EVENT_ONESHOT);
         }
     }
-    void reapply() { service_.reapply(wallClock()); }
-    void reload() { service_.reload(wallClock()); }
-    void shutdown() { service_.shutdown(wallClock()); }
-    void log(std::string_view text) { service_.log(wallClock(), text); }
+    void reapply() { service_.reapply(readClocks()); }
+    void reload() { service_.reload(readClocks()); }
+    void shutdown() { service_.shutdown(readClocks()); }
+    void log(std::string_view text) { service_.log(readClocks(), text); }
     bool restartRequested() const { return restart_; }
 
-    bool isProtectedChange(std::string_view message) const override {
-        return service_.isProtectedChange(message);
+    // logind's word that the machine goes to sleep (true) or has woken (false).
+    void sleeping(bool going) {
+        if (going) {
+            service_.prepareForSleep(readClocks());
+        } else {
+            slept_ = sleptSeconds();
+            service_.log(readClocks(), "resumed");
+            service_.reapply(readClocks());
+            schedule(options_.busyTickSeconds);
+        }
     }
-    CallReply applySettings(std::string_view message) override {
-        return service_.applySettings(message, wallClock());
+
+    bool needsAdministrator(const SettingsUpdate& update) const override {
+        return service_.needsAdministrator(update);
     }
-    CallReply purgeAllData() override { return service_.purgeAllData(wallClock()); }
-    CallReply releaseCharge() override { return service_.releaseCharge(wallClock()); }
+    CallReply applySettings(const SettingsUpdate& update) override {
+        return service_.applySettings(update, readClocks());
+    }
+    CallReply purgeAllData() override { return service_.purgeAllData(readClocks()); }
+    CallReply releaseCharge() override { return service_.releaseCharge(readClocks()); }
     void restart() override {
         restart_ = true;
         sd_event_exit(event_, 0);
@@ -105,14 +114,15 @@ class Loop final : public BusCommands {
   private:
     void tick() {
         const double slept = sleptSeconds();
-        // Firmware that forgets thresholds over a suspend is set right on the first tick after it.
+        // Firmware that forgets thresholds over a suspend is set right on the first tick after it, when
+        // logind did not say so at once.
         if (slept - slept_ > 2) {
             slept_ = slept;
-            service_.log(wallClock(), "resumed");
-            service_.reapply(wallClock());
+            service_.log(readClocks(), "resumed");
+            service_.reapply(readClocks());
             return;
         }
-        service_.tick(wallClock());
+        service_.tick(readClocks());
     }
     void schedule(double seconds) {
         std::uint64_t now = 0;
@@ -329,11 +339,14 @@ RunEnd runService(const RunOptions& options) {
                           now + static_cast<std::uint64_t>(options.busyTickSeconds * 1e6), microsPerSecond,
                           onTimer, &loop);
         sd_event_source_set_enabled(timer, SD_EVENT_ONESHOT);
+        // The battery and the status beat go before any caller: a flood of calls must not keep them waiting.
+        sd_event_source_set_priority(timer, SD_EVENT_PRIORITY_IMPORTANT);
         loop.setTimer(timer);
         loop.reapply();
 
         std::optional<Authoriser> authoriser;
         std::optional<BusService> busService;
+        std::optional<SleepWatch> sleepWatch;
         // Without a bus the service still holds the limit from config.json; only the remote calls are lost.
         if (!busError.empty()) loop.log(busError);
         if (bus != nullptr) {
@@ -341,6 +354,8 @@ RunEnd runService(const RunOptions& options) {
             authoriser.emplace(bus, ::geteuid());
             busService.emplace(bus, loop, *authoriser);
             if (auto error = busService->start(false)) loop.log(*error);
+            sleepWatch.emplace(bus, [&loop](bool going) { loop.sleeping(going); });
+            if (auto error = sleepWatch->start()) loop.log(*error);
         }
 
         sd_event_source* events = nullptr;
@@ -369,6 +384,7 @@ RunEnd runService(const RunOptions& options) {
         loop.shutdown();
         sd_event_source_unref(events);
         sd_event_source_unref(timer);
+        sleepWatch.reset();
         busService.reset();
         authoriser.reset();
         if (bus != nullptr) sd_bus_flush(bus);

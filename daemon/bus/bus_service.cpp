@@ -43,68 +43,91 @@ std::optional<std::string_view> settingsArgument(sd_bus_message* call) {
     return std::string_view(message, ::strnlen(message, BusService::maxMessageBytes + 1));
 }
 
+Authoriser::Admit asking(Action action) {
+    return [action] { return Authoriser::Admission(action); };
+}
+
 }  // namespace
 
 int BusService::onApplySettings(sd_bus_message* call, void* self, sd_bus_error*) {
-    const auto message = settingsArgument(call);
-    if (!message) return -EINVAL;
-    if (message->size() > maxMessageBytes)
-        return sd_bus_reply_method_return(call, "bs", 0, "The settings are too large.");
     auto* service = static_cast<BusService*>(self);
-    service->authorise(call, service->commands_.isProtectedChange(*message) ? Action::applyProtectedSettings
-                                                                            : Action::applySettings);
+    auto update = std::make_shared<SettingsUpdate>();
+    service->authorise(
+        call,
+        [service, call, update]() -> Authoriser::Admission {
+            const auto message = settingsArgument(call);
+            if (!message) return std::string("The settings could not be read.");
+            if (message->size() > maxMessageBytes) return std::string("The settings are too large.");
+            *update = SettingsUpdate::read(*message);
+            if (update->refusal()) return *update->refusal();
+            return service->commands_.needsAdministrator(*update) ? Action::applyProtectedSettings
+                                                                  : Action::applySettings;
+        },
+        update);
     return 1;
 }
 
 int BusService::onPurgeAllData(sd_bus_message* call, void* self, sd_bus_error*) {
-    static_cast<BusService*>(self)->authorise(call, Action::purgeAllData);
+    static_cast<BusService*>(self)->authorise(call, asking(Action::purgeAllData));
     return 1;
 }
 
 int BusService::onReleaseCharge(sd_bus_message* call, void* self, sd_bus_error*) {
-    static_cast<BusService*>(self)->authorise(call, Action::releaseCharge);
+    static_cast<BusService*>(self)->authorise(call, asking(Action::releaseCharge));
     return 1;
 }
 
 int BusService::onRestart(sd_bus_message* call, void* self, sd_bus_error*) {
-    static_cast<BusService*>(self)->authorise(call, Action::restart);
+    static_cast<BusService*>(self)->authorise(call, asking(Action::restart));
     return 1;
 }
 
-void BusService::authorise(sd_bus_message* call, Action action) {
+void BusService::authorise(sd_bus_message* call, Authoriser::Admit admit,
+                           std::shared_ptr<const SettingsUpdate> update) {
     // The answer may come after a password prompt; the call is kept until then.
     sd_bus_message_ref(call);
-    authoriser_.check(call, action, [this, call, action](Authoriser::Verdict verdict, std::string reason) {
-        if (verdict == Authoriser::Verdict::allowed) {
-            perform(call, action);
-        } else {
-            sd_bus_reply_method_errorf(call,
-                                       verdict == Authoriser::Verdict::busy ? SD_BUS_ERROR_LIMITS_EXCEEDED
-                                                                            : SD_BUS_ERROR_ACCESS_DENIED,
-                                       "%s", reason.c_str());
-        }
-        sd_bus_message_unref(call);
-    });
+    auto action = std::make_shared<std::optional<Action>>();
+    authoriser_.check(
+        call,
+        [admit = std::move(admit), action] {
+            auto admission = admit();
+            if (const auto* asked = std::get_if<Action>(&admission)) *action = *asked;
+            return admission;
+        },
+        [this, call, action, update](Authoriser::Verdict verdict, std::string reason) {
+            switch (verdict) {
+                case Authoriser::Verdict::allowed:
+                    perform(call, **action, update.get());
+                    break;
+                case Authoriser::Verdict::invalid:
+                    sd_bus_reply_method_return(call, "bs", 0, reason.c_str());
+                    break;
+                case Authoriser::Verdict::refused:
+                case Authoriser::Verdict::busy:
+                    sd_bus_reply_method_errorf(call,
+                                               verdict == Authoriser::Verdict::busy
+                                                   ? SD_BUS_ERROR_LIMITS_EXCEEDED
+                                                   : SD_BUS_ERROR_ACCESS_DENIED,
+                                               "%s", reason.c_str());
+                    break;
+            }
+            sd_bus_message_unref(call);
+        });
 }
 
-void BusService::perform(sd_bus_message* call, Action action) {
+void BusService::perform(sd_bus_message* call, Action action, const SettingsUpdate* update) {
     CallReply reply;
     switch (action) {
         case Action::applySettings:
-        case Action::applyProtectedSettings: {
-            const auto message = settingsArgument(call);
-            if (!message) {
-                reply = {false, "The settings could not be read."};
-                break;
-            }
+        case Action::applyProtectedSettings:
             // Other settings may have arrived during the prompt: what was harmless then may not be now.
-            if (action == Action::applySettings && commands_.isProtectedChange(*message)) {
-                authorise(call, Action::applyProtectedSettings);
+            if (action == Action::applySettings && commands_.needsAdministrator(*update)) {
+                authorise(call, asking(Action::applyProtectedSettings),
+                          std::make_shared<const SettingsUpdate>(*update));
                 return;
             }
-            reply = commands_.applySettings(*message);
+            reply = commands_.applySettings(*update);
             break;
-        }
         case Action::purgeAllData:
             reply = commands_.purgeAllData();
             break;

@@ -3,6 +3,7 @@
 #include <systemd/sd-bus.h>
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,6 +11,7 @@
 #include "bus/authoriser.h"
 #include "call_reply.h"
 #include "service/bus_address.h"
+#include "service/settings_rules.h"
 
 namespace torvel::daemon {
 
@@ -22,9 +24,10 @@ class BusCommands {
   public:
     virtual ~BusCommands() = default;
     // Whether a settings message undoes a protection or destroys something kept, which takes the
-    // administrator's say rather than the session's.
-    virtual bool isProtectedChange(std::string_view message) const = 0;
-    virtual CallReply applySettings(std::string_view message) = 0;
+    // administrator's say rather than the session's. Asked again after a prompt: other settings may have
+    // arrived meanwhile.
+    virtual bool needsAdministrator(const SettingsUpdate& update) const = 0;
+    virtual CallReply applySettings(const SettingsUpdate& update) = 0;
     virtual CallReply purgeAllData() = 0;
     virtual CallReply releaseCharge() = 0;
     // Called after the reply to Restart has been sent.
@@ -32,8 +35,9 @@ class BusCommands {
 };
 
 // com.torvel.Daemon1 on /com/torvel/Daemon: checks authorisation, then hands the call over. A refused
-// caller gets org.freedesktop.DBus.Error.AccessDenied (LimitsExceeded while too many of its calls wait for
-// polkit); a refused request gets (false, reason).
+// caller gets org.freedesktop.DBus.Error.AccessDenied (LimitsExceeded while too many of its calls wait); a
+// refused request gets (false, reason). A settings message is read once, and only after its caller has a
+// place under its bound.
 class BusService {
   public:
     BusService(sd_bus* bus, BusCommands& commands, Authoriser& authoriser)
@@ -54,9 +58,10 @@ class BusService {
     static int onPurgeAllData(sd_bus_message* call, void* self, sd_bus_error* error);
     static int onReleaseCharge(sd_bus_message* call, void* self, sd_bus_error* error);
     static int onRestart(sd_bus_message* call, void* self, sd_bus_error* error);
-    // The call stays referenced until it is answered; its argument is read again once it is authorised.
-    void authorise(sd_bus_message* call, Action action);
-    void perform(sd_bus_message* call, Action action);
+    // The call stays referenced until it is answered.
+    void authorise(sd_bus_message* call, Authoriser::Admit admit,
+                   std::shared_ptr<const SettingsUpdate> update = nullptr);
+    void perform(sd_bus_message* call, Action action, const SettingsUpdate* update);
 
     sd_bus* bus_;
     BusCommands& commands_;

@@ -29,9 +29,9 @@ std::optional<int> CalibrationRun::target(int limit) const {
     return std::nullopt;
 }
 
-void CalibrationRun::enter(Phase phase, Instant now) {
+void CalibrationRun::enter(Phase phase, double boot) {
     status_.phase = phase;
-    lastMovedAt_ = now;
+    lastMovedAt_ = boot;
 }
 
 void CalibrationRun::finish(const DeviceReading& reading, Instant now) {
@@ -46,8 +46,8 @@ void CalibrationRun::finish(const DeviceReading& reading, Instant now) {
     status_.lastFailure.reset();
 }
 
-bool CalibrationRun::update(bool calibrate, int limit, const DeviceReading& reading, Instant now,
-                            Instant elapsed) {
+bool CalibrationRun::update(bool calibrate, int limit, const DeviceReading& reading, Instant now, double boot,
+                            double elapsed) {
     const bool requested = calibrate && !sawRequest_;
     sawRequest_ = calibrate;
 
@@ -58,46 +58,46 @@ bool CalibrationRun::update(bool calibrate, int limit, const DeviceReading& read
         status_.lastFailure.reset();
         beforeRaw_ = reading.fullChargeMah;
         lastPct_ = reading.capacity;
-        enter(Phase::fill, now);
+        enter(Phase::fill, boot);
         return false;
     }
     if (!calibrate) {
-        enter(Phase::idle, now);
+        enter(Phase::idle, boot);
         return true;
     }
 
-    if (!lastMovedAt_) lastMovedAt_ = now;
+    if (!lastMovedAt_) lastMovedAt_ = boot;
     if (reading.capacity && reading.capacity != lastPct_) {
         lastPct_ = reading.capacity;
-        lastMovedAt_ = now;
+        lastMovedAt_ = boot;
     }
     const int pct = reading.capacity.value_or(0);
     switch (status_.phase) {
         case Phase::fill:
-            if (reading.full()) enter(Phase::drain, now);
+            if (reading.full()) enter(Phase::drain, boot);
             break;
         case Phase::drain:
-            if (reading.capacity && pct <= status_.drainTarget) enter(Phase::refill, now);
+            if (reading.capacity && pct <= status_.drainTarget) enter(Phase::refill, boot);
             break;
         case Phase::refill:
-            if (reading.full()) enter(Phase::soak, now);
+            if (reading.full()) enter(Phase::soak, boot);
             break;
         case Phase::soak:
             // Only time plugged in at full counts: on battery the charge is no longer being topped off.
             if (reading.plugged && reading.full()) {
                 status_.soakBanked += elapsed;
-                lastMovedAt_ = now;
+                lastMovedAt_ = boot;
             }
             if (status_.soakBanked >= status_.soakSeconds) {
                 finish(reading, now);
-                enter(Phase::restore, now);
+                enter(Phase::restore, boot);
             }
             break;
         case Phase::restore:
             // The sweep is recorded; the run is over once the charge is back within the limit or the
             // machine runs on battery, from where ordinary holding takes over.
             if (!reading.plugged || (reading.capacity && pct <= limit)) {
-                enter(Phase::idle, now);
+                enter(Phase::idle, boot);
                 status_.startedAt.reset();
                 return true;
             }
@@ -105,9 +105,9 @@ bool CalibrationRun::update(bool calibrate, int limit, const DeviceReading& read
         case Phase::idle:
             break;
     }
-    if (running() && now - *lastMovedAt_ >= stallSeconds) {
+    if (running() && boot - *lastMovedAt_ >= stallSeconds) {
         status_.lastFailure = CalibrationStatus::Failure{"stalled", status_.phase, std::nullopt};
-        enter(Phase::idle, now);
+        enter(Phase::idle, boot);
         status_.startedAt.reset();
         return true;
     }

@@ -21,8 +21,9 @@ class CalibrationRun {
     CalibrationRun(CalibrationStatus status, std::optional<std::int64_t> beforeRaw);
 
     // Returns true when a run ended (completed, stalled or abandoned) during this update, so the caller
-    // turns `calibrate` off in the configuration.
-    bool update(bool calibrate, int limit, const DeviceReading& reading, Instant now, Instant elapsed);
+    // turns `calibrate` off in the configuration. `now` dates the record; the stall is timed on `boot`.
+    bool update(bool calibrate, int limit, const DeviceReading& reading, Instant now, double boot,
+                double elapsed);
 
     // The charge the current phase aims at; absent when no run is on.
     std::optional<int> target(int limit) const;
@@ -37,13 +38,14 @@ class CalibrationRun {
     std::optional<std::int64_t> beforeRaw() const { return beforeRaw_; }
 
   private:
-    void enter(CalibrationStatus::Phase phase, Instant now);
+    void enter(CalibrationStatus::Phase phase, double boot);
     void finish(const DeviceReading& reading, Instant now);
 
     CalibrationStatus status_;
     std::optional<std::int64_t> beforeRaw_;
     bool sawRequest_ = false;
-    std::optional<Instant> lastMovedAt_;
+    // Boot-clock time.
+    std::optional<double> lastMovedAt_;
     std::optional<int> lastPct_;
 };
 

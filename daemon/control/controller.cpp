@@ -54,6 +54,7 @@ std::optional<Settings> ChargeController::takeSettingsChange() {
 }
 
 void ChargeController::reapply() {
+    asleep_ = false;
     capsKnown_ = false;
     writer_.forget();
 }
@@ -173,8 +174,9 @@ void ChargeController::takeReading(const DeviceReading& reading) {
     status_.temp = reading.temperatureCelsius;
 }
 
-void ChargeController::advanceCalibration(const DeviceReading& reading, Instant now, double elapsed) {
-    if (calibration_.update(settings_.calibrate, settings_.limit, reading, now, elapsed)) {
+void ChargeController::advanceCalibration(const DeviceReading& reading, Instant now, double boot,
+                                          double elapsed) {
+    if (calibration_.update(settings_.calibrate, settings_.limit, reading, now, boot, elapsed)) {
         settings_.calibrate = false;
         settingsChange_ = settings_;
         if (log_)
@@ -185,13 +187,13 @@ void ChargeController::advanceCalibration(const DeviceReading& reading, Instant 
 }
 
 bool ChargeController::superviseDischarge(const DeviceReading& reading, std::optional<int> goal,
-                                          Instant now) {
+                                          double boot) {
     const bool dischargeAllowed = settings_.discharge || calibration_.pullingDown();
-    const bool wanted = goal && reading.plugged && reading.capacity && status_.pct > *goal &&
+    const bool wanted = !asleep_ && goal && reading.plugged && reading.capacity && status_.pct > *goal &&
                         dischargeAllowed && caps_.offers(behaviourForceDischarge);
     const auto onDevice = caps_.behaviours.empty() ? std::nullopt : device_.behaviour();
     const bool forcing = discharge_.update(
-        wanted, reading, onDevice ? std::optional<std::string_view>(onDevice->current) : std::nullopt, now);
+        wanted, reading, onDevice ? std::optional<std::string_view>(onDevice->current) : std::nullopt, boot);
     if (discharge_.failed() && !status_.dischargeFailed && log_) log_("forced discharge did not take");
     status_.dischargeFailed = discharge_.failed();
     return forcing;
@@ -209,14 +211,14 @@ ChargeState ChargeController::stateOf(const DeviceReading& reading, std::optiona
 }
 
 void ChargeController::verifyGate(const DeviceReading& reading, std::optional<int> goal, bool forcing,
-                                  Instant now) {
+                                  double boot) {
     // Verification looks at a stretch of holding at or above the target, where nothing should flow in.
     const bool atLimit = reading.plugged && goal && *goal < 100 && status_.pct >= *goal && !forcing;
     if (!atLimit) {
         holdingSince_.reset();
     } else if (!holdingSince_) {
-        holdingSince_ = now;
-    } else if (now - *holdingSince_ >= gateDelaySeconds) {
+        holdingSince_ = boot;
+    } else if (boot - *holdingSince_ >= gateDelaySeconds) {
         const bool stillFlowing = reading.charging() && reading.currentMicroamps.value_or(
                                                             gateCurrentMicroamps) >= gateCurrentMicroamps;
         status_.gateVerified = !stillFlowing;
@@ -229,12 +231,12 @@ void ChargeController::countProtectedTime(ChargeState state, std::optional<int> 
     }
 }
 
-ChargeState ChargeController::control(const DeviceReading& reading, Instant now, double elapsed) {
+ChargeState ChargeController::control(const DeviceReading& reading, double boot, double elapsed) {
     const auto goal = target();
-    const bool forcing = apply(reading, goal, superviseDischarge(reading, goal, now));
+    const bool forcing = apply(reading, goal, superviseDischarge(reading, goal, boot));
     status_.dischargeFailed = discharge_.failed();
     const ChargeState state = stateOf(reading, goal, forcing);
-    verifyGate(reading, goal, forcing, now);
+    verifyGate(reading, goal, forcing, boot);
     countProtectedTime(state, goal, elapsed);
     return state;
 }
@@ -265,10 +267,10 @@ void ChargeController::followAbsence(Instant now) {
     status_.otherState = std::string(absentWord);
 }
 
-void ChargeController::tick(Instant now) {
+void ChargeController::tick(Instant now, double boot) {
     const DeviceReading reading = device_.read();
     if (!reading.batteryPresent) {
-        lastTick_ = now;
+        lastTick_ = boot;
         status_.plugged = reading.plugged;
         followAbsence(now);
         return;
@@ -284,11 +286,11 @@ void ChargeController::tick(Instant now) {
         refreshCapabilities();
         writer_.forget();
     }
-    const double elapsed = lastTick_ ? std::clamp(now - *lastTick_, 0.0, 120.0) : 0.0;
-    lastTick_ = now;
+    const double elapsed = lastTick_ ? std::clamp(boot - *lastTick_, 0.0, 120.0) : 0.0;
+    lastTick_ = boot;
     const bool unplugged = followPlug(reading.plugged);
     takeReading(reading);
-    advanceCalibration(reading, now, elapsed);
+    advanceCalibration(reading, now, boot, elapsed);
     updateTopUp(reading, unplugged, elapsed);
     status_.topUp = settings_.topUp;
     updateHeat(reading);
@@ -299,7 +301,7 @@ void ChargeController::tick(Instant now) {
         discharge_.stop();
         holdingSince_.reset();
     } else {
-        state = control(reading, now, elapsed);
+        state = control(reading, boot, elapsed);
     }
     status_.nativeFloor = writer_.nativeFloor();
     enterState(state, now);
@@ -313,6 +315,18 @@ WriteError ChargeController::release() {
     if (auto behaviourError = writer_.applyBehaviour(caps_, behaviourAuto); !error) error = behaviourError;
     writer_.forget();
     return error;
+}
+
+WriteError ChargeController::prepareForSleep() {
+    asleep_ = true;
+    const bool forcing = discharge_.active();
+    discharge_.stop();
+    if (!capsKnown_) refreshCapabilities();
+    // Only a forced discharge is handed back, also one this run did not start: an inhibited charger keeps
+    // holding the limit through the night and harms nothing.
+    const auto onDevice = caps_.behaviours.empty() ? std::nullopt : device_.behaviour();
+    if (!forcing && (!onDevice || onDevice->current != behaviourForceDischarge)) return std::nullopt;
+    return writer_.applyBehaviour(caps_, behaviourAuto);
 }
 
 WriteError ChargeController::shutdown() {

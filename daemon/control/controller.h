@@ -30,7 +30,8 @@ struct ControlMemory {
 std::optional<std::string> chargeModeOf(const DeviceCapabilities& caps);
 
 // The control loop: from the settings and one reading of the device, a target and a state word, applied to
-// the device. Time is passed in, so tests run days of it against a simulated battery in milliseconds.
+// the device. Time is passed in, so tests run days of it against a simulated battery in milliseconds: the
+// wall clock dates what is published, the boot clock (which nobody sets) times every span.
 class ChargeController {
   public:
     using Log = std::function<void(std::string_view)>;
@@ -55,7 +56,10 @@ class ChargeController {
     WriteError release();
     // Looks at the hardware afresh and rewrites everything on the next tick (start, resume, battery added).
     void reapply();
-    void tick(Instant now);
+    void tick(Instant now, double boot);
+    // Before the machine sleeps: a forced discharge would run on unwatched, so it goes back to auto until
+    // the next reapply() (on resume).
+    WriteError prepareForSleep();
     // The state to leave behind when the service stops: never forced discharge, never inhibited charging.
     WriteError shutdown();
 
@@ -71,20 +75,20 @@ class ChargeController {
     // Returns whether the charger was just unplugged.
     bool followPlug(bool plugged);
     void takeReading(const DeviceReading& reading);
-    void advanceCalibration(const DeviceReading& reading, Instant now, double elapsed);
+    void advanceCalibration(const DeviceReading& reading, Instant now, double boot, double elapsed);
     void updateTopUp(const DeviceReading& reading, bool unplugged, double elapsed);
     void updateHeat(const DeviceReading& reading);
     std::optional<int> target() const;
     // The state this tick ends in, after every write it takes.
-    ChargeState control(const DeviceReading& reading, Instant now, double elapsed);
+    ChargeState control(const DeviceReading& reading, double boot, double elapsed);
     // Returns whether the battery is being forced down.
-    bool superviseDischarge(const DeviceReading& reading, std::optional<int> goal, Instant now);
+    bool superviseDischarge(const DeviceReading& reading, std::optional<int> goal, double boot);
     // Returns whether force-discharge is on the device, as asked (false when the driver refused it).
     bool apply(const DeviceReading& reading, std::optional<int> goal, bool forcing);
     // The battery is out: nothing to hold, nothing to publish about it but that.
     void followAbsence(Instant now);
     ChargeState stateOf(const DeviceReading& reading, std::optional<int> goal, bool forcing) const;
-    void verifyGate(const DeviceReading& reading, std::optional<int> goal, bool forcing, Instant now);
+    void verifyGate(const DeviceReading& reading, std::optional<int> goal, bool forcing, double boot);
     void countProtectedTime(ChargeState state, std::optional<int> goal, double elapsed);
     void enterState(ChargeState state, Instant now);
     void setProtectedSeconds(double seconds);
@@ -102,13 +106,15 @@ class ChargeController {
     double protectedSeconds_ = 0;
 
     bool released_ = false;
+    bool asleep_ = false;
     bool capsKnown_ = false;
     bool absent_ = false;
     bool inhibitLatched_ = false;
     double topUpFullSeconds_ = 0;
-    std::optional<Instant> lastTick_;
+    // Boot-clock times.
+    std::optional<double> lastTick_;
     std::optional<bool> wasPlugged_;
-    std::optional<Instant> holdingSince_;
+    std::optional<double> holdingSince_;
     std::optional<Settings> settingsChange_;
     std::string lastError_;
 };

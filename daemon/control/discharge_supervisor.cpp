@@ -3,11 +3,11 @@
 namespace torvel::daemon {
 
 bool DischargeSupervisor::update(bool wanted, const DeviceReading& reading,
-                                 std::optional<std::string_view> onDevice, Instant now) {
+                                 std::optional<std::string_view> onDevice, double boot) {
     if (step_ == Step::idle) {
         if (!wanted || blocked_) return false;
         step_ = Step::starting;
-        startedAt_ = now;
+        startedAt_ = boot;
         return true;
     }
     if (!wanted) {
@@ -24,7 +24,7 @@ bool DischargeSupervisor::update(bool wanted, const DeviceReading& reading,
         if (reading.status == "Discharging") {
             step_ = Step::running;
             failed_ = false;
-        } else if (now - startedAt_ >= takeHoldSeconds) {
+        } else if (boot - startedAt_ >= takeHoldSeconds) {
             step_ = Step::idle;
             blocked_ = true;
             failed_ = true;

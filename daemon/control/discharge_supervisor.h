@@ -17,9 +17,10 @@ class DischargeSupervisor {
     static constexpr double takeHoldSeconds = 15;
 
     // `wanted`: the conditions for a discharge hold (plugged, above target, enabled, offered).
-    // `onDevice`: the behaviour the device reports now. Returns whether force-discharge should be written.
+    // `onDevice`: the behaviour the device reports now; `boot`: the boot clock, which no one sets. Returns
+    // whether force-discharge should be written.
     bool update(bool wanted, const DeviceReading& reading, std::optional<std::string_view> onDevice,
-                Instant now);
+                double boot);
     // A new plug-in is a new charger and a new chance.
     void pluggedIn() { blocked_ = false; }
     void stop() { step_ = Step::idle; }
@@ -30,7 +31,7 @@ class DischargeSupervisor {
   private:
     enum class Step { idle, starting, running };
     Step step_ = Step::idle;
-    Instant startedAt_ = 0;
+    double startedAt_ = 0;
     bool blocked_ = false;
     bool failed_ = false;
 };

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <vector>
@@ -94,8 +95,20 @@ std::optional<fs::path> keepAside(const fs::path& file) {
     return std::nullopt;
 }
 
+std::optional<std::string> keepAsideAt(int directoryFd, const std::string& name) {
+    for (int n = 1; n < 1000; ++n) {
+        const std::string aside = name + (n == 1 ? std::string(".bad") : ".bad-" + std::to_string(n));
+        if (::renameat2(directoryFd, name.c_str(), directoryFd, aside.c_str(), RENAME_NOREPLACE) == 0)
+            return aside;
+        if (errno != EEXIST) return std::nullopt;
+    }
+    errno = EEXIST;
+    return std::nullopt;
+}
+
 int openForAppend(int directoryFd, const std::string& name, std::string& note) {
-    constexpr int flags = O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
+    // Readable too, so appendWhole can look at how the last line ended.
+    constexpr int flags = O_RDWR | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
     for (int attempt = 0; attempt < 3; ++attempt) {
         FileDescriptor fd(retryOnInterrupt([&] { return ::openat(directoryFd, name.c_str(), flags, 0644); }));
         struct stat info {};
@@ -104,20 +117,48 @@ int openForAppend(int directoryFd, const std::string& name, std::string& note) {
         if (ours) return fd.release();
         if (!fd.valid() && errno != ELOOP && errno != ENXIO) return -1;
         fd.reset();
-        bool kept = false;
-        for (int n = 1; n < 1000 && !kept; ++n) {
-            const std::string aside = name + (n == 1 ? std::string(".bad") : ".bad-" + std::to_string(n));
-            if (::renameat2(directoryFd, name.c_str(), directoryFd, aside.c_str(), RENAME_NOREPLACE) == 0) {
-                note = name + " was a link or not a plain file; kept as " + aside + " and started afresh";
-                kept = true;
-            } else if (errno != EEXIST) {
-                return -1;
-            }
-        }
-        if (!kept) return -1;
+        const auto aside = keepAsideAt(directoryFd, name);
+        if (!aside) return -1;
+        note = name + " was a link or not a plain file; kept as " + *aside + " and started afresh";
     }
     errno = ELOOP;
     return -1;
+}
+
+namespace {
+
+// Where the file should end for its last line to be whole: just after its last line feed. A tail without
+// one in the last stretch read is not a torn line of ours (our lines are short): it is left as it is.
+std::optional<off_t> endOfLastLine(int fd, off_t size) {
+    constexpr off_t stretch = 4096;
+    char tail[stretch];
+    const off_t from = std::max<off_t>(0, size - stretch);
+    const ssize_t n =
+        retryOnInterrupt([&] { return ::pread(fd, tail, static_cast<std::size_t>(size - from), from); });
+    if (n != size - from) return std::nullopt;
+    for (ssize_t i = n; i > 0; --i) {
+        if (tail[i - 1] == '\n') return from + i;
+    }
+    return from == 0 ? std::optional<off_t>(0) : std::nullopt;
+}
+
+}  // namespace
+
+bool appendWhole(int fd, std::string_view bytes) {
+    struct stat info {};
+    if (::fstat(fd, &info) != 0) return false;
+    off_t size = info.st_size;
+    char last = '\n';
+    if (size > 0 && retryOnInterrupt([&] { return ::pread(fd, &last, 1, size - 1); }) == 1 && last != '\n') {
+        if (const auto end = endOfLastLine(fd, size); end && ::ftruncate(fd, *end) == 0) size = *end;
+    }
+    if (writeAll(fd, bytes)) return true;
+    const int error = errno;
+    // The file is ours alone (the caller holds the state directory's lock): what it held before stands. A cut
+    // that fails too is tried again, torn line and all, before the next append.
+    [[maybe_unused]] const int cut = ::ftruncate(fd, size);
+    errno = error;
+    return false;
 }
 
 namespace {

@@ -40,6 +40,15 @@ std::optional<std::filesystem::path> keepAside(const std::filesystem::path& file
 // fresh file takes its place; `note` then says so. Returns -1 with errno on failure.
 int openForAppend(int directoryFd, const std::string& name, std::string& note);
 
+// Renames `name` inside the directory to name.bad, or name.bad-2, name.bad-3… when those exist. Returns the
+// new name, or absent with errno set.
+std::optional<std::string> keepAsideAt(int directoryFd, const std::string& name);
+
+// Appends `bytes` whole or not at all to a file opened by openForAppend: a short write (a full disk) is cut
+// back off, so a reader never meets half a line, not even after space returns. A line an earlier crash left
+// torn is cut off first. Returns false with errno set.
+bool appendWhole(int fd, std::string_view bytes);
+
 // Deletes the temporary files replaceFile leaves behind when the process dies between create and rename.
 // Only names of that form are touched; call it when no other writer can be at work.
 void removeTemporaryFiles(const std::filesystem::path& directory);

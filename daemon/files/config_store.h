@@ -3,29 +3,11 @@
 #include <filesystem>
 #include <optional>
 #include <string>
-#include <string_view>
-#include <variant>
 
 #include "files/atomic_file.h"
 #include "service/settings.h"
 
 namespace torvel::daemon {
-
-// A settings message that passed validation: the settings it leaves in force and its one extra request.
-struct AcceptedSettings {
-    Settings settings;
-    bool resetProtected = false;
-};
-
-// Checks a settings message (or a config file): a JSON object whose known keys have the right types and
-// sane ranges. Keys it leaves out keep their value in `current`; unknown keys are ignored. A refusal is
-// one sentence naming the bad key.
-std::variant<AcceptedSettings, std::string> validateSettings(std::string_view message,
-                                                             const Settings& current);
-
-// Whether an accepted message would turn the limit off, shorten the journal's retention or reset the
-// protected-time counter: changes a session may not make on its own. A message that will be refused is not.
-bool isProtectedChange(std::string_view message, const Settings& current);
 
 // config.json: read once at start, replaced atomically after every accepted message.
 class ConfigStore {

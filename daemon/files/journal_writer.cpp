@@ -25,7 +25,7 @@ FileDescriptor openDirectory(const std::filesystem::path& directory) {
 // Calls `visit(name)` for each day file until it returns false. Names are not gathered first: a
 // directory may hold a hundred thousand of them.
 template <typename Visit>
-void forEachDayFile(int directoryFd, Visit&& visit) {
+void forEachDayFile(int directoryFd, Visit&& visit, bool keptAsideToo = false) {
     FileDescriptor copy(::dup(directoryFd));
     if (!copy.valid()) return;
     DIR* listing = ::fdopendir(copy.get());
@@ -33,10 +33,14 @@ void forEachDayFile(int directoryFd, Visit&& visit) {
     // closedir closes it from here on.
     copy.release();
     while (const dirent* entry = ::readdir(listing)) {
-        if (!JournalWriter::isDayFileName(entry->d_name)) continue;
+        const std::string_view name = entry->d_name;
+        // A day file kept aside is "yyyy-MM-dd.jsonl.bad" or ".bad-N".
+        const bool keptAside = keptAsideToo && name.size() > 16 && name.substr(16).starts_with(".bad") &&
+                               JournalWriter::isDayFileName(name.substr(0, 16));
+        if (!keptAside && !JournalWriter::isDayFileName(name)) continue;
         // d_type spares a stat of each name; unlinkat refuses a folder anyway.
         if (entry->d_type == DT_DIR) continue;
-        if (!visit(std::string_view(entry->d_name))) break;
+        if (!visit(name)) break;
     }
     ::closedir(listing);
 }
@@ -60,7 +64,7 @@ bool JournalWriter::isDayFileName(std::string_view name) {
     return true;
 }
 
-std::variant<bool, std::string> JournalWriter::record(const HistorySample& sample) {
+std::variant<bool, std::string> JournalWriter::record(const HistorySample& sample, double boot) {
     if (last_) {
         const double gap = sample.date - last_->date;
         if (gap < minimumGap && gap >= 0) return false;
@@ -75,17 +79,39 @@ std::variant<bool, std::string> JournalWriter::record(const HistorySample& sampl
     const FileDescriptor out(openForAppend(directory.get(), *name, note));
     if (!out.valid()) return systemError("open", *name, errno);
     if (!note.empty()) note_ = note;
+    struct stat info {};
+    if (::fstat(out.get(), &info) == 0 && info.st_size == 0) {
+        if (started_.size() == 8) started_.erase(started_.begin());
+        started_.emplace_back(*name, boot);
+    }
     // One write per line: a reader never sees half a line from us, only a line or none.
-    const std::string line = JournalLine::encode(sample) + "\n";
-    const ssize_t written = retryOnInterrupt([&] { return ::write(out.get(), line.data(), line.size()); });
-    if (written < 0) return systemError("append to", *name, errno);
+    if (!appendWhole(out.get(), JournalLine::encode(sample) + "\n"))
+        return systemError("append to", *name, errno);
     last_ = sample;
     return true;
 }
 
-FileError JournalWriter::prune(Instant now, int historyDays, bool force) {
-    if (!force && lastPrune_ && now - *lastPrune_ < pruneEvery) return std::nullopt;
-    lastPrune_ = now;
+void JournalWriter::setAsideDaysAhead(Instant now, double since) {
+    const auto today = HistoryStore::dayFileName(now);
+    const FileDescriptor directory = openDirectory(directory_);
+    if (!today || !directory.valid()) return;
+    for (auto it = started_.begin(); it != started_.end();) {
+        if (it->second < since || it->first <= *today) {
+            ++it;
+            continue;
+        }
+        if (const auto aside = keepAsideAt(directory.get(), it->first)) {
+            note_ = it->first + " was written while the clock ran ahead; kept as " + *aside;
+        }
+        it = started_.erase(it);
+    }
+    // The next line goes where the clock says now, however close to the last one.
+    last_.reset();
+}
+
+FileError JournalWriter::prune(Instant now, double boot, int historyDays, bool force) {
+    if (!force && lastPrune_ && boot - *lastPrune_ < pruneEvery) return std::nullopt;
+    lastPrune_ = boot;
     const auto oldestKept = Dates::addLocalDays(now, -historyDays);
     if (!oldestKept) return std::nullopt;
     const FileDescriptor directory = openDirectory(directory_);
@@ -117,13 +143,16 @@ FileError JournalWriter::removeAll() {
     if (!directory.valid())
         return errno == ENOENT ? FileError{} : systemError("open", directory_.filename().string(), errno);
     FileError error;
-    forEachDayFile(directory.get(), [&](std::string_view name) {
-        if (::unlinkat(directory.get(), std::string(name).c_str(), 0) != 0 && errno != EISDIR) {
-            error = systemError("delete", name, errno);
-            return false;
-        }
-        return true;
-    });
+    forEachDayFile(
+        directory.get(),
+        [&](std::string_view name) {
+            if (::unlinkat(directory.get(), std::string(name).c_str(), 0) != 0 && errno != EISDIR) {
+                error = systemError("delete", name, errno);
+                return false;
+            }
+            return true;
+        },
+        true);
     if (error) return error;
     // Fails harmlessly when something else lives there: that is not ours to remove.
     ::rmdir(directory_.c_str());

@@ -40,8 +40,8 @@ void ServiceLog::write(Instant now, std::string_view text) {
     const FileDescriptor fd(openForAppend(directory.get(), file_.filename().string(), note));
     if (!fd.valid()) return;
     if (!note.empty()) line = std::string(stamp) + " " + note + "\n" + line;
-    // The log has nowhere to report its own failure; a lost line is all that can go wrong.
-    retryOnInterrupt([&] { return ::write(fd.get(), line.data(), line.size()); });
+    // The log has nowhere to report its own failure; a lost line is all that can go wrong, never a torn one.
+    appendWhole(fd.get(), line);
 }
 
 }  // namespace torvel::daemon

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "service/settings_rules.h"
+
 namespace torvel::client {
 namespace {
 
@@ -62,29 +64,27 @@ TEST(SettingsChange, RefusesWithOneLineNamingTheFault) {
         EXPECT_EQ(std::get<std::string>(changed), c.error);
     }
 
+    // The words are the service's own (asserted in core); here only that each bad value reaches them.
     const struct {
         const char* key;
         std::vector<std::string> values;
-        const char* expected;
     } badValues[] = {
-        {"limit", {"abc", "79.5", "19", "101", "", "99999999999999999999"}, "a whole number from 20 to 100"},
-        {"hysteresis", {"0"}, "a whole number from 1 to 40"},
-        {"thermalLimit", {"61"}, "a whole number from 25 to 60"},
-        {"topUpHours", {"-1"}, "a whole number from 0 to 48"},
-        {"historyDays", {"3651"}, "a whole number from 1 to 3650"},
-        {"blinkSeconds", {"0.4", "nan"}, "seconds from 0.5 to 5"},
-        {"enabled", {"maybe"}, "true or false"},
-        {"thermal", {"TRUE"}, "true or false"},
-        {"resetProtected", {"false"}, "true"},
+        {"limit", {"abc", "79.5", "19", "101", "", "99999999999999999999"}},
+        {"blinkSeconds", {"0.4", "nan"}},
+        {"thermal", {"TRUE", "maybe"}},
+        {"resetProtected", {"1x"}},
     };
     for (const auto& c : badValues) {
+        const SettingRule* rule = findSettingRule(c.key);
+        const std::string refusal = rule ? settingRefusal(*rule) : resetProtectedRefusal();
         for (const auto& value : c.values) {
             const auto changed = changeSettings({}, {c.key + ("=" + value)});
             ASSERT_TRUE(std::holds_alternative<std::string>(changed)) << c.key << "=" << value;
-            EXPECT_EQ(std::get<std::string>(changed), "bad value for " + std::string(c.key) + ": '" + value +
-                                                          "' (expected " + c.expected + ")");
+            EXPECT_EQ(std::get<std::string>(changed), refusal) << c.key << "=" << value;
         }
     }
+    // There is nothing to "not reset": false asks for nothing.
+    EXPECT_TRUE(std::get<SettingsChange>(changeSettings({}, {"resetProtected=false"})).extra.empty());
 }
 
 }  // namespace

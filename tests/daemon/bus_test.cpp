@@ -27,13 +27,16 @@ constexpr const char* accessDenied = "org.freedesktop.DBus.Error.AccessDenied";
 struct ServiceCommands final : BusCommands {
     ChargeService& service;
     std::atomic<int> restarts{0};
+    static constexpr Moment at{1e9, 1e5};
     explicit ServiceCommands(ChargeService& s) : service(s) {}
-    bool isProtectedChange(std::string_view message) const override {
-        return service.isProtectedChange(message);
+    bool needsAdministrator(const SettingsUpdate& update) const override {
+        return service.needsAdministrator(update);
     }
-    CallReply applySettings(std::string_view message) override { return service.applySettings(message, 1e9); }
-    CallReply purgeAllData() override { return service.purgeAllData(1e9); }
-    CallReply releaseCharge() override { return service.releaseCharge(1e9); }
+    CallReply applySettings(const SettingsUpdate& update) override {
+        return service.applySettings(update, at);
+    }
+    CallReply purgeAllData() override { return service.purgeAllData(at); }
+    CallReply releaseCharge() override { return service.releaseCharge(at); }
     void restart() override { ++restarts; }
 };
 
@@ -56,7 +59,7 @@ class BusTest : public ::testing::Test {
             sd_bus* bus = testing::connect(bus_.address());
             sd_bus_attach_event(bus, event, 0);
             sim::SimulatedBattery battery({.startPercent = 60});
-            ChargeService service(paths_, battery, {"9.9", "/test"}, 1e9);
+            ChargeService service(paths_, battery, {"9.9", "/test"}, ServiceCommands::at);
             ServiceCommands commands(service);
             Authoriser authoriser(bus, ::geteuid(), [this](sd_bus_message*) { return callerUid_.load(); });
             BusService busService(bus, commands, authoriser);

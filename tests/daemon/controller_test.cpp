@@ -15,19 +15,24 @@ using sim::SimulatedBattery;
 using Phase = CalibrationStatus::Phase;
 using Writes = std::vector<std::string>;
 
+// The wall and boot clocks in step, as they are when nobody sets the time.
+void tickAt(ChargeController& controller, Instant now) {
+    controller.tick(now, now);
+}
+
 // A simulated battery and a controller ticking every five seconds of fake time.
 struct Rig {
     explicit Rig(BatteryOptions options, Settings settings, ControlMemory memory = {})
         : battery(std::move(options)),
           controller(battery, std::move(memory), [this](std::string_view line) { log.emplace_back(line); }) {
         controller.setSettings(settings);
-        controller.tick(now);
+        tickAt(controller, now);
     }
 
     void run(double seconds, double step = 5) {
         for (double done = 0; done < seconds; done += step) {
             battery.advance(step);
-            controller.tick(now += step);
+            tickAt(controller, now += step);
         }
     }
     // Runs until `done` holds or `limit` seconds pass; returns whether it held.
@@ -115,7 +120,7 @@ TEST(ChargeController, OrdersThresholdWritesSoStartNeverExceedsEnd) {
         battery.clearWrites();
         ChargeController controller(battery, {}, {});
         controller.setSettings({.limit = c.limit});
-        controller.tick(0);
+        tickAt(controller, 0);
         EXPECT_EQ(battery.writes(), c.writes) << c.fromStart << "/" << c.fromEnd << " -> " << c.limit;
     }
 }
@@ -365,13 +370,13 @@ TEST(ChargeController, ARemovedBatteryIsPublishedAbsentAndTakenUpAgainWhenBack) 
     ChargeController controller(device, {}, [&](std::string_view line) { log.emplace_back(line); });
     controller.setSettings({.limit = 80});
     Instant now = 1'700'000'000;
-    controller.tick(now);
+    tickAt(controller, now);
     battery.advance(5);
-    controller.tick(now += 5);
+    tickAt(controller, now += 5);
     ASSERT_EQ(controller.status().state, ChargeState::hold);
 
     device.absent = true;
-    controller.tick(now += 5);
+    tickAt(controller, now += 5);
     EXPECT_EQ(controller.status().state, std::nullopt);
     EXPECT_EQ(controller.status().otherState, "absent");
     EXPECT_EQ(controller.status().pct, 0);
@@ -382,11 +387,11 @@ TEST(ChargeController, ARemovedBatteryIsPublishedAbsentAndTakenUpAgainWhenBack) 
     battery.setThreshold(Threshold::start, 0);
     battery.setThreshold(Threshold::end, 100);
     device.absent = false;
-    controller.tick(now += 5);
+    tickAt(controller, now += 5);
     EXPECT_EQ(controller.status().otherState, std::nullopt);
     EXPECT_EQ(battery.endThresholdValue(), 80);
     battery.advance(5);
-    controller.tick(now += 5);
+    tickAt(controller, now += 5);
     EXPECT_EQ(controller.status().state, ChargeState::hold);
     EXPECT_EQ(log.back(), "battery back; taking it up again");
 }
@@ -400,7 +405,7 @@ TEST(ChargeController, ARefusedDischargeWriteIsNeverPublishedAsADischarge) {
     Instant now = 1'700'000'000;
     // Each tick tries again until the cut has had its time to take hold; none of them says "discharge".
     for (int i = 0; i < 6; ++i) {
-        controller.tick(now += 5);
+        tickAt(controller, now += 5);
         EXPECT_NE(controller.status().state, ChargeState::discharge);
         EXPECT_EQ(battery.behaviourValue(), "auto");
     }

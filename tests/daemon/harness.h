@@ -11,7 +11,11 @@
 
 #include <chrono>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <list>
 #include <optional>
+#include <regex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -116,17 +120,45 @@ inline sd_bus* connect(const std::string& address) {
     return nullptr;
 }
 
+// Debian's system bus configuration (its limits and default policy) listening on `socket`, with `policy`
+// included, root allowed to own the mock services' names and polkit open to all, as its own package has it;
+// empty when system.conf cannot be read.
+inline std::string systemBusConfig(const std::filesystem::path& socket, const std::filesystem::path& policy) {
+    std::ifstream in("/usr/share/dbus-1/system.conf");
+    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    if (text.empty()) return "";
+    // What would make it the machine's own bus: its user, socket, pid file and the machine's policies.
+    for (const char* pattern : {R"(<user>[^<]*</user>)", R"(<fork/>)", R"(<pidfile>[^<]*</pidfile>)",
+                                R"(<syslog/>)", R"(<servicehelper>[^<]*</servicehelper>)",
+                                R"(<standard_system_servicedirs/>)", R"(<includedir>[^<]*</includedir>)",
+                                R"(<include [^>]*>[^<]*</include>)", R"(<listen>[^<]*</listen>)"}) {
+        text = std::regex_replace(text, std::regex(pattern), "");
+    }
+    const std::string extra =
+        "<listen>unix:path=" + socket.string() + "</listen>\n<include>" + policy.string() +
+        "</include>\n<policy user=\"root\"><allow own=\"*\"/></policy>\n"
+        "<policy context=\"default\"><allow send_destination=\"org.freedesktop.PolicyKit1\"/></policy>\n"
+        "</busconfig>";
+    return text.replace(text.rfind("</busconfig>"), std::string_view("</busconfig>").size(), extra);
+}
+
 class PrivateBus {
   public:
-    bool start(bool withPolkit) {
-        if (!daemon_.start({"/usr/bin/dbus-daemon", "--session", "--nofork", "--print-address=1"}, {},
-                           &address_) ||
+    // With `config`, a bus run under that configuration file instead of the session bus's.
+    bool start(bool withPolkit, const std::string& config = "") {
+        if (!daemon_.start({"/usr/bin/dbus-daemon", config.empty() ? "--session" : "--config-file=" + config,
+                            "--nofork", "--print-address=1"},
+                           {}, &address_) ||
             address_.empty()) {
             return false;
         }
-        if (!withPolkit) return true;
-        if (!polkit_.start({"/usr/bin/python3", "-m", "dbusmock", "--system", "--template", "polkitd"},
-                           {"DBUS_SYSTEM_BUS_ADDRESS=" + address_})) {
+        return !withPolkit || addMock("polkitd", "org.freedesktop.PolicyKit1");
+    }
+    // One of python-dbusmock's templates (polkitd, logind), up once it owns `name`.
+    bool addMock(const char* templateName, const char* name) {
+        if (!mocks_.emplace_back().start(
+                {"/usr/bin/python3", "-m", "dbusmock", "--system", "--template", templateName},
+                {"DBUS_SYSTEM_BUS_ADDRESS=" + address_})) {
             return false;
         }
         sd_bus* bus = connect(address_);
@@ -135,8 +167,7 @@ class PrivateBus {
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
             sd_bus_message* reply = nullptr;
             if (sd_bus_call_method(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus",
-                                   "org.freedesktop.DBus", "NameHasOwner", nullptr, &reply, "s",
-                                   "org.freedesktop.PolicyKit1") >= 0) {
+                                   "org.freedesktop.DBus", "NameHasOwner", nullptr, &reply, "s", name) >= 0) {
                 sd_bus_message_read(reply, "b", &up);
             }
             sd_bus_message_unref(reply);
@@ -148,7 +179,8 @@ class PrivateBus {
 
   private:
     Child daemon_;
-    Child polkit_;
+    // Ended before the bus they are on.
+    std::list<Child> mocks_;
     std::string address_;
 };
 
