@@ -130,5 +130,11 @@ check "the service holds the limit" wait_for 10 '[ "$(attr charge_control_end_th
 check "torvelctl uninstall succeeds" test $? -eq 0
 check "the unit is gone" test ! -e "$unit"
 check "charging handed back: auto and 40/90" test "$(behaviour)/$(thresholds)" = auto/40/90
+# The app's installer: the same helper through pkexec, as ana.
+as_ana pkexec /home/ana/torvel-build/daemon/install-service /home/ana/torvel-build/daemon/torvel-daemon
+check "the helper through pkexec installs from ana's own tree" \
+  wait_for 20 '[ "$(systemctl is-active torvel-daemon.service)" = active ]'
+as_ana pkexec /usr/local/libexec/torvel/uninstall-service
+check "and its root-owned uninstaller through pkexec removes it" test ! -e "$unit"
 
 finish
