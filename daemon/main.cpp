@@ -10,18 +10,24 @@
 #include "common/syscalls.h"
 #include "event_loop.h"
 #include "probe.h"
+#include "thresholds_record.h"
 
 namespace {
 
-constexpr const char* usage = R"(Usage: torvel-daemon [--probe --json | --hand-back | --version | --help]
+constexpr const char* usage = R"(Usage: torvel-daemon [--probe --json | --hand-back | --record-thresholds |
+                     --restore-thresholds | --version | --help]
 
 Without arguments, runs the charge service: holds the charge limit of config.json, publishes
 status.json and the journal, and answers com.torvel.Daemon1 on the system bus.
 
-  --probe --json   print what this machine lets the service control, as JSON, and exit
-  --hand-back      set charge_behaviour back to auto if it was left otherwise (the unit's
-                   ExecStopPost= step: a killed service never leaves the charger forced)
-  --version        print the version and exit
+  --probe --json         print what this machine lets the service control, as JSON, and exit
+  --hand-back            set charge_behaviour back to auto if it was left otherwise (the unit's
+                         ExecStopPost= step: a killed service never leaves the charger forced)
+  --record-thresholds    note every battery's charge thresholds, unless a note is there already
+                         (the installers run it before the service first starts)
+  --restore-thresholds   put the noted thresholds back, charge_behaviour to auto, and drop the
+                         note (the uninstallers run it once the service has stopped)
+  --version              print the version and exit
 
 Environment: TORVEL_ROOT prefixes every file path, TORVEL_SYSFS replaces /sys/class/power_supply,
 DBUS_SYSTEM_BUS_ADDRESS chooses the bus. SIGHUP reads config.json again. Exit status 75 after
@@ -48,6 +54,14 @@ int main(int argc, char** argv) {
             return 1;
         }
         return 0;
+    }
+    const bool record = argc == 2 && std::strcmp(argv[1], "--record-thresholds") == 0;
+    if (record || (argc == 2 && std::strcmp(argv[1], "--restore-thresholds") == 0)) {
+        const auto report =
+            record ? torvel::daemon::recordThresholds(paths) : torvel::daemon::restoreThresholds(paths);
+        for (const auto& line : report.done) std::cout << "torvel-daemon: " << line << "\n";
+        for (const auto& line : report.failures) std::cerr << "torvel-daemon: " << line << "\n";
+        return report.failures.empty() ? 0 : 1;
     }
     if (argc == 2 && std::strcmp(argv[1], "--version") == 0) {
         std::cout << TORVEL_VERSION << "\n";

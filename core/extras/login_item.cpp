@@ -24,10 +24,14 @@ std::string LoginItem::autostartEntry(std::string_view executable) {
         exec += c;
     }
     if (quote) exec += '"';
+    // TryExec: once the program is removed, the desktop skips the entry instead of failing at every login.
     return "[Desktop Entry]\n"
            "Type=Application\n"
            "Name=Torvel\n"
            "Comment=Keeps the battery inside the charge range you choose\n"
+           "TryExec=" +
+           std::string(executable) +
+           "\n"
            "Exec=" +
            exec +
            "\n"
@@ -46,7 +50,7 @@ std::optional<std::filesystem::path> userConfigDirectory(const Paths::Environmen
 std::optional<std::filesystem::path> LoginItem::autostartFile(const Paths::Environment& env) {
     const auto config = userConfigDirectory(env);
     if (!config) return std::nullopt;
-    return *config / "autostart" / "torvel.desktop";
+    return *config / "autostart" / "com.torvel.Torvel.desktop";
 }
 
 std::string_view name(LoginItem::Status status) {

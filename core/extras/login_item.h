@@ -32,7 +32,8 @@ struct LoginItem {
     // default).
     static std::string autostartEntry(std::string_view executable);
 
-    // $XDG_CONFIG_HOME/autostart/torvel.desktop, with ~/.config standing in for an unset XDG_CONFIG_HOME.
+    // $XDG_CONFIG_HOME/autostart/com.torvel.Torvel.desktop (named after the app id), with ~/.config
+    // standing in for an unset XDG_CONFIG_HOME.
     static std::optional<std::filesystem::path> autostartFile(const Paths::Environment& env);
 };
 

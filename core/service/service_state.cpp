@@ -70,8 +70,12 @@ int compareVersions(std::string_view a, std::string_view b) {
 }
 
 bool serviceFromElsewhere(const ServiceFacts& facts) {
+    // A copy that is not installed (a build tree) never runs its service where it is: the install helper
+    // runs root's own copy of it from here, so the service there is this copy's.
+    constexpr std::string_view helperCopy = "/usr/local/libexec/torvel/torvel-daemon";
+    const bool ownHelperCopy = !facts.ownCopyInApplications && facts.daemonPath == helperCopy;
     return facts.daemonInstalled && !facts.serviceNeedsMigration && present(facts.daemonPath) &&
-           *facts.daemonPath != facts.ownDaemonPath;
+           *facts.daemonPath != facts.ownDaemonPath && !ownHelperCopy;
 }
 
 bool serviceOutdated(const ServiceFacts& facts) {

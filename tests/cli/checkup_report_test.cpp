@@ -87,7 +87,7 @@ TEST_F(CheckupCommand, UserFilesDecideLoginAndUpdates) {
     };
     for (const auto& c : cases) {
         fs::remove_all(config);
-        if (c.autostart) write(config / "autostart" / "torvel.desktop", c.autostart);
+        if (c.autostart) write(config / "autostart" / "com.torvel.Torvel.desktop", c.autostart);
         if (c.updates) write(config / "Torvel" / "Torvel.conf", c.updates);
         const json::Value checkup = checkupJson(c.installed);
         ASSERT_TRUE(checkup.is_object()) << c.what;

@@ -33,6 +33,7 @@ TEST(LoginItem, TheEntryItWritesReadsBackAsEnabledAndQuotesAnAwkwardPath) {
     for (const auto& [executable, exec] : cases) {
         const std::string entry = LoginItem::autostartEntry(executable);
         EXPECT_NE(entry.find(exec), std::string::npos) << entry;
+        EXPECT_NE(entry.find("\nTryExec=" + std::string(executable) + "\n"), std::string::npos) << entry;
         EXPECT_EQ(LoginItem::fromAutostartEntry(entry), LoginItem::Status::enabled);
     }
 }
@@ -41,9 +42,10 @@ TEST(LoginItem, TheFileHonoursXdgConfigHome) {
     const auto env = [](std::optional<std::string> config, std::optional<std::string> home) {
         return [=](const char* name) { return std::string_view(name) == "HOME" ? home : config; };
     };
-    EXPECT_EQ(LoginItem::autostartFile(env("/x/cfg", "/home/u")), "/x/cfg/autostart/torvel.desktop");
+    EXPECT_EQ(LoginItem::autostartFile(env("/x/cfg", "/home/u")),
+              "/x/cfg/autostart/com.torvel.Torvel.desktop");
     EXPECT_EQ(LoginItem::autostartFile(env("relative", "/home/u")),
-              "/home/u/.config/autostart/torvel.desktop");
+              "/home/u/.config/autostart/com.torvel.Torvel.desktop");
     EXPECT_EQ(LoginItem::autostartFile(env(std::nullopt, std::nullopt)), std::nullopt);
 }
 

@@ -18,7 +18,8 @@ TEST(SettingsPage, EveryControlWritesItsFieldAtOnce) {
     rig.writeStatus(R"("state":"hold")");
     ChargeSettings& settings = rig.make();
     BatteryMonitor battery(TORVEL_FIXTURES "/power_supply/laptop_charging", false);
-    LoginItemModel login(machine.path() / "autostart/torvel.desktop", QStringLiteral("/usr/bin/torvel"));
+    LoginItemModel login(machine.path() / "autostart/com.torvel.Torvel.desktop",
+                         QStringLiteral("/usr/bin/torvel"));
     SettingsPageModel page(settings, battery, login, SystemLock{});
     ASSERT_TRUE(page.canReachService());
 
@@ -53,10 +54,10 @@ TEST(SettingsPage, EveryControlWritesItsFieldAtOnce) {
 
     page.setStartup(1);
     EXPECT_EQ(page.startup(), 1);
-    EXPECT_TRUE(fs::exists(machine.path() / "autostart/torvel.desktop"));
+    EXPECT_TRUE(fs::exists(machine.path() / "autostart/com.torvel.Torvel.desktop"));
     page.setStartup(0);
     EXPECT_EQ(page.startup(), 0);
-    EXPECT_FALSE(fs::exists(machine.path() / "autostart/torvel.desktop"));
+    EXPECT_FALSE(fs::exists(machine.path() / "autostart/com.torvel.Torvel.desktop"));
 }
 
 TEST(SettingsPage, SwitchesThatNeedTheServiceWriteNothingWhileItCannotBeReached) {

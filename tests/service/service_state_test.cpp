@@ -52,6 +52,13 @@ TEST(ServiceState, FirstMatchingCaseWins) {
              f.ownCopyInApplications = false;
          },
          ServiceState::elsewhere},
+        {"a build tree's service, run from the helper's root-owned copy",
+         [](ServiceFacts& f) {
+             f.daemonPath = "/usr/local/libexec/torvel/torvel-daemon";
+             f.ownDaemonPath = "/home/me/build/daemon/torvel-daemon";
+             f.ownCopyInApplications = false;
+         },
+         ServiceState::running},
         {"elsewhere beats outdated",
          [](ServiceFacts& f) {
              f.daemonPath = "/tmp/torvel-daemon";
