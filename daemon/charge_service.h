@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -27,7 +28,10 @@ class ChargeService {
         std::string executablePath;
     };
 
-    ChargeService(const Paths& paths, PowerDevice& device, Identity identity, Instant startedAt);
+    // Without a `lookout`, the machine's own (UPower, TLP, KDE) names whoever else writes the charge
+    // controls.
+    ChargeService(const Paths& paths, PowerDevice& device, Identity identity, Instant startedAt,
+                  std::unique_ptr<WriterLookout> lookout = nullptr);
 
     void tick(Instant now);
     // Start, resume, battery added: look at the hardware afresh and rewrite everything.
@@ -65,6 +69,7 @@ class ChargeService {
     StateStore state_;
     StatusPublisher status_;
     JournalWriter journal_;
+    std::unique_ptr<WriterLookout> lookout_;
     ChargeController controller_;
     std::optional<ControlMemory> savedMemory_;
     Instant memorySavedAt_ = 0;

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "common/syscalls.h"
+#include "device/sysfs_device.h"
 #include "event_loop.h"
 #include "probe.h"
 
@@ -19,8 +20,8 @@ Without arguments, runs the charge service: holds the charge limit of config.jso
 status.json and the journal, and answers com.torvel.Daemon1 on the system bus.
 
   --probe --json   print what this machine lets the service control, as JSON, and exit
-  --hand-back      set charge_behaviour back to auto if it was left otherwise (the unit's
-                   ExecStopPost= step: a killed service never leaves the charger forced)
+  --hand-back      set every battery's charge_behaviour back to auto unless it reads auto (the
+                   unit's ExecStopPost= step: a killed service never leaves the charger forced)
   --version        print the version and exit
 
 Environment: TORVEL_ROOT prefixes every file path, TORVEL_SYSFS replaces /sys/class/power_supply,
@@ -43,7 +44,7 @@ int main(int argc, char** argv) {
         return 0;
     }
     if (argc == 2 && std::strcmp(argv[1], "--hand-back") == 0) {
-        if (auto error = torvel::daemon::handBack(paths)) {
+        if (auto error = torvel::daemon::handBack(paths.powerSupply)) {
             std::cerr << "torvel-daemon: " << *error << "\n";
             return 1;
         }

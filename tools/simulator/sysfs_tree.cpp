@@ -70,15 +70,17 @@ void SysfsTree::absorbWrites() {
         if (!now || now->empty() || shown == shown_.end() || *now == shown->second) return std::nullopt;
         return now;
     };
-    const auto settle = [&](const fs::path& relative, const daemon::WriteError& refused) {
-        if (refused) refusals_.push_back(*refused);
+    const auto settle = [&](const fs::path& relative, const daemon::WriteResult& refused) {
+        if (refused) refusals_.push_back(refused->text);
         shown_.erase(relative);  // republish whatever the model made of it
     };
-    const auto setThreshold = [&](Threshold which, const std::string& text) -> daemon::WriteError {
+    const auto setThreshold = [&](Threshold which, const std::string& text) -> daemon::WriteResult {
         try {
             return battery_.setThreshold(which, std::stoi(text));
         } catch (...) {
-            return "cannot write " + std::string(daemon::thresholdAttribute(which)) + ": Invalid argument";
+            return daemon::WriteFailure{
+                "cannot write " + std::string(daemon::thresholdAttribute(which)) + ": Invalid argument",
+                true};
         }
     };
 
@@ -96,7 +98,7 @@ void SysfsTree::absorbWrites() {
     }
     if (!options.behaviours.empty()) {
         if (const auto behaviour = written(behaviourFile))
-            settle(behaviourFile, battery_.setBehaviour(*behaviour));
+            settle(behaviourFile, battery_.setBehaviour(battery_.options().name, *behaviour));
     }
 }
 
