@@ -10,8 +10,9 @@ std::string ControlWords::notHeld(std::string_view failure) {
 }
 
 std::string ControlWords::heldInstead(int asked, int held) {
-    return fillSentence("This laptop’s battery doesn’t take a limit of %1, so Torvel holds %2, the nearest it takes.",
-                        {Fmt::percent(asked), Fmt::percent(held)});
+    return fillSentence(
+        "This laptop’s battery doesn’t take a limit of %1, so Torvel holds %2, the nearest it takes.",
+        {Fmt::percent(asked), Fmt::percent(held)});
 }
 
 }  // namespace torvel

@@ -63,7 +63,8 @@ TlpFile readTlpFile(std::string_view text) {
         if (line.empty() || line.front() == '#' || equals == std::string_view::npos) continue;
         const std::string_view key = trimmed(line.substr(0, equals));
         std::string_view value = trimmed(line.substr(equals + 1));
-        if (value.size() >= 2 && (value.front() == '"' || value.front() == '\'') && value.back() == value.front())
+        if (value.size() >= 2 && (value.front() == '"' || value.front() == '\'') &&
+            value.back() == value.front())
             value = value.substr(1, value.size() - 2);
         if (key == "TLP_ENABLE") file.enabled = value != "0";
         if ((key.starts_with("START_CHARGE_THRESH_BAT") || key.starts_with("STOP_CHARGE_THRESH_BAT")) &&

@@ -39,7 +39,8 @@ std::string OtherWriterWatch::noticed(std::string_view battery, std::string_view
 }
 
 std::optional<std::string> OtherWriterWatch::recheck(const std::vector<std::string>& batteries, Instant now) {
-    if (!writer_ || (checkedAt_ && now - *checkedAt_ < recheckSeconds && now >= *checkedAt_)) return std::nullopt;
+    if (!writer_ || (checkedAt_ && now - *checkedAt_ < recheckSeconds && now >= *checkedAt_))
+        return std::nullopt;
     checkedAt_ = now;
     if (writer_->program == OtherWriter::Program::unknown) {
         // Nothing to ask about an unnamed writer: only new settings take the controls back from it.

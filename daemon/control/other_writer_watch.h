@@ -15,8 +15,8 @@ namespace torvel::daemon {
 class WriterLookout {
   public:
     virtual ~WriterLookout() = default;
-    // Who sets the charge controls of these batteries besides the service, when anything says so: UPower with its
-    // charge threshold on, TLP with thresholds in its configuration, KDE's charge-limit helper.
+    // Who sets the charge controls of these batteries besides the service, when anything says so: UPower with
+    // its charge threshold on, TLP with thresholds in its configuration, KDE's charge-limit helper.
     virtual std::optional<OtherWriter> identify(const std::vector<std::string>& batteries) = 0;
 };
 
@@ -36,10 +36,10 @@ class OtherWriterWatch {
     explicit OtherWriterWatch(WriterLookout* lookout) : lookout_(lookout) {}
 
     // A change the service did not make (`change` as ChargeWriter words it). Returns the log line.
-    std::string noticed(std::string_view battery, std::string_view change, const std::vector<std::string>& batteries,
-                        Instant now);
-    // Looks again, at most every recheckSeconds, at whether the program still holds the controls. Returns a log
-    // line when the service takes them back.
+    std::string noticed(std::string_view battery, std::string_view change,
+                        const std::vector<std::string>& batteries, Instant now);
+    // Looks again, at most every recheckSeconds, at whether the program still holds the controls. Returns a
+    // log line when the service takes them back.
     std::optional<std::string> recheck(const std::vector<std::string>& batteries, Instant now);
     // New settings from the user: the service holds again, and says so again if someone still writes.
     void reset();

@@ -13,9 +13,9 @@ constexpr std::uint64_t callTimeoutMicros = 500000;
 bool upowerHoldsThreshold(sd_bus* bus, std::string_view battery) {
     sd_bus_error error = SD_BUS_ERROR_NULL;
     int enabled = 0;
-    const int result = sd_bus_get_property_trivial(bus, "org.freedesktop.UPower", upowerDevicePath(battery).c_str(),
-                                                   "org.freedesktop.UPower.Device", "ChargeThresholdEnabled", &error,
-                                                   'b', &enabled);
+    const int result = sd_bus_get_property_trivial(
+        bus, "org.freedesktop.UPower", upowerDevicePath(battery).c_str(), "org.freedesktop.UPower.Device",
+        "ChargeThresholdEnabled", &error, 'b', &enabled);
     sd_bus_error_free(&error);
     return result >= 0 && enabled;
 }
@@ -46,10 +46,13 @@ std::optional<OtherWriter> SystemWriterLookout::identify(const std::vector<std::
     std::optional<OtherWriter> found;
     for (const auto& battery : batteries) {
         if (bus != nullptr && !found && upowerHoldsThreshold(bus, battery))
-            found = OtherWriter{.program = OtherWriter::Program::upower, .file = {}, .at = {}, .yielded = false};
+            found =
+                OtherWriter{.program = OtherWriter::Program::upower, .file = {}, .at = {}, .yielded = false};
     }
     if (!found) {
-        if (auto file = tlpThresholdFile(paths_)) found = OtherWriter{.program = OtherWriter::Program::tlp, .file = file, .at = {}, .yielded = false};
+        if (auto file = tlpThresholdFile(paths_))
+            found =
+                OtherWriter{.program = OtherWriter::Program::tlp, .file = file, .at = {}, .yielded = false};
     }
     if (!found && bus != nullptr && nameOwned(bus, "org.kde.powerdevil.chargethresholdhelper"))
         found = OtherWriter{.program = OtherWriter::Program::kde, .file = {}, .at = {}, .yielded = false};
