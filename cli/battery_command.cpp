@@ -71,10 +71,11 @@ void printReading(std::FILE* out, const BatteryAttributes& battery) {
     std::fprintf(out, "    charge: %s, %s, health %s, cycles %s\n", orUnknown(battery.capacity, "%").c_str(),
                  battery.status.value_or("no status").c_str(), orUnknown(battery.healthPercent, "%").c_str(),
                  orUnknown(battery.cycleCount, "").c_str());
-    std::fprintf(out, "    current %s, power %s, full %s (%s), design %s (%s)\n",
-                 orUnknown(battery.currentMicroamps, " µA").c_str(), orUnknown(battery.powerMicrowatts, " µW").c_str(),
-                 orUnknown(battery.fullChargeMah, " mAh").c_str(), orUnknown(battery.fullEnergyMwh, " mWh").c_str(),
-                 orUnknown(battery.designMah, " mAh").c_str(), orUnknown(battery.designEnergyMwh, " mWh").c_str());
+    std::fprintf(
+        out, "    current %s, power %s, full %s (%s), design %s (%s)\n",
+        orUnknown(battery.currentMicroamps, " µA").c_str(), orUnknown(battery.powerMicrowatts, " µW").c_str(),
+        orUnknown(battery.fullChargeMah, " mAh").c_str(), orUnknown(battery.fullEnergyMwh, " mWh").c_str(),
+        orUnknown(battery.designMah, " mAh").c_str(), orUnknown(battery.designEnergyMwh, " mWh").c_str());
 }
 
 }  // namespace
@@ -92,11 +93,13 @@ int batteryCommand(const std::vector<std::string>& args, std::FILE* out, std::FI
         return exitFailed;
     }
     if (std::get<Options>(parsed).has("--json")) {
-        std::fprintf(out, "%s\n", reportJson(*report).dump(2, ' ', false, json::Value::error_handler_t::replace).c_str());
+        std::fprintf(out, "%s\n",
+                     reportJson(*report).dump(2, ' ', false, json::Value::error_handler_t::replace).c_str());
         return exitOk;
     }
     for (const auto& supply : report->supplies) {
-        std::fprintf(out, "%s: %s%s\n", supply.name.c_str(), supply.role.c_str(), supply.controlled ? ", held" : "");
+        std::fprintf(out, "%s: %s%s\n", supply.name.c_str(), supply.role.c_str(),
+                     supply.controlled ? ", held" : "");
         for (const auto& [name, text] : supply.attributes)
             std::fprintf(out, "  %-32s %s\n", name.c_str(), text.c_str());
         if (supply.reading) printReading(out, *supply.reading);

@@ -28,8 +28,10 @@ std::string whyControlled(const BatteryControls& controls) {
     if (mode == "thresholds") return "The service holds the limit here with the charge thresholds.";
     if (controls.incomplete)
         return "The service cannot read charge_behaviour right now and will look at this battery again.";
-    if (mode == "behaviour") return "The service holds the limit here by pausing charging with charge_behaviour.";
-    return "The driver offers no charge threshold or charge_behaviour that could hold a limit on this battery.";
+    if (mode == "behaviour")
+        return "The service holds the limit here by pausing charging with charge_behaviour.";
+    return "The driver offers no charge threshold or charge_behaviour that could hold a limit on this "
+           "battery.";
 }
 
 }  // namespace

@@ -11,7 +11,7 @@ namespace {
 constexpr std::uint64_t callTimeoutMicros = 500000;
 
 bool upowerHoldsThreshold(sd_bus* bus, std::string_view battery) {
-    sd_bus_error error = SD_BUS_ERROR_NULL;
+    sd_bus_error error{};
     int enabled = 0;
     const int result = sd_bus_get_property_trivial(
         bus, "org.freedesktop.UPower", upowerDevicePath(battery).c_str(), "org.freedesktop.UPower.Device",

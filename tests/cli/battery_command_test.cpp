@@ -12,7 +12,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A ThinkPad on its second battery with a mouse and a Type-C charger without PD: what a bug report needs to see.
+// A ThinkPad on its second battery with a mouse and a Type-C charger without PD: what a bug report needs to
+// see.
 TEST(BatteryCommand, ShowsEverySupplyAndWhichBatteryIsHeld) {
     const fs::path root = fs::temp_directory_path() / ("torvel-battery-" + std::to_string(::getpid()));
     fs::remove_all(root);
