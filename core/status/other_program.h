@@ -7,7 +7,7 @@
 
 namespace torvel {
 
-// What the checkup, the This Mac page and the Settings page say when another program writes the same charge
+// What the checkup, the troubleshooting page and the Settings page say when another program writes the same charge
 // controls as Torvel, and the one fix they offer.
 struct OtherProgramNote {
     enum class Action {
