@@ -7,8 +7,8 @@
 
 namespace torvel {
 
-// What the checkup, the troubleshooting page and the Settings page say when another program writes the same charge
-// controls as Torvel, and the one fix they offer.
+// What the checkup, the troubleshooting page and the Settings page say when another program writes the same
+// charge controls as Torvel, and the one fix they offer.
 struct OtherProgramNote {
     enum class Action {
         turnOffUPowerThreshold,  // UPower's EnableChargeThreshold(false), then the settings sent again
