@@ -21,6 +21,8 @@ constexpr Entry commands[] = {
     {"set", setCommand, "change settings (KEY=VALUE...) through the charge service"},
     {"topup", topupCommand, "a one-off charge to full: on or off"},
     {"calibrate", calibrateCommand, "a calibration run: start or stop"},
+    {"battery", batteryCommand,
+     "every power supply as the kernel shows it, and what the product reads from it"},
     {"probe", probeCommand, "what this machine lets the charge service do"},
     {"install", installCommand, "install this copy's charge service (asks for administrator rights)"},
     {"uninstall", uninstallCommand, "remove the charge service; --keep-data keeps settings and history"},

@@ -24,6 +24,7 @@ int topupCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE
 int calibrateCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err);
 int installCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err);
 int uninstallCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err);
+int batteryCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err);
 int probeCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err);
 
 }  // namespace torvel::cli

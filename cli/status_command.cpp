@@ -8,6 +8,8 @@
 #include "data_directory.h"
 #include "options.h"
 #include "service/settings_rules.h"
+#include "status/mac_page.h"
+#include "status/other_program.h"
 #include "status/panel_state.h"
 #include "status/service_words.h"
 
@@ -128,6 +130,10 @@ void printForPerson(std::FILE* out, const DataDirectoryState& data, const PanelS
                  std::string(s.status.stateWord()).c_str());
     const bool manualInstaller = data.installation.uninstallerPath.has_value();
     std::fprintf(out, "  %s\n", ServiceWords::explanation(s, state, manualInstaller).c_str());
+    for (const auto& battery : MacPage::batteryLines(s.status.published))
+        std::fprintf(out, "  %s: %s\n", battery.label.c_str(), battery.value.c_str());
+    if (const auto other = OtherProgramNote::from(s.status.published))
+        std::fprintf(out, "  %s\n", other->text.c_str());
 
     const Settings& set = s.settings;
     namespace C = SettingChoices;

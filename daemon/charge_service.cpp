@@ -6,9 +6,12 @@
 #include <variant>
 
 #include "common/syscalls.h"
+#include "device/writer_lookout.h"
+#include "service/control_words.h"
 
 namespace torvel::daemon {
-ChargeService::ChargeService(const Paths& paths, PowerDevice& device, Identity identity, Moment startedAt)
+ChargeService::ChargeService(const Paths& paths, PowerDevice& device, Identity identity, Moment startedAt,
+                             std::unique_ptr<WriterLookout> lookout)
     : paths_(paths),
       identity_(std::move(identity)),
       startedAt_(startedAt.wall),
@@ -18,7 +21,10 @@ ChargeService::ChargeService(const Paths& paths, PowerDevice& device, Identity i
       state_(paths.dataDirectory() / "service-state.json"),
       status_(paths.status),
       journal_(paths.history),
-      controller_(device, state_.load(), [this](std::string_view line) { log_.write(lastNow_, line); }) {
+      lookout_(lookout ? std::move(lookout) : std::make_unique<SystemWriterLookout>(paths)),
+      controller_(
+          device, state_.load(), [this](std::string_view line) { log_.write(lastNow_, line); },
+          lookout_.get()) {
     ensureDirectory(paths_.dataDirectory());
     ensureDirectory(paths_.log.parent_path());
     // Left by a predecessor that died mid-write; no other instance runs (the caller holds the lock).
@@ -145,6 +151,10 @@ CallReply ChargeService::applySettings(const SettingsUpdate& update, Moment now)
                              (settings.enabled ? "" : " (off)"));
     tick(now);
     saveMemory(now, update.resetProtected());
+    // Read back, not assumed: a battery that refused the limit, or holds another, is answered as such.
+    const PublishedStatus& status = controller_.status();
+    if (status.chargeError) return {false, ControlWords::notHeld(*status.chargeError)};
+    if (status.nativeLimit) return {true, ControlWords::heldInstead(settings.limit, *status.nativeLimit)};
     return {};
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -30,7 +31,10 @@ class ChargeService {
         std::string executablePath;
     };
 
-    ChargeService(const Paths& paths, PowerDevice& device, Identity identity, Moment startedAt);
+    // Without a `lookout`, the machine's own (UPower, TLP, KDE) names whoever else writes the charge
+    // controls.
+    ChargeService(const Paths& paths, PowerDevice& device, Identity identity, Moment startedAt,
+                  std::unique_ptr<WriterLookout> lookout = nullptr);
 
     void tick(Moment now);
     // Start, resume, battery added: look at the hardware afresh and rewrite everything.
@@ -73,6 +77,7 @@ class ChargeService {
     StatusPublisher status_;
     JournalWriter journal_;
     JournalClock journalClock_;
+    std::unique_ptr<WriterLookout> lookout_;
     ChargeController controller_;
     std::optional<ControlMemory> savedMemory_;
     // Boot-clock time.

@@ -395,12 +395,4 @@ RunEnd runService(const RunOptions& options) {
     return end;
 }
 
-std::optional<std::string> handBack(const Paths& paths) {
-    SysfsDevice device(paths.powerSupply);
-    const auto behaviour = device.behaviour();
-    // No battery, or no charge_behaviour: nothing can have been left forced.
-    if (!behaviour || behaviour->current == behaviourAuto) return std::nullopt;
-    return device.setBehaviour(behaviourAuto);
-}
-
 }  // namespace torvel::daemon

@@ -34,9 +34,4 @@ inline constexpr int restartExitStatus = 75;
 // settings again. Before it touches the battery it takes the state directory's lock and the bus name.
 RunEnd runService(const RunOptions& options);
 
-// The ExecStopPost= step: whatever ended the service, a forced discharge or an inhibited charger is handed
-// back to the firmware (`auto`); the thresholds stay, so the firmware keeps holding the limit. Returns a
-// failure text.
-std::optional<std::string> handBack(const Paths& paths);
-
 }  // namespace torvel::daemon

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "common/syscalls.h"
+#include "device/sysfs_device.h"
 #include "event_loop.h"
 #include "probe.h"
 #include "thresholds_record.h"
@@ -21,8 +22,9 @@ Without arguments, runs the charge service: holds the charge limit of config.jso
 status.json and the journal, and answers com.torvel.Daemon1 on the system bus.
 
   --probe --json         print what this machine lets the service control, as JSON, and exit
-  --hand-back            set charge_behaviour back to auto if it was left otherwise (the unit's
-                         ExecStopPost= step: a killed service never leaves the charger forced)
+  --hand-back            set every battery's charge_behaviour back to auto unless it reads auto
+                         (the unit's ExecStopPost= step: a killed service never leaves the charger
+                         forced)
   --record-thresholds    note every battery's charge thresholds, unless a note is there already
                          (the installers run it before the service first starts)
   --restore-thresholds   put the noted thresholds back, charge_behaviour to auto, and drop the
@@ -49,7 +51,7 @@ int main(int argc, char** argv) {
         return 0;
     }
     if (argc == 2 && std::strcmp(argv[1], "--hand-back") == 0) {
-        if (auto error = torvel::daemon::handBack(paths)) {
+        if (auto error = torvel::daemon::handBack(paths.powerSupply)) {
             std::cerr << "torvel-daemon: " << *error << "\n";
             return 1;
         }

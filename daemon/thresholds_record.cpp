@@ -5,10 +5,10 @@
 
 #include <cerrno>
 
+#include "battery/charge_behaviour.h"
 #include "battery/power_supply.h"
 #include "common/json.h"
 #include "common/syscalls.h"
-#include "device/charge_behaviour.h"
 #include "device/sysfs_device.h"
 #include "files/atomic_file.h"
 
@@ -62,7 +62,7 @@ void putThreshold(const fs::path& battery, const char* file, int value, HandOver
     if (!attributeWritable(battery / file)) return;
     if (readThreshold(battery, file) == value) return;
     if (auto error = writeAttribute(battery / file, std::to_string(value))) {
-        report.failures.push_back(battery.filename().string() + ": " + *error);
+        report.failures.push_back(battery.filename().string() + ": " + error->text);
         return;
     }
     const auto now = readThreshold(battery, file);
@@ -88,7 +88,7 @@ void restoreBattery(const fs::path& battery, const StoodThresholds& wanted, Hand
         const auto behaviour = text ? ChargeBehaviour::parse(*text) : std::nullopt;
         if (!behaviour || behaviour->current != behaviourAuto) {
             if (auto error = writeAttribute(battery / behaviourFile, behaviourAuto)) {
-                report.failures.push_back(battery.filename().string() + ": " + *error);
+                report.failures.push_back(battery.filename().string() + ": " + error->text);
             }
         }
     }

@@ -108,8 +108,13 @@ std::optional<std::int64_t> SmartBattery::voltageMV(const PowerSourceKeys& prope
 std::optional<double> SmartBattery::watts(const PowerSourceKeys& properties) {
     const auto amperage = amperageMA(properties);
     const auto voltage = voltageMV(properties);
-    if (!amperage || !voltage) return std::nullopt;
-    return (static_cast<double>(*amperage) / 1000.0) * (static_cast<double>(*voltage) / 1000.0);
+    if (amperage && voltage)
+        return (static_cast<double>(*amperage) / 1000.0) * (static_cast<double>(*voltage) / 1000.0);
+    // A reader whose battery gives its power but no usable voltage, or several batteries added up, hands the
+    // signed milliwatts over as they are; the same twenty amperes at a laptop's highest voltage bound them.
+    const auto milliwatts = properties.numericInteger("Power");
+    if (!milliwatts || *milliwatts <= -400000 || *milliwatts >= 400000) return std::nullopt;
+    return static_cast<double>(*milliwatts) / 1000.0;
 }
 
 std::optional<std::int64_t> SmartBattery::mAh(const PowerSourceKeys& properties, std::string_view key) {
@@ -136,7 +141,14 @@ std::optional<std::int64_t> SmartBattery::healthPercent(const PowerSourceKeys& p
     auto full = mAh(properties, "AppleRawMaxCapacity");
     if (!full) full = mAh(properties, "NominalChargeCapacity");
     const auto design = mAh(properties, "DesignCapacity");
-    if (!full || !design) return std::nullopt;
+    if (!full || !design) {
+        // An energy gauge without a design voltage has no mAh to give, but its two energies make the same
+        // ratio. The floor is the 201 mAh one at a single cell's voltage.
+        const auto energyFull = properties.integer("FullChargeEnergy");
+        const auto energyDesign = properties.integer("DesignEnergy");
+        if (!energyFull || !energyDesign || *energyFull < 750 || *energyDesign < 750) return std::nullopt;
+        return roundedInteger(static_cast<double>(*energyFull) / static_cast<double>(*energyDesign) * 100.0);
+    }
     // No upper clamp: a new battery can hold more than its design capacity.
     return roundedInteger(static_cast<double>(*full) / static_cast<double>(*design) * 100.0);
 }

@@ -41,6 +41,8 @@ using PowerSourceValue = std::variant<std::int64_t, double, bool, std::string, N
 // "Current Capacity", "Max Capacity", "Is Charging", "Power Source State") and the smart-battery
 // properties ("CycleCount", "Temperature", "Amperage", "Voltage", "AppleRawMaxCapacity", ...). A reader only
 // inserts what it could read; the conversion rules below decide what every missing or mistyped key means.
+// Linux's reader adds "Power" (signed mW) where it knows the power but not both amperage and voltage, and
+// "FullChargeEnergy"/"DesignEnergy" (mWh) where a battery counts energy without a design voltage.
 class PowerSourceKeys {
   public:
     void set(std::string key, PowerSourceValue value);

@@ -5,6 +5,8 @@
 namespace torvel {
 
 int ChargeSettingsState::heldLimit() const {
+    // A driver that would not take the limit itself holds the value it took instead.
+    if (const auto held = status.published.nativeLimit) return *held;
     return std::max(settings.limit, status.published.nativeFloor.value_or(0));
 }
 

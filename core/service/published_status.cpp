@@ -27,6 +27,41 @@ std::optional<int> percentage(const json::Value& file, std::string_view key) {
     return static_cast<int>(*value);
 }
 
+json::Value encodeBattery(const PublishedBattery& battery) {
+    json::Value value = json::Value::object();
+    value["name"] = battery.name;
+    value["pct"] = valueOrNull(battery.pct);
+    value["status"] = valueOrNull(battery.status);
+    value["mode"] = valueOrNull(battery.mode);
+    value["startThreshold"] = valueOrNull(battery.startThreshold);
+    value["endThreshold"] = valueOrNull(battery.endThreshold);
+    value["behaviour"] = valueOrNull(battery.behaviour);
+    value["error"] = valueOrNull(battery.error);
+    return value;
+}
+
+std::vector<PublishedBattery> decodeBatteries(const json::Value& file) {
+    const json::Value* array = json::member(file, "batteries");
+    std::vector<PublishedBattery> batteries;
+    if (array == nullptr || !array->is_array()) return batteries;
+    for (const auto& element : *array) {
+        if (!element.is_object()) continue;
+        auto name = json::text(element, "name");
+        if (!name) continue;
+        batteries.push_back({
+            .name = std::move(*name),
+            .pct = percentage(element, "pct"),
+            .status = json::text(element, "status"),
+            .mode = json::text(element, "mode"),
+            .startThreshold = percentage(element, "startThreshold"),
+            .endThreshold = percentage(element, "endThreshold"),
+            .behaviour = json::text(element, "behaviour"),
+            .error = json::text(element, "error"),
+        });
+    }
+    return batteries;
+}
+
 }  // namespace
 
 json::Value PublishedStatus::encode() const {
@@ -48,6 +83,12 @@ json::Value PublishedStatus::encode() const {
     file["smcKeys"] = smcKeys;
     file["chargeMode"] = valueOrNull(chargeMode);
     file["nativeFloor"] = valueOrNull(nativeFloor);
+    file["nativeLimit"] = valueOrNull(nativeLimit);
+    file["chargeError"] = valueOrNull(chargeError);
+    json::Value list = json::Value::array();
+    for (const auto& battery : batteries) list.push_back(encodeBattery(battery));
+    file["batteries"] = std::move(list);
+    file["otherWriter"] = otherWriter ? otherWriter->encode() : json::Value(nullptr);
     file["gateVerified"] = valueOrNull(gateVerified);
     file["daemonVersion"] = valueOrNull(daemonVersion);
     file["startedAt"] = valueOrNull(startedAt);
@@ -83,6 +124,11 @@ std::optional<PublishedStatus> PublishedStatus::decode(std::string_view fileByte
     status.smcKeys = textList(*file, "smcKeys");
     status.chargeMode = json::text(*file, "chargeMode");
     status.nativeFloor = percentage(*file, "nativeFloor");
+    status.nativeLimit = percentage(*file, "nativeLimit");
+    status.chargeError = json::text(*file, "chargeError");
+    status.batteries = decodeBatteries(*file);
+    if (const json::Value* other = json::member(*file, "otherWriter"))
+        status.otherWriter = OtherWriter::decode(*other);
     status.gateVerified = json::boolean(*file, "gateVerified");
     status.daemonVersion = json::text(*file, "daemonVersion");
     status.startedAt = json::number(*file, "startedAt");

@@ -8,8 +8,28 @@
 #include "calibration/status.h"
 #include "common/json.h"
 #include "service/charge_state.h"
+#include "service/other_writer.h"
 
 namespace torvel {
+
+// One battery in its bay as the service publishes it under "batteries".
+struct PublishedBattery {
+    std::string name;
+    std::optional<int> pct;
+    // The kernel's status word ("Charging", "Not charging", ...).
+    std::optional<std::string> status;
+    // How the service holds the limit on it ("thresholds", "behaviour", "thresholds+behaviour"); absent when
+    // it cannot.
+    std::optional<std::string> mode;
+    // What the driver holds now, as read back.
+    std::optional<int> startThreshold;
+    std::optional<int> endThreshold;
+    std::optional<std::string> behaviour;
+    // The last write to it that failed, in the service's words.
+    std::optional<std::string> error;
+
+    bool operator==(const PublishedBattery&) const = default;
+};
 
 // status.json: what the service publishes and the app reads back, one key per field under the same name.
 // Each default is what a reader takes for a key that is missing or of the wrong type.
@@ -35,6 +55,15 @@ struct PublishedStatus {
     // The control files the service writes.
     std::vector<std::string> smcKeys;
     std::optional<int> nativeFloor;
+    // The end threshold the driver holds in place of the user's limit when it would not take the limit itself
+    // (it rounded or clamped it, or refused it and took the nearest value it accepts).
+    std::optional<int> nativeLimit;
+    // Why the charge controls could not be set as asked, in the service's words; absent while they are.
+    std::optional<std::string> chargeError;
+    // Every battery in its bay.
+    std::vector<PublishedBattery> batteries;
+    // Another program writing the same controls, once the service has noticed one.
+    std::optional<OtherWriter> otherWriter;
     bool ledSupported = true;
     bool dischargeSupported = true;
     bool dischargeFailed = false;

@@ -15,11 +15,15 @@ Checkup::Checkup(const ChargeSettingsState& settings, ServiceState serviceState,
       serviceState_(serviceState),
       systemLocked_(lock.active),
       gateVerified_(settings.status.published.gateVerified),
+      chargeError_(settings.status.published.chargeError.has_value()),
+      nativeLimit_(settings.status.published.nativeLimit),
       login_(login),
       led_(settings.settings.led),
       ledSupported_(settings.status.published.ledSupported),
       history_(settings.settings.history),
-      updates_(updates) {}
+      updates_(updates) {
+    if (const auto& other = settings.status.published.otherWriter) otherWriter_ = other->program;
+}
 
 namespace {
 
@@ -60,6 +64,22 @@ Checkup::Reading Checkup::reading(Piece piece) const {
             if (!gateVerified_) return {piece, Level::off, "Not yet"};
             return *gateVerified_ ? Reading{piece, Level::ok, "Verified"}
                                   : Reading{piece, Level::broken, "Not working"};
+        case Piece::control:
+            if (chargeError_) return {piece, Level::broken, "Refused"};
+            if (otherWriter_) {
+                switch (*otherWriter_) {
+                    case OtherWriter::Program::upower:
+                        return {piece, Level::todo, "UPower too"};
+                    case OtherWriter::Program::tlp:
+                        return {piece, Level::todo, "TLP too"};
+                    case OtherWriter::Program::kde:
+                        return {piece, Level::todo, "KDE too"};
+                    case OtherWriter::Program::unknown:
+                        return {piece, Level::todo, "Contested"};
+                }
+            }
+            if (nativeLimit_) return {piece, Level::ok, Fmt::percent(*nativeLimit_)};
+            return {piece, Level::ok, "As asked"};
         case Piece::login:
             if (login_ == LoginItem::Status::requiresApproval) return {piece, Level::todo, "To allow"};
             if (login_ == LoginItem::Status::enabled) return {piece, Level::ok, "On"};
@@ -77,9 +97,9 @@ Checkup::Reading Checkup::reading(Piece piece) const {
     return {piece, Level::ok, ""};
 }
 
-std::array<Checkup::Reading, 6> Checkup::readings() const {
-    return {reading(pieces[0]), reading(pieces[1]), reading(pieces[2]),
-            reading(pieces[3]), reading(pieces[4]), reading(pieces[5])};
+std::array<Checkup::Reading, 7> Checkup::readings() const {
+    return {reading(pieces[0]), reading(pieces[1]), reading(pieces[2]), reading(pieces[3]),
+            reading(pieces[4]), reading(pieces[5]), reading(pieces[6])};
 }
 
 Level Checkup::level() const {
@@ -148,6 +168,8 @@ std::string_view Checkup::title(Piece piece) {
             return "Charge service";
         case Piece::verified:
             return "Limit verified";
+        case Piece::control:
+            return "Charge control";
         case Piece::login:
             return "Startup";
         case Piece::led:
@@ -166,6 +188,8 @@ std::string_view name(Checkup::Piece piece) {
             return "service";
         case Piece::verified:
             return "verified";
+        case Piece::control:
+            return "control";
         case Piece::login:
             return "login";
         case Piece::led:

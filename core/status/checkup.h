@@ -12,12 +12,13 @@
 
 namespace torvel {
 
-// Whether everything is in place: six pieces of the installation, each with a level and a word, rolled up
+// Whether everything is in place: seven pieces of the installation, each with a level and a word, rolled up
 // into one level, a headline and at most one fix.
 class Checkup {
   public:
     // In the order of the rows and of the search for the first problem.
-    enum class Piece { service, verified, login, led, history, updates };
+    // `control`: whether the battery takes the limit as asked and no other program sets it too.
+    enum class Piece { service, verified, control, login, led, history, updates };
     // From best to worst; `off` is deliberate and not a problem.
     enum class Level { ok, off, todo, broken };
 
@@ -42,14 +43,15 @@ class Checkup {
         bool operator==(const Fix&) const = default;
     };
 
-    static constexpr std::array<Piece, 6> pieces{Piece::service, Piece::verified, Piece::login,
-                                                 Piece::led,     Piece::history,  Piece::updates};
+    static constexpr std::array<Piece, 7> pieces{Piece::service, Piece::verified, Piece::control,
+                                                 Piece::login,   Piece::led,      Piece::history,
+                                                 Piece::updates};
 
     Checkup(const ChargeSettingsState& settings, ServiceState serviceState, const SystemLock& lock,
             LoginItem::Status login, const UpdaterState& updates);
 
     Reading reading(Piece piece) const;
-    std::array<Reading, 6> readings() const;
+    std::array<Reading, 7> readings() const;
     Level level() const;
     int todoCount() const;
     // The first piece at the overall level, so a broken piece wins over an earlier one to do.
@@ -65,6 +67,9 @@ class Checkup {
     ServiceState serviceState_;
     bool systemLocked_;
     std::optional<bool> gateVerified_;
+    bool chargeError_;
+    std::optional<OtherWriter::Program> otherWriter_;
+    std::optional<int> nativeLimit_;
     LoginItem::Status login_;
     bool led_;
     bool ledSupported_;

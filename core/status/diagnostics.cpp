@@ -83,6 +83,24 @@ std::string Diagnostics::report(const ChargeSettingsState& settings, const Diagn
     line("Service installed: " + yesNo(settings.daemonInstalled) +
          (settings.serviceNeedsApproval ? " (awaiting approval)" : ""));
     line("Charge mechanism: " + status.chargeMode.value_or("unknown"));
+    for (const auto& battery : status.batteries) {
+        std::string text = "Battery " + battery.name + ": " +
+                           (battery.pct ? std::to_string(*battery.pct) + "%" : "charge unknown") + ", " +
+                           battery.status.value_or("no status") + ", " + battery.mode.value_or("not held");
+        if (battery.endThreshold)
+            text += ", thresholds " + std::to_string(battery.startThreshold.value_or(0)) + "-" +
+                    std::to_string(*battery.endThreshold);
+        if (battery.behaviour) text += ", behaviour " + *battery.behaviour;
+        if (battery.error) text += ", last write failed: " + *battery.error;
+        line(text);
+    }
+    if (status.chargeError) line("Charge control failed: " + *status.chargeError);
+    if (status.nativeLimit) line("Held instead of the limit: " + std::to_string(*status.nativeLimit) + "%");
+    if (const auto& other = status.otherWriter) {
+        line("Other program writing the controls: " + std::string(word(other->program)) +
+             (other->file ? " (" + *other->file + ")" : "") +
+             (other->yielded ? ", Torvel has given way" : ", Torvel still holds"));
+    }
     line(std::string("Limit verified: ") + (!status.gateVerified   ? "not checked yet"
                                             : *status.gateVerified ? "yes"
                                                                    : "NO, charging continues"));

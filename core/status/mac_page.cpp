@@ -1,7 +1,9 @@
 #include "status/mac_page.h"
 
 #include "common/fmt.h"
+#include "common/sentence.h"
 #include "history/words.h"
+#include "service/control_words.h"
 #include "status/diagnostics.h"
 
 namespace torvel {
@@ -23,6 +25,10 @@ MacPage::Facts MacPage::Facts::from(const ChargeSettingsState& settings, Service
         .migrationFallback = settings.migrationFallback,
         .gateVerified = published.gateVerified,
         .limit = settings.heldLimit(),
+        .askedLimit = settings.settings.limit,
+        .chargeError = published.chargeError,
+        .nativeLimit = published.nativeLimit,
+        .otherProgram = OtherProgramNote::from(published),
         .ledSupported = published.ledSupported,
         .loginNeedsApproval = login == LoginItem::Status::requiresApproval,
         .checkingForUpdates = checkingForUpdates,
@@ -98,6 +104,10 @@ std::string MacPage::subline(const Checkup& checkup, const Facts& facts) {
             break;
         case Piece::updates:
             return "A new version of Torvel is ready.";
+        case Piece::control:
+            if (facts.chargeError) return "The battery didn’t take your limit.";
+            if (facts.otherProgram) return "Another program sets the charge limit too.";
+            break;
         default:
             break;
     }
@@ -154,6 +164,11 @@ std::string MacPage::explanation(Piece piece, const Facts& facts) {
                        "%. Torvel measured it, rather than taking the controller’s word for it.";
             }
             return "It gets checked the first time the service holds the charge with the Mac plugged in.";
+        case Piece::control:
+            if (facts.chargeError) return ControlWords::notHeld(*facts.chargeError);
+            if (facts.otherProgram) return facts.otherProgram->text;
+            if (facts.nativeLimit) return ControlWords::heldInstead(facts.askedLimit, *facts.nativeLimit);
+            return "Torvel is the only program setting the charge limit, and the battery takes it as asked.";
         case Piece::led:
             if (!facts.ledSupported) return "This Mac has no MagSafe light we can drive.";
             return "Steady green at your limit, amber on a normal charge. It can be seen with the lid shut. "
@@ -212,6 +227,28 @@ std::string MacPage::chargeMechanism(const PublishedStatus& status) {
     }
     if (status.chargeMode) return *status.chargeMode;
     return "Unknown";
+}
+
+std::vector<MacPage::InfoLine> MacPage::batteryLines(const PublishedStatus& status) {
+    std::vector<InfoLine> lines;
+    for (const auto& battery : status.batteries) {
+        const std::string charge = battery.pct ? Fmt::percent(*battery.pct) : "Charge unknown";
+        std::string value;
+        if (battery.error) {
+            value = fillSentence("%1. The last change didn’t take: %2.", {charge, *battery.error});
+        } else if (battery.endThreshold && battery.mode && battery.mode->starts_with("thresholds")) {
+            value = fillSentence("%1, held by its charge thresholds at %2 to %3.",
+                                 {charge, Fmt::percent(battery.startThreshold.value_or(0)),
+                                  Fmt::percent(*battery.endThreshold)});
+        } else if (battery.mode) {
+            value = fillSentence("%1, held by pausing its charging (now %2).",
+                                 {charge, battery.behaviour.value_or("unknown")});
+        } else {
+            value = fillSentence("%1, not held: its driver offers no way to stop charging.", {charge});
+        }
+        lines.push_back({fillSentence("Battery %1", {battery.name}), std::move(value)});
+    }
+    return lines;
 }
 
 std::string MacPage::forcedDischarge(const PublishedStatus& status) {

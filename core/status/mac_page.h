@@ -9,6 +9,7 @@
 #include "history/store.h"
 #include "service/charge_settings.h"
 #include "status/checkup.h"
+#include "status/other_program.h"
 
 namespace torvel {
 
@@ -26,6 +27,11 @@ struct MacPage {
         bool migrationFallback = false;
         std::optional<bool> gateVerified;
         int limit = 80;
+        // The user's own limit, which `limit` (the one held) may differ from.
+        int askedLimit = 80;
+        std::optional<std::string> chargeError;
+        std::optional<int> nativeLimit;
+        std::optional<OtherProgramNote> otherProgram;
         bool ledSupported = true;
         bool loginNeedsApproval = false;
         bool checkingForUpdates = false;
@@ -54,6 +60,13 @@ struct MacPage {
         bool operator==(const Fix&) const = default;
     };
 
+    // A line of the troubleshooting card: "Battery BAT1", "62%, held by its charge thresholds at 75% to 80%."
+    struct InfoLine {
+        std::string label;
+        std::string value;
+        bool operator==(const InfoLine&) const = default;
+    };
+
     struct Row {
         Checkup::Piece piece;
         Checkup::Level level;
@@ -77,6 +90,8 @@ struct MacPage {
     // The control files the service writes, or what holds the charge instead.
     static std::string chargeMechanism(const PublishedStatus& status);
     static std::string forcedDischarge(const PublishedStatus& status);
+    // One line per battery in its bay, for the troubleshooting card, after the charge mechanism.
+    static std::vector<InfoLine> batteryLines(const PublishedStatus& status);
 };
 
 }  // namespace torvel

@@ -1,6 +1,7 @@
 #include "status/panel_state.h"
 
 #include "common/fmt.h"
+#include "service/charge_target.h"
 
 namespace torvel {
 namespace {
@@ -93,19 +94,9 @@ std::string_view name(PanelState::Tone tone) {
 }
 
 int PanelStatus::target(const ChargeSettingsState& settings) {
-    const CalibrationStatus& cal = settings.status.published.cal;
-    switch (cal.phase) {
-        case Phase::fill:
-        case Phase::refill:
-        case Phase::soak:
-            return 100;
-        case Phase::drain:
-            return static_cast<int>(cal.drainTarget);
-        case Phase::idle:
-        case Phase::restore:
-            break;
-    }
-    return settings.status.published.topUp ? 100 : settings.settings.limit;
+    const PublishedStatus& published = settings.status.published;
+    // The user's limit even while limiting is off: the gauge still shows where it would stop.
+    return chargeTarget(published.cal, published.topUp, true, settings.settings.limit).value_or(100);
 }
 
 }  // namespace torvel

@@ -13,22 +13,6 @@ bool CalibrationRun::fillingUp() const {
     return status_.phase == Phase::fill || status_.phase == Phase::refill || status_.phase == Phase::soak;
 }
 
-std::optional<int> CalibrationRun::target(int limit) const {
-    switch (status_.phase) {
-        case Phase::fill:
-        case Phase::refill:
-        case Phase::soak:
-            return 100;
-        case Phase::drain:
-            return static_cast<int>(status_.drainTarget);
-        case Phase::restore:
-            return limit;
-        case Phase::idle:
-            break;
-    }
-    return std::nullopt;
-}
-
 void CalibrationRun::enter(Phase phase, double boot) {
     status_.phase = phase;
     lastMovedAt_ = boot;

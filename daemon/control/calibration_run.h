@@ -10,7 +10,7 @@
 namespace torvel::daemon {
 
 // Drives one calibration sweep through its phases (fill, drain, refill, soak, restore) and keeps the
-// published record of it. Pure bookkeeping: the controller turns target() into writes.
+// published record of it. Pure bookkeeping: core's chargeTarget says what each phase aims at.
 class CalibrationRun {
   public:
     // A run in which neither the charge nor the phase moved for this long is given up.
@@ -25,8 +25,6 @@ class CalibrationRun {
     bool update(bool calibrate, int limit, const DeviceReading& reading, Instant now, double boot,
                 double elapsed);
 
-    // The charge the current phase aims at; absent when no run is on.
-    std::optional<int> target(int limit) const;
     bool running() const { return status_.phase != CalibrationStatus::Phase::idle; }
     bool draining() const { return status_.phase == CalibrationStatus::Phase::drain; }
     // Phases that bring the charge down, by forced discharge where the machine offers it.

@@ -3,20 +3,14 @@
 #include <algorithm>
 #include <cmath>
 
+#include "service/charge_target.h"
+
 namespace torvel::daemon {
 
-std::optional<std::string> chargeModeOf(const DeviceCapabilities& caps) {
-    const bool behaviour = caps.offers(behaviourInhibit);
-    if (caps.endThreshold && behaviour) return "thresholds+behaviour";
-    if (caps.endThreshold) return "thresholds";
-    if (behaviour) return "behaviour";
-    return std::nullopt;
-}
-
-ChargeController::ChargeController(PowerDevice& device, ControlMemory memory, Log log)
+ChargeController::ChargeController(PowerDevice& device, ControlMemory memory, Log log, WriterLookout* lookout)
     : device_(device),
       log_(std::move(log)),
-      writer_(device),
+      otherWriters_(lookout),
       calibration_(std::move(memory.cal), memory.calBeforeRaw) {
     status_.state = ChargeState::allow;
     // Nothing drives a charger light on Linux; forced discharge is known once the device has been looked at.
@@ -45,6 +39,28 @@ void ChargeController::setSettings(const Settings& settings) {
     if (!settings.topUp || !settings_.topUp) topUpFullSeconds_ = 0;
     settings_ = settings;
     released_ = false;
+    if (otherWriters_.writer()) {
+        otherWriters_.reset();
+        forgetWrites();
+        status_.otherWriter.reset();
+    }
+}
+
+void ChargeController::forgetWrites() {
+    for (auto& writer : writers_) writer.forget();
+}
+
+std::vector<std::string> ChargeController::batteryNames() const {
+    std::vector<std::string> names;
+    for (const auto& caps : caps_) names.push_back(caps.batteryName);
+    return names;
+}
+
+const DeviceCapabilities* ChargeController::offering(std::string_view behaviour) const {
+    for (const auto& caps : caps_) {
+        if (caps.offers(behaviour)) return &caps;
+    }
+    return nullptr;
 }
 
 std::optional<Settings> ChargeController::takeSettingsChange() {
@@ -56,19 +72,34 @@ std::optional<Settings> ChargeController::takeSettingsChange() {
 void ChargeController::reapply() {
     asleep_ = false;
     capsKnown_ = false;
-    writer_.forget();
+    forgetWrites();
 }
 
 void ChargeController::refreshCapabilities() {
+    const std::vector<std::string> before = batteryNames();
     caps_ = device_.capabilities();
     // Settling on an unreadable charge_behaviour would give up forced discharge for the whole run.
-    capsKnown_ = !caps_.batteryName.empty() && !caps_.incomplete;
-    status_.chargeMode = chargeModeOf(caps_);
-    status_.dischargeSupported = caps_.offers(behaviourForceDischarge);
+    capsKnown_ = !caps_.empty() &&
+                 std::none_of(caps_.begin(), caps_.end(), [](const auto& c) { return c.incomplete; });
+    // A writer keeps what it learnt of its driver (a floor, refused values) for as long as its battery stays.
+    if (batteryNames() != before) {
+        writers_.clear();
+        for (const auto& caps : caps_) writers_.emplace_back(device_, caps.batteryName);
+    }
+    batteryErrors_.assign(caps_.size(), {});
+    status_.chargeMode.reset();
     status_.smcKeys.clear();
-    if (caps_.endThreshold) status_.smcKeys.emplace_back(thresholdAttribute(Threshold::end));
-    if (caps_.startThreshold) status_.smcKeys.emplace_back(thresholdAttribute(Threshold::start));
-    if (!caps_.behaviours.empty()) status_.smcKeys.emplace_back("charge_behaviour");
+    const auto addKey = [&](std::string_view key) {
+        if (std::find(status_.smcKeys.begin(), status_.smcKeys.end(), key) == status_.smcKeys.end())
+            status_.smcKeys.emplace_back(key);
+    };
+    for (const auto& caps : caps_) {
+        if (!status_.chargeMode) status_.chargeMode = caps.mode();
+        if (caps.endThreshold) addKey(thresholdAttribute(Threshold::end));
+        if (caps.startThreshold) addKey(thresholdAttribute(Threshold::start));
+        if (!caps.behaviours.empty()) addKey("charge_behaviour");
+    }
+    status_.dischargeSupported = offering(behaviourForceDischarge) != nullptr;
 }
 
 void ChargeController::note(const WriteError& error) {
@@ -109,54 +140,70 @@ void ChargeController::updateTopUp(const DeviceReading& reading, bool unplugged,
 }
 
 std::optional<int> ChargeController::target() const {
-    if (auto calibrating = calibration_.target(settings_.limit)) return calibrating;
-    if (settings_.topUp) return 100;
-    if (settings_.enabled) return settings_.limit;
-    return std::nullopt;
+    return chargeTarget(calibration_.status(), settings_.topUp, settings_.enabled, settings_.limit);
 }
 
 bool ChargeController::apply(const DeviceReading& reading, std::optional<int> goal, bool forcing) {
-    const int pct = reading.capacity.value_or(status_.pct);
+    const bool yielding = otherWriters_.yielding();
+    if (goal && status_.pct >= *goal) inhibitLatched_ = true;
+    if (!goal || status_.pct < *goal - settings_.hysteresis) inhibitLatched_ = false;
+
     WriteError error;
+    const auto keep = [&](WriteError& into, const WriteError& failure) {
+        if (failure && !into) into = failure;
+    };
+    bool forced = forcing;
+    for (std::size_t i = 0; i < caps_.size(); ++i) {
+        const DeviceCapabilities& caps = caps_[i];
+        ChargeWriter& writer = writers_[i];
+        WriteError batteryError;
+        const auto inhibit = caps.inhibitWord();
 
-    if (caps_.endThreshold) {
-        int end = goal.value_or(100);
-        int start = goal ? std::max(0, end - settings_.hysteresis) : 0;
-        // A top-up or a calibration fill must charge now, not only after the charge sags below the window.
-        if (goal && (calibration_.fillingUp() || (settings_.topUp && !calibration_.running()))) {
-            start = std::max(0, end - 1);
+        // Giving way to another program leaves its thresholds alone.
+        if (caps.endThreshold && !yielding) {
+            int pct = status_.pct;
+            for (const auto& battery : reading.batteries) {
+                if (battery.name == caps.batteryName && battery.capacity) pct = *battery.capacity;
+            }
+            int end = goal.value_or(100);
+            int start = goal ? std::max(0, end - settings_.hysteresis) : 0;
+            // A top-up or a calibration fill must charge now, not only after the charge sags below the
+            // window.
+            if (goal && (calibration_.fillingUp() || (settings_.topUp && !calibration_.running()))) {
+                start = std::max(0, end - 1);
+            }
+            if (status_.hot && !inhibit) {
+                end = std::clamp(pct, 0, end);
+                start = std::max(0, end - settings_.hysteresis);
+            }
+            batteryError = writer.applyThresholds(caps, start, end);
         }
-        if (status_.hot && !caps_.offers(behaviourInhibit)) {
-            end = std::clamp(pct, 0, end);
-            start = std::max(0, end - settings_.hysteresis);
-        }
-        error = writer_.applyThresholds(caps_, start, end);
-    }
 
-    if (!caps_.endThreshold && goal) {
-        if (pct >= *goal) inhibitLatched_ = true;
-        if (pct < *goal - settings_.hysteresis) inhibitLatched_ = false;
-    } else {
-        inhibitLatched_ = false;
+        std::string_view behaviour = behaviourAuto;
+        if (yielding) {
+            // Only ever handing back what the service itself may have set.
+        } else if (forcing && caps.offers(behaviourForceDischarge)) {
+            behaviour = behaviourForceDischarge;
+        } else if (inhibit && (status_.hot || (inhibitLatched_ && !caps.endThreshold) ||
+                               (calibration_.draining() && reading.plugged))) {
+            behaviour = *inhibit;
+        }
+        auto behaviourError = writer.applyBehaviour(caps, behaviour);
+        if (behaviour == behaviourForceDischarge && (behaviourError || writer.behaviourTaken()))
+            forced = false;
+        keep(batteryError, behaviourError);
+        batteryErrors_[i] = batteryError;
+        keep(error, batteryError ? std::optional(caps.batteryName + ": " + *batteryError) : std::nullopt);
     }
-    std::string_view behaviour = behaviourAuto;
-    if (forcing) {
-        behaviour = behaviourForceDischarge;
-    } else if (caps_.offers(behaviourInhibit) &&
-               (status_.hot || inhibitLatched_ || (calibration_.draining() && reading.plugged))) {
-        behaviour = behaviourInhibit;
-    }
-    auto behaviourError = writer_.applyBehaviour(caps_, behaviour);
-    if (behaviourError && forcing) {
+    if (forcing && !forced) {
         // Not discharging, whatever was asked: the status says what the battery does. The supervisor
         // asks again on the next tick and gives up once the cut has had its time to take hold.
-        forcing = false;
-        if (auto fallback = writer_.applyBehaviour(caps_, behaviourAuto); fallback && !error)
-            error = fallback;
+        for (std::size_t i = 0; i < caps_.size(); ++i) {
+            if (auto fallback = writers_[i].applyBehaviour(caps_[i], behaviourAuto)) keep(error, fallback);
+        }
     }
-    if (behaviourError && !error) error = behaviourError;
     note(error);
-    return forcing;
+    return forced && offering(behaviourForceDischarge) != nullptr;
 }
 
 bool ChargeController::followPlug(bool plugged) {
@@ -189,9 +236,10 @@ void ChargeController::advanceCalibration(const DeviceReading& reading, Instant 
 bool ChargeController::superviseDischarge(const DeviceReading& reading, std::optional<int> goal,
                                           double boot) {
     const bool dischargeAllowed = settings_.discharge || calibration_.pullingDown();
+    const DeviceCapabilities* forceable = offering(behaviourForceDischarge);
     const bool wanted = !asleep_ && goal && reading.plugged && reading.capacity && status_.pct > *goal &&
-                        dischargeAllowed && caps_.offers(behaviourForceDischarge);
-    const auto onDevice = caps_.behaviours.empty() ? std::nullopt : device_.behaviour();
+                        dischargeAllowed && forceable != nullptr && !otherWriters_.yielding();
+    const auto onDevice = forceable == nullptr ? std::nullopt : device_.behaviour(forceable->batteryName);
     const bool forcing = discharge_.update(
         wanted, reading, onDevice ? std::optional<std::string_view>(onDevice->current) : std::nullopt, boot);
     if (discharge_.failed() && !status_.dischargeFailed && log_) log_("forced discharge did not take");
@@ -232,6 +280,13 @@ void ChargeController::countProtectedTime(ChargeState state, std::optional<int> 
 }
 
 ChargeState ChargeController::control(const DeviceReading& reading, double boot, double elapsed) {
+    if (otherWriters_.yielding()) {
+        // The other program has the charger; nothing is held, verified or counted meanwhile.
+        discharge_.stop();
+        holdingSince_.reset();
+        apply(reading, std::nullopt, false);
+        return ChargeState::allow;
+    }
     const auto goal = target();
     const bool forcing = apply(reading, goal, superviseDischarge(reading, goal, boot));
     status_.dischargeFailed = discharge_.failed();
@@ -262,6 +317,8 @@ void ChargeController::followAbsence(Instant now) {
     status_.gateVerified.reset();
     status_.chargeMode.reset();
     status_.smcKeys.clear();
+    status_.batteries.clear();
+    status_.nativeLimit.reset();
     if (status_.state || status_.otherState != absentWord || !status_.since) status_.since = now;
     status_.state.reset();
     status_.otherState = std::string(absentWord);
@@ -279,12 +336,12 @@ void ChargeController::tick(Instant now, double boot) {
         absent_ = false;
         status_.otherState.reset();
         status_.since.reset();
-        writer_.forget();
+        forgetWrites();
         if (log_) log_("battery back; taking it up again");
     }
     if (!capsKnown_) {
         refreshCapabilities();
-        writer_.forget();
+        forgetWrites();
     }
     const double elapsed = lastTick_ ? std::clamp(boot - *lastTick_, 0.0, 120.0) : 0.0;
     lastTick_ = boot;
@@ -301,19 +358,72 @@ void ChargeController::tick(Instant now, double boot) {
         discharge_.stop();
         holdingSince_.reset();
     } else {
+        watchOtherWriters(now);
         state = control(reading, boot, elapsed);
     }
-    status_.nativeFloor = writer_.nativeFloor();
+    status_.nativeFloor.reset();
+    status_.nativeLimit.reset();
+    const bool holdingTheLimit = !released_ && !otherWriters_.yielding() && !status_.hot &&
+                                 settings_.enabled && target() == settings_.limit;
+    for (const auto& writer : writers_) {
+        if (const auto floor = writer.nativeFloor())
+            status_.nativeFloor = status_.nativeFloor ? std::min(*status_.nativeFloor, *floor) : *floor;
+        if (!status_.nativeLimit && holdingTheLimit) status_.nativeLimit = writer.heldEnd();
+    }
+    status_.chargeError = lastError_.empty() ? std::nullopt : std::optional(lastError_);
+    status_.otherWriter = otherWriters_.writer();
+    publishBatteries(reading);
     enterState(state, now);
+}
+
+void ChargeController::watchOtherWriters(Instant now) {
+    const auto names = batteryNames();
+    for (std::size_t i = 0; i < caps_.size(); ++i) {
+        if (auto change = writers_[i].foreignChange(caps_[i])) {
+            const std::string line = otherWriters_.noticed(caps_[i].batteryName, *change, names, now);
+            if (log_) log_(line);
+        }
+    }
+    if (auto line = otherWriters_.recheck(names, now)) {
+        forgetWrites();
+        if (log_) log_(*line);
+    }
+}
+
+void ChargeController::publishBatteries(const DeviceReading& reading) {
+    status_.batteries.clear();
+    for (std::size_t i = 0; i < caps_.size(); ++i) {
+        const DeviceCapabilities& caps = caps_[i];
+        PublishedBattery battery;
+        battery.name = caps.batteryName;
+        battery.mode = caps.mode();
+        for (const auto& read : reading.batteries) {
+            if (read.name != caps.batteryName) continue;
+            battery.pct = read.capacity;
+            battery.status = read.status;
+        }
+        if (caps.endThreshold) battery.endThreshold = device_.threshold(caps.batteryName, Threshold::end);
+        if (caps.startThreshold)
+            battery.startThreshold = device_.threshold(caps.batteryName, Threshold::start);
+        if (!caps.behaviours.empty()) {
+            if (auto behaviour = device_.behaviour(caps.batteryName)) battery.behaviour = behaviour->current;
+        }
+        if (i < batteryErrors_.size()) battery.error = batteryErrors_[i];
+        status_.batteries.push_back(std::move(battery));
+    }
 }
 
 WriteError ChargeController::release() {
     released_ = true;
     discharge_.stop();
     if (!capsKnown_) refreshCapabilities();
-    WriteError error = writer_.applyThresholds(caps_, 0, 100);
-    if (auto behaviourError = writer_.applyBehaviour(caps_, behaviourAuto); !error) error = behaviourError;
-    writer_.forget();
+    WriteError error;
+    for (std::size_t i = 0; i < caps_.size(); ++i) {
+        auto thresholdError = writers_[i].applyThresholds(caps_[i], 0, 100);
+        auto behaviourError = writers_[i].applyBehaviour(caps_[i], behaviourAuto);
+        if (!error) error = thresholdError ? thresholdError : behaviourError;
+    }
+    forgetWrites();
     return error;
 }
 
@@ -324,21 +434,32 @@ WriteError ChargeController::prepareForSleep() {
     if (!capsKnown_) refreshCapabilities();
     // Only a forced discharge is handed back, also one this run did not start: an inhibited charger keeps
     // holding the limit through the night and harms nothing.
-    const auto onDevice = caps_.behaviours.empty() ? std::nullopt : device_.behaviour();
-    if (!forcing && (!onDevice || onDevice->current != behaviourForceDischarge)) return std::nullopt;
-    return writer_.applyBehaviour(caps_, behaviourAuto);
+    WriteError error;
+    for (std::size_t i = 0; i < caps_.size(); ++i) {
+        if (caps_[i].behaviours.empty()) continue;
+        const auto onDevice = device_.behaviour(caps_[i].batteryName);
+        if (!forcing && (!onDevice || onDevice->current != behaviourForceDischarge)) continue;
+        if (auto behaviourError = writers_[i].applyBehaviour(caps_[i], behaviourAuto); !error)
+            error = behaviourError;
+    }
+    return error;
 }
 
 WriteError ChargeController::shutdown() {
     discharge_.stop();
     if (!capsKnown_) refreshCapabilities();
     // Thresholds are safe to leave behind (the firmware keeps holding the limit while the service is away);
-    // a forced discharge or an inhibited charger is not.
-    WriteError error = writer_.applyBehaviour(caps_, behaviourAuto);
-    if (!released_) {
+    // a forced discharge or an inhibited charger is not. Another program's thresholds stay its own.
+    WriteError error;
+    for (std::size_t i = 0; i < caps_.size(); ++i) {
+        writers_[i].forget();
+        if (auto behaviourError = writers_[i].applyBehaviour(caps_[i], behaviourAuto); !error)
+            error = behaviourError;
+        if (released_ || otherWriters_.yielding()) continue;
         const int end = settings_.enabled ? settings_.limit : 100;
         const int start = settings_.enabled ? std::max(0, end - settings_.hysteresis) : 0;
-        if (auto thresholdError = writer_.applyThresholds(caps_, start, end); !error) error = thresholdError;
+        if (auto thresholdError = writers_[i].applyThresholds(caps_[i], start, end); !error)
+            error = thresholdError;
     }
     return error;
 }

@@ -11,6 +11,7 @@
 #include "control/calibration_run.h"
 #include "control/charge_writer.h"
 #include "control/discharge_supervisor.h"
+#include "control/other_writer_watch.h"
 #include "device/power_device.h"
 #include "service/published_status.h"
 #include "service/settings.h"
@@ -26,12 +27,10 @@ struct ControlMemory {
     bool operator==(const ControlMemory&) const = default;
 };
 
-// "thresholds", "behaviour" or "thresholds+behaviour"; absent when nothing can hold a limit.
-std::optional<std::string> chargeModeOf(const DeviceCapabilities& caps);
-
 // The control loop: from the settings and one reading of the device, a target and a state word, applied to
-// the device. Time is passed in, so tests run days of it against a simulated battery in milliseconds: the
-// wall clock dates what is published, the boot clock (which nobody sets) times every span.
+// every battery that can hold a limit. Time is passed in, so tests run days of it against a simulated battery
+// in milliseconds: the wall clock dates what is published, the boot clock (which nobody sets) times every
+// span.
 class ChargeController {
   public:
     using Log = std::function<void(std::string_view)>;
@@ -44,9 +43,10 @@ class ChargeController {
     // The state word published while the battery is out of its bay.
     static constexpr std::string_view absentWord = "absent";
 
-    ChargeController(PowerDevice& device, ControlMemory memory, Log log);
+    // `lookout` (may be null) names whoever else writes the charge controls.
+    ChargeController(PowerDevice& device, ControlMemory memory, Log log, WriterLookout* lookout = nullptr);
 
-    // Also ends a release: a new settings message means "control again".
+    // Also ends a release, and a giving way to another program: a new settings message means "control again".
     void setSettings(const Settings& settings);
     const Settings& settings() const { return settings_; }
     void resetProtected() { setProtectedSeconds(0); }
@@ -66,7 +66,8 @@ class ChargeController {
     // What the service publishes, but for the time of writing and its own identity.
     const PublishedStatus& status() const { return status_; }
     ControlMemory memory() const;
-    const DeviceCapabilities& capabilities() const { return caps_; }
+    // The batteries that can hold a limit, each as its driver offers.
+    const std::vector<DeviceCapabilities>& capabilities() const { return caps_; }
     // Settings the service changed by itself (a top-up or a calibration run that ended), to be stored.
     std::optional<Settings> takeSettingsChange();
 
@@ -93,12 +94,24 @@ class ChargeController {
     void enterState(ChargeState state, Instant now);
     void setProtectedSeconds(double seconds);
     void note(const WriteError& error);
+    // Changes to the controls the service did not make since its last look; a program that keeps making them
+    // is given way to.
+    void watchOtherWriters(Instant now);
+    // Each controlled battery as the device shows it now.
+    void publishBatteries(const DeviceReading& reading);
+    std::vector<std::string> batteryNames() const;
+    void forgetWrites();
+    // The first battery that offers `behaviour`, to follow a forced discharge by.
+    const DeviceCapabilities* offering(std::string_view behaviour) const;
 
     PowerDevice& device_;
     Log log_;
     Settings settings_;
-    DeviceCapabilities caps_;
-    ChargeWriter writer_;
+    std::vector<DeviceCapabilities> caps_;
+    // One per entry of caps_, in the same order.
+    std::vector<ChargeWriter> writers_;
+    std::vector<WriteError> batteryErrors_;
+    OtherWriterWatch otherWriters_;
     DischargeSupervisor discharge_;
     CalibrationRun calibration_;
     PublishedStatus status_;

@@ -41,7 +41,7 @@ class SupplyTree {
 };
 
 // The app's reader and the service's device once applied different rules to these trees.
-TEST(PowerSupply, MainsIsAnOnlineAdapterOrPowerDeliverySource) {
+TEST(PowerSupply, MainsIsAnyOnlineAdapterOrUsbSupply) {
     const struct {
         const char *type, *usbType, *scope, *online;
         bool onMains;
@@ -51,10 +51,11 @@ TEST(PowerSupply, MainsIsAnOnlineAdapterOrPowerDeliverySource) {
         {" Mains ", nullptr, nullptr, "\t1\r", true},
         {"USB_PD", nullptr, nullptr, "1", true},
         {"USB", "C [PD] PD_PPS", nullptr, "1", true},
-        {"USB", "C PD [PD_PPS]", nullptr, "1", true},
-        {"USB", "PD", nullptr, "1", true},
-        {"USB", "[C] PD PD_PPS", nullptr, "1", false},
-        {"USB", "C [PD", nullptr, "1", false},
+        // A 15 W Type-C charger without PD still powers the machine.
+        {"USB", "[C] PD PD_PPS", nullptr, "1", true},
+        {"USB", nullptr, nullptr, "2", true},
+        {"USB", "[C] PD PD_PPS", nullptr, "0", false},
+        {"Battery", nullptr, nullptr, "1", false},
         // A port charging a phone is not powering the machine.
         {"USB_PD", nullptr, "Device", "1", false},
     };
@@ -70,7 +71,6 @@ TEST(PowerSupply, MainsIsAnOnlineAdapterOrPowerDeliverySource) {
         const auto supplies = findPowerSupplies(tree.classDirectory());
         ASSERT_TRUE(supplies) << name;
         EXPECT_EQ(supplies->onMains, c.onMains) << name;
-        EXPECT_EQ(supplies->battery, tree.classDirectory() / "BAT0") << name;
     }
 }
 
@@ -79,7 +79,7 @@ TEST(PowerSupply, BatteryAttributesFollowOneSetOfRules) {
         const char* name;
         std::vector<Attribute> tree;
         std::optional<int> percent;
-        std::optional<std::int64_t> fullChargeMah, designMah, signedMilliamps;
+        std::optional<std::int64_t> fullChargeMah, designMah, milliamps;
     } cases[] = {
         {"charge in µAh rounds to the nearest mAh",
          {{"capacity", "57\n"}, {"charge_full", "4300500\n"}, {"charge_full_design", "4382499\n"}},
@@ -113,12 +113,12 @@ TEST(PowerSupply, BatteryAttributesFollowOneSetOfRules) {
          std::nullopt,
          std::nullopt,
          -1500},
-        {"a percentage past 100 is dropped",
+        {"a signed driver discharging while its status says charging",
          {{"capacity", "150\n"}, {"status", "Charging\n"}, {"current_now", "-1499500\n"}},
          std::nullopt,
          std::nullopt,
          std::nullopt,
-         1500},
+         -1500},
         {"current from power over voltage",
          {{"status", "Discharging\n"}, {"power_now", "9360000\n"}, {"voltage_now", "11700000\n"}},
          std::nullopt,
@@ -142,7 +142,7 @@ TEST(PowerSupply, BatteryAttributesFollowOneSetOfRules) {
         EXPECT_EQ(battery.capacity, c.percent) << c.name;
         EXPECT_EQ(battery.fullChargeMah, c.fullChargeMah) << c.name;
         EXPECT_EQ(battery.designMah, c.designMah) << c.name;
-        EXPECT_EQ(battery.signedCurrentMilliamps(), c.signedMilliamps) << c.name;
+        EXPECT_EQ(battery.currentMilliamps(), c.milliamps) << c.name;
     }
 }
 

@@ -92,8 +92,8 @@ TEST_F(CheckupCommand, UserFilesDecideLoginAndUpdates) {
         const json::Value checkup = checkupJson(c.installed);
         ASSERT_TRUE(checkup.is_object()) << c.what;
         EXPECT_EQ(checkup["summary"], c.summary) << c.what;
-        EXPECT_EQ(checkup["readings"][2]["word"], c.login) << c.what;
-        EXPECT_EQ(checkup["readings"][5]["word"], c.updatesWord) << c.what;
+        EXPECT_EQ(checkup["readings"][3]["word"], c.login) << c.what;
+        EXPECT_EQ(checkup["readings"][6]["word"], c.updatesWord) << c.what;
         EXPECT_EQ(checkup["fix"], c.fix) << c.what;
         // The page's own button is the service's fix, which an update does not have.
         EXPECT_EQ(checkup["page"]["fix"], c.installed == std::string("no")

@@ -92,13 +92,8 @@ TEST(ChargeController, HoldsTheLimitVerifiesTheGateAndReappliesWhatTheFirmwareFo
 }
 
 TEST(ChargeController, GateIsFalseWhenChargingGoesOnPastTheLimit) {
-    // A driver that accepts the thresholds and ignores them: the pack keeps charging.
-    Rig rig({.startPercent = 85, .behaviours = {}}, {.limit = 80});
-    for (int i = 0; i < 20; ++i) {
-        rig.battery.firmwareReset();
-        rig.battery.setPercent(85 + i * 0.2);
-        rig.run(5);
-    }
+    Rig rig({.startPercent = 85, .behaviours = {}, .thresholdsIgnored = true}, {.limit = 80});
+    rig.run(100);
     EXPECT_EQ(rig.view().gateVerified, false);
 }
 
@@ -336,36 +331,55 @@ TEST(ChargeController, ARunAndTheProtectedTimeSurviveARestart) {
     EXPECT_EQ(restarted.view().protectedSeconds, 1234);
 }
 
-// The simulated battery with a bay that can be emptied and a driver that can refuse force-discharge.
-struct FaultyDevice final : PowerDevice {
-    explicit FaultyDevice(SimulatedBattery& b) : battery(b) {}
+// Simulated batteries in their bays: a bay that can be emptied, a driver that can refuse force-discharge or
+// fail every end-threshold write.
+struct Bays final : PowerDevice {
+    explicit Bays(std::vector<SimulatedBattery*> all) : batteries(std::move(all)) {}
+    SimulatedBattery* find(std::string_view name) const {
+        for (auto* battery : batteries) {
+            if (battery->options().name == name) return battery;
+        }
+        return nullptr;
+    }
     DeviceReading read() override {
-        if (!absent) return battery.read();
         DeviceReading reading;
-        reading.plugged = battery.read().plugged;
+        reading.plugged = batteries.front()->plugged();
+        if (absent) return reading;
+        for (auto* battery : batteries) reading.batteries.push_back(battery->read().batteries.front());
+        static_cast<BatteryAttributes&>(reading) = combineBatteries(reading.batteries);
         return reading;
     }
-    DeviceCapabilities capabilities() override {
-        return absent ? DeviceCapabilities{} : battery.capabilities();
+    std::vector<DeviceCapabilities> capabilities() override {
+        std::vector<DeviceCapabilities> all;
+        if (absent) return all;
+        for (auto* battery : batteries) all.push_back(battery->capabilities().front());
+        return all;
     }
-    std::optional<int> threshold(Threshold which) override { return battery.threshold(which); }
-    WriteError setThreshold(Threshold which, int percent) override {
-        return battery.setThreshold(which, percent);
+    std::optional<int> threshold(std::string_view name, Threshold which) override {
+        return find(name)->threshold(name, which);
     }
-    std::optional<ChargeBehaviour> behaviour() override { return battery.behaviour(); }
-    WriteError setBehaviour(std::string_view value) override {
+    WriteResult setThreshold(std::string_view name, Threshold which, int percent) override {
+        if (failEnd && which == Threshold::end)
+            return WriteFailure{"cannot write charge_control_end_threshold: Input/output error"};
+        return find(name)->setThreshold(name, which, percent);
+    }
+    std::optional<ChargeBehaviour> behaviour(std::string_view name) override {
+        return find(name)->behaviour(name);
+    }
+    WriteResult setBehaviour(std::string_view name, std::string_view value) override {
         if (refuseDischarge && value == behaviourForceDischarge)
-            return "cannot write charge_behaviour: I/O error";
-        return battery.setBehaviour(value);
+            return WriteFailure{"cannot write charge_behaviour: I/O error"};
+        return find(name)->setBehaviour(name, value);
     }
-    SimulatedBattery& battery;
+    std::vector<SimulatedBattery*> batteries;
     bool absent = false;
     bool refuseDischarge = false;
+    bool failEnd = false;
 };
 
 TEST(ChargeController, ARemovedBatteryIsPublishedAbsentAndTakenUpAgainWhenBack) {
     SimulatedBattery battery({.startPercent = 85});
-    FaultyDevice device(battery);
+    Bays device({&battery});
     std::vector<std::string> log;
     ChargeController controller(device, {}, [&](std::string_view line) { log.emplace_back(line); });
     controller.setSettings({.limit = 80});
@@ -398,7 +412,7 @@ TEST(ChargeController, ARemovedBatteryIsPublishedAbsentAndTakenUpAgainWhenBack) 
 
 TEST(ChargeController, ARefusedDischargeWriteIsNeverPublishedAsADischarge) {
     SimulatedBattery battery({.startPercent = 95});
-    FaultyDevice device(battery);
+    Bays device({&battery});
     device.refuseDischarge = true;
     ChargeController controller(device, {}, {});
     controller.setSettings({.limit = 80, .discharge = true});
@@ -410,6 +424,92 @@ TEST(ChargeController, ARefusedDischargeWriteIsNeverPublishedAsADischarge) {
         EXPECT_EQ(battery.behaviourValue(), "auto");
     }
     EXPECT_TRUE(controller.status().dischargeFailed);
+}
+
+TEST(ChargeController, HoldsTheLimitOnEveryBatteryAndPublishesEach) {
+    SimulatedBattery internal({.name = "BAT0", .startPercent = 70});
+    SimulatedBattery bay({.name = "BAT1", .startPercent = 90, .behaviours = {}});
+    Bays device({&internal, &bay});
+    ChargeController controller(device, {}, {});
+    controller.setSettings({.limit = 80});
+    tickAt(controller, 1'700'000'000);
+    EXPECT_EQ(std::pair(internal.endThresholdValue(), bay.endThresholdValue()), std::pair(80, 80));
+    EXPECT_EQ(controller.status().pct, 80) << "two packs of the same size weigh the same";
+    const auto& published = controller.status().batteries;
+    ASSERT_EQ(published.size(), 2u);
+    EXPECT_EQ(std::tuple(published[1].name, published[1].pct, published[1].mode, published[1].endThreshold),
+              std::tuple("BAT1", 90, "thresholds", 80));
+}
+
+TEST(ChargeController, AWriteTheDriverDoesNotTakeIsReadBackAndPublished) {
+    const struct {
+        const char* name;
+        BatteryOptions options;
+        bool failEnd;
+        int end;
+        std::optional<int> nativeLimit;
+        std::optional<std::string> error;
+    } cases[] = {
+        {"takes only 80 or 100: the nearest it takes", {.endValues = {80, 100}}, false, 80, 80, std::nullopt},
+        {"rounds to tens", {.thresholdStep = 10}, false, 80, 80, std::nullopt},
+        {"every end write fails",
+         {},
+         true,
+         100,
+         std::nullopt,
+         "BAT0: cannot write charge_control_end_threshold: Input/output error"},
+    };
+    for (const auto& c : cases) {
+        SimulatedBattery battery(c.options);
+        Bays device({&battery});
+        device.failEnd = c.failEnd;
+        ChargeController controller(device, {}, {});
+        controller.setSettings({.limit = 75});
+        tickAt(controller, 1'700'000'000);
+        EXPECT_EQ(battery.endThresholdValue(), c.end) << c.name;
+        EXPECT_EQ(controller.status().nativeLimit, c.nativeLimit) << c.name;
+        EXPECT_EQ(controller.status().chargeError, c.error) << c.name;
+        ASSERT_EQ(controller.status().batteries.size(), 1u);
+        EXPECT_EQ(controller.status().batteries[0].endThreshold, c.end) << c.name;
+    }
+}
+
+struct FixedLookout final : WriterLookout {
+    std::optional<OtherWriter> identify(const std::vector<std::string>&) override { return holder; }
+    std::optional<OtherWriter> holder;
+};
+
+TEST(ChargeController, GivesWayToAProgramThatKeepsWritingTheThresholdsAndTakesThemBackAfter) {
+    SimulatedBattery battery({.startPercent = 60});
+    Bays device({&battery});
+    FixedLookout lookout;
+    lookout.holder =
+        OtherWriter{.program = OtherWriter::Program::upower, .file = {}, .at = {}, .yielded = false};
+    std::vector<std::string> log;
+    ChargeController controller(
+        device, {}, [&](std::string_view line) { log.emplace_back(line); }, &lookout);
+    controller.setSettings({.limit = 80});
+    Instant now = 1'700'000'000;
+    tickAt(controller, now);
+    for (int write = 1; write <= OtherWriterWatch::toleratedWrites; ++write) {
+        battery.setThreshold(Threshold::end, 100);
+        tickAt(controller, now += 5);
+        ASSERT_TRUE(controller.status().otherWriter);
+        EXPECT_EQ(controller.status().otherWriter->program, OtherWriter::Program::upower);
+        const bool yielded = write == OtherWriterWatch::toleratedWrites;
+        EXPECT_EQ(controller.status().otherWriter->yielded, yielded) << write;
+        EXPECT_EQ(battery.endThresholdValue(), yielded ? 100 : 80) << write;
+    }
+    EXPECT_EQ(log.front(),
+              "charge_control_end_threshold 80 → 100 on BAT0, written by UPower; putting the limit back");
+    tickAt(controller, now += 600);
+    EXPECT_EQ(battery.endThresholdValue(), 100) << "UPower still holds it";
+
+    lookout.holder.reset();
+    tickAt(controller, now += OtherWriterWatch::recheckSeconds);
+    EXPECT_EQ(log.back(), "UPower no longer sets the charge controls; holding the limit again");
+    EXPECT_EQ(battery.endThresholdValue(), 80);
+    EXPECT_FALSE(controller.status().otherWriter);
 }
 
 TEST(ChargeController, ReleaseLeavesChargingAloneUntilTheNextSettings) {

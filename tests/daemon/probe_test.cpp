@@ -36,6 +36,15 @@ TEST(Probe, AnswersFromWhatTheDriverOffersAndWritesNothing) {
         {"behaviour only",
          {{"BAT1/type", "Battery"}, {"BAT1/charge_behaviour", "[auto] inhibit-charge"}, {"BAT1/temp", "301"}},
          R"({"battery":"BAT1","behaviours":["auto","inhibit-charge"],"led":false,"mode":"behaviour","supported":true,"temperature":"temp"})"},
+        {"behaviour that stops charging only while awake",
+         {{"BAT0/type", "Battery"}, {"BAT0/charge_behaviour", "[auto] inhibit-charge-awake"}},
+         R"({"battery":"BAT0","behaviours":["auto","inhibit-charge-awake"],"led":false,"mode":"behaviour","supported":true,"temperature":"unknown"})"},
+        {"an empty first bay beside a battery with thresholds",
+         {{"BAT0/type", "Battery"},
+          {"BAT0/present", "0"},
+          {"BAT1/type", "Battery"},
+          {"BAT1/charge_control_end_threshold", "100"}},
+         R"({"battery":"BAT1","endThreshold":100,"led":false,"mode":"thresholds","supported":true,"temperature":"unknown"})"},
         {"thresholds, sensor in a thermal zone",
          {{"BAT0/type", "Battery"},
           {"BAT0/charge_control_end_threshold", "80"},
@@ -70,9 +79,9 @@ TEST(SysfsDevice, AnUnreadableBehaviourIsAskedAgain) {
     std::ofstream(battery / "type") << "Battery\n";
     std::ofstream(battery / "charge_behaviour") << "";
     SysfsDevice device(root.path);
-    EXPECT_TRUE(device.capabilities().incomplete);
+    EXPECT_TRUE(device.capabilities().front().incomplete);
     std::ofstream(battery / "charge_behaviour") << "[auto] inhibit-charge force-discharge\n";
-    const auto caps = device.capabilities();
+    const auto caps = device.capabilities().front();
     EXPECT_FALSE(caps.incomplete);
     EXPECT_TRUE(caps.offers("force-discharge"));
 }
@@ -95,9 +104,37 @@ TEST(SysfsDevice, WritesRefuseWhatIsNotAnAttribute) {
         {"charge_behaviour", "cannot write charge_behaviour: Is a directory"},
     };
     for (const auto& c : cases)
-        EXPECT_EQ(writeAttribute(battery / c.attribute, "75"), c.expected) << c.attribute;
+        EXPECT_EQ(writeAttribute(battery / c.attribute, "75").value_or(WriteFailure{}).text, c.expected)
+            << c.attribute;
     std::ifstream target(root.path / "elsewhere");
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(target), {}), "80\n") << "the link was not followed";
+}
+
+// The unit's last step after any end: auto on every battery whose charge_behaviour can be written, whatever
+// it reads.
+TEST(SysfsDevice, HandBackWritesAutoWhereverItCan) {
+    const struct {
+        const char* before;
+        fs::perms perms;
+        const char* after;
+    } cases[] = {
+        {"auto [force-discharge]", fs::perms(0644), "auto"},
+        {"", fs::perms(0644), "auto"},
+        {"[auto] inhibit-charge", fs::perms(0644), "[auto] inhibit-charge"},
+        {"auto [inhibit-charge]", fs::perms(0444), "auto [inhibit-charge]"},
+    };
+    for (const auto& c : cases) {
+        const testing::TempDir root;
+        for (const char* name : {"BAT0", "BAT1"}) {
+            fs::create_directories(root.path / name);
+            std::ofstream(root.path / name / "type") << "Battery\n";
+            std::ofstream(root.path / name / "charge_behaviour") << c.before;
+            fs::permissions(root.path / name / "charge_behaviour", c.perms);
+        }
+        EXPECT_FALSE(handBack(root.path)) << c.before;
+        for (const char* name : {"BAT0", "BAT1"})
+            EXPECT_EQ(readAttribute(root.path / name / "charge_behaviour").value_or(""), c.after) << c.before;
+    }
 }
 
 }  // namespace

@@ -222,7 +222,7 @@ TEST_F(ServiceProcess, AFifoAtTheSettingsPathIsKeptAsideInsteadOfBlockingTheStar
     fs::create_directories(paths_.dataDirectory());
     ASSERT_EQ(::mkfifo(paths_.config.c_str(), 0644), 0);
     startAgain(service_);
-    // The default limit is held; the threshold write may land just after the status file.
+    // The tree takes the service's write on its next look, which may come after the status file.
     EXPECT_TRUE(runUntil(
         [&] { return fs::exists(paths_.status) && battery_.endThresholdValue() == Settings{}.limit; }));
     auto kept = paths_.config;

@@ -24,6 +24,12 @@ PublishedStatus everythingKnown() {
     status.smcKeys = {"charge_control_end_threshold", "charge_behaviour"};
     status.chargeMode = "thresholds+behaviour";
     status.nativeFloor = 55;
+    status.nativeLimit = 80;
+    status.chargeError = "BAT1: cannot write charge_control_end_threshold: Input/output error";
+    status.batteries = {{"BAT0", 81, "Charging", "thresholds", 75, 80, "auto", std::nullopt},
+                        {"BAT1", std::nullopt, std::nullopt, std::nullopt, std::nullopt, std::nullopt,
+                         std::nullopt, "cannot write charge_control_end_threshold: Input/output error"}};
+    status.otherWriter = OtherWriter{OtherWriter::Program::tlp, "/etc/tlp.conf", 1'699'999'900, true};
     status.gateVerified = false;
     status.daemonVersion = "1.2.3";
     status.startedAt = 1'699'990'000;
@@ -55,13 +61,14 @@ TEST(PublishedStatus, TheFileKeepsItsKeysAndSpelling) {
     published.pct = 80;
     published.smcKeys = {"charge_behaviour"};
     published.startedAt = 1'699'990'000;
-    EXPECT_EQ(published.fileText(),
-              R"({"cal":{"drainTarget":15,"phase":"idle","runs":[],"soakBanked":0.0,"soakSeconds":3600},)"
-              R"("chargeMode":null,"daemonPath":null,"daemonVersion":null,"dischargeFailed":false,)"
-              R"("dischargeSupported":true,"gateVerified":null,"hot":false,"ledSupported":true,)"
-              R"("nativeFloor":null,"pct":80,"plugged":false,"protectedSeconds":0.0,"since":null,)"
-              R"("smcKeys":["charge_behaviour"],"startedAt":1699990000.0,"state":"hold",)"
-              R"("temp":null,"topUp":false,"ts":1700000000.0})");
+    EXPECT_EQ(
+        published.fileText(),
+        R"({"batteries":[],"cal":{"drainTarget":15,"phase":"idle","runs":[],"soakBanked":0.0,)"
+        R"("soakSeconds":3600},"chargeError":null,"chargeMode":null,"daemonPath":null,"daemonVersion":null,"dischargeFailed":false,)"
+        R"("dischargeSupported":true,"gateVerified":null,"hot":false,"ledSupported":true,)"
+        R"("nativeFloor":null,"nativeLimit":null,"otherWriter":null,"pct":80,"plugged":false,"protectedSeconds":0.0,"since":null,)"
+        R"("smcKeys":["charge_behaviour"],"startedAt":1699990000.0,"state":"hold",)"
+        R"("temp":null,"topUp":false,"ts":1700000000.0})");
 }
 
 TEST(PublishedStatus, UnknownValuesAreWrittenAsNullAndReadAsAbsent) {
@@ -71,7 +78,7 @@ TEST(PublishedStatus, UnknownValuesAreWrittenAsNullAndReadAsAbsent) {
     const auto object = json::parseObject(text);
     ASSERT_TRUE(object);
     // Every key the app reads is there, the unknown ones as null, so no reader falls back by accident.
-    EXPECT_EQ(object->size(), 20u);
+    EXPECT_EQ(object->size(), 24u);
     EXPECT_TRUE((*object)["temp"].is_null());
     EXPECT_TRUE((*object)["gateVerified"].is_null());
     ServiceStatus read;

@@ -26,6 +26,9 @@ struct Machine {
     bool automatic = true;
     const char* available = nullptr;
     bool critical = false;
+    const char* chargeError = nullptr;
+    std::optional<int> nativeLimit;
+    std::optional<OtherWriter::Program> other;
 
     Checkup checkup() const {
         ChargeSettingsState s;
@@ -34,6 +37,9 @@ struct Machine {
         s.status.published.ledSupported = ledSupported;
         s.settings.led = led;
         s.settings.history = history;
+        if (chargeError) s.status.published.chargeError = chargeError;
+        s.status.published.nativeLimit = nativeLimit;
+        if (other) s.status.published.otherWriter = OtherWriter{.program = *other};
         UpdaterState updates{.critical = critical, .automatic = automatic};
         if (available) updates.available = available;
         return Checkup(s, state, SystemLock{.active = locked}, login, updates);
@@ -64,6 +70,11 @@ TEST(CheckupReading, FirstHoldingConditionPerPiece) {
         {{.gate = std::nullopt}, Piece::verified, Level::off, "Not yet"},
         {{}, Piece::verified, Level::ok, "Verified"},
         {{.gate = false}, Piece::verified, Level::broken, "Not working"},
+        {{.chargeError = "EIO", .other = OtherWriter::Program::tlp}, Piece::control, Level::broken, "Refused"},
+        {{.nativeLimit = 80, .other = OtherWriter::Program::upower}, Piece::control, Level::todo, "UPower too"},
+        {{.other = OtherWriter::Program::unknown}, Piece::control, Level::todo, "Contested"},
+        {{.nativeLimit = 80}, Piece::control, Level::ok, "80%"},
+        {{}, Piece::control, Level::ok, "As asked"},
         {{.login = Login::requiresApproval}, Piece::login, Level::todo, "To allow"},
         {{}, Piece::login, Level::ok, "On"},
         {{.login = Login::notFound}, Piece::login, Level::off, "Off"},
@@ -109,6 +120,7 @@ TEST(CheckupRollUp, HeadlineFirstProblemAndFix) {
         {{.state = State::awaitingApproval}, "One thing to do", Piece::service, approve},
         {{.state = State::notInstalled}, "One thing to do", Piece::service, install},
         {{.available = "2.0"}, "One thing to do", Piece::updates, update},
+        {{.other = OtherWriter::Program::kde}, "One thing to do", Piece::control, seeWhat},
     };
     // clang-format on
     for (const auto& c : cases) {

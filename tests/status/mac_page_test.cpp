@@ -124,5 +124,23 @@ TEST(MacPage, RowExplanationsSayWhatTheReadingMeans) {
     EXPECT_EQ(MacPage::runningTime(std::nullopt, 5), "Not running");
 }
 
+TEST(MacPage, EachBatteryInItsBaySaysHowItIsHeld) {
+    PublishedStatus status;
+    status.batteries = {
+        {"BAT0", 62, "Charging", "thresholds+behaviour", 75, 80, "auto", std::nullopt},
+        {"BAT1", 90, std::nullopt, "behaviour", std::nullopt, std::nullopt, "inhibit-charge-awake",
+         std::nullopt},
+        {"BAT2", std::nullopt, std::nullopt, "thresholds", 0, 100, std::nullopt, "cannot write: I/O error"},
+        {"BAT3", 40, std::nullopt, std::nullopt, std::nullopt, std::nullopt, std::nullopt, std::nullopt},
+    };
+    EXPECT_EQ(MacPage::batteryLines(status),
+              (std::vector<MacPage::InfoLine>{
+                  {"Battery BAT0", "62%, held by its charge thresholds at 75% to 80%."},
+                  {"Battery BAT1", "90%, held by pausing its charging (now inhibit-charge-awake)."},
+                  {"Battery BAT2", "Charge unknown. The last change didn’t take: cannot write: I/O error."},
+                  {"Battery BAT3", "40%, not held: its driver offers no way to stop charging."},
+              }));
+}
+
 }  // namespace
 }  // namespace torvel

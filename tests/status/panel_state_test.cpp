@@ -170,7 +170,7 @@ TEST(PanelStatus, TargetFollowsTheRunThenTheTopUp) {
     const TargetCase cases[] = {
         {Phase::idle, false, 70},    {Phase::idle, true, 100},    {Phase::fill, false, 100},
         {Phase::refill, false, 100}, {Phase::soak, false, 100},   {Phase::drain, true, 15},
-        {Phase::restore, true, 100}, {Phase::restore, false, 70},
+        {Phase::restore, true, 70},  {Phase::restore, false, 70},
     };
     for (const auto& c : cases) {
         ChargeSettingsState settings;

@@ -25,7 +25,8 @@ void SimulatedBattery::firmwareReset() {
 }
 
 bool SimulatedBattery::charging() const {
-    if (!plugged_ || behaviour_ == "inhibit-charge" || charge_ >= 100) return false;
+    // inhibit-charge and inhibit-charge-awake alike: the simulated machine never sleeps.
+    if (!plugged_ || behaviour_.starts_with("inhibit-charge") || charge_ >= 100) return false;
     if (behaviour_ == "force-discharge" && options_.forceDischargeCuts) return false;
     return chargeLatch_;
 }
@@ -44,7 +45,7 @@ std::optional<double> SimulatedBattery::temperature() const {
 void SimulatedBattery::step(double seconds) {
     const double hours = seconds / 3600;
     // Firmware thresholds: charging stops at the end value and resumes below the start value.
-    if (options_.endThreshold) {
+    if (options_.endThreshold && !options_.thresholdsIgnored) {
         if (charge_ >= end_) chargeLatch_ = false;
         if (charge_ < start_) chargeLatch_ = true;
     } else {
@@ -52,7 +53,7 @@ void SimulatedBattery::step(double seconds) {
     }
     const bool forced = plugged_ && behaviour_ == "force-discharge" && options_.forceDischargeCuts;
     if (charging()) {
-        const double ceiling = options_.endThreshold ? end_ : 100;
+        const double ceiling = options_.endThreshold && !options_.thresholdsIgnored ? end_ : 100;
         charge_ = std::min(charge_ + options_.chargeRate * hours, std::max(ceiling, charge_));
         warmth_ = std::min(options_.chargingWarmth, warmth_ + 6 * hours);
     } else {
@@ -92,55 +93,63 @@ daemon::DeviceReading SimulatedBattery::read() {
     reading.fullChargeMah = static_cast<std::int64_t>(options_.fullChargeMah);
     reading.designMah = static_cast<std::int64_t>(options_.designMah);
     reading.cycleCount = options_.cycleCount;
+    reading.name = options_.name;
+    reading.batteries.push_back(reading);
     return reading;
 }
 
-daemon::DeviceCapabilities SimulatedBattery::capabilities() {
+std::vector<daemon::DeviceCapabilities> SimulatedBattery::capabilities() {
     daemon::DeviceCapabilities caps;
-    caps.batteryName = "BAT0";
+    caps.batteryName = options_.name;
     caps.endThreshold = options_.endThreshold;
     caps.startThreshold = options_.endThreshold && options_.startThreshold;
     caps.behaviours = options_.behaviours;
     if (options_.ambientCelsius) caps.temperatureSource = "temp";
-    return caps;
+    return {caps};
 }
 
-std::optional<int> SimulatedBattery::threshold(Threshold which) {
-    if (!options_.endThreshold || (which == Threshold::start && !options_.startThreshold))
+std::optional<int> SimulatedBattery::threshold(std::string_view battery, Threshold which) {
+    if (battery != options_.name || !options_.endThreshold ||
+        (which == Threshold::start && !options_.startThreshold))
         return std::nullopt;
     return which == Threshold::start ? start_ : end_;
 }
 
-daemon::WriteError SimulatedBattery::setThreshold(Threshold which, int percent) {
+daemon::WriteResult SimulatedBattery::setThreshold(std::string_view battery, Threshold which, int percent) {
     const std::string name(daemon::thresholdAttribute(which));
-    if (!options_.endThreshold || (which == Threshold::start && !options_.startThreshold)) {
-        return "cannot write " + name + ": No such file or directory";
+    const daemon::WriteFailure refused{"cannot write " + name + ": " + invalid, true};
+    if (battery != options_.name || !options_.endThreshold ||
+        (which == Threshold::start && !options_.startThreshold)) {
+        return daemon::WriteFailure{"cannot write " + name + ": No such file or directory"};
     }
-    if (percent < 0 || percent > 100) return "cannot write " + name + ": " + invalid;
+    if (percent < 0 || percent > 100) return refused;
     const int step = std::max(1, options_.thresholdStep);
     int value = (percent + step / 2) / step * step;
     if (which == Threshold::end) {
+        const auto& only = options_.endValues;
+        if (!only.empty() && std::find(only.begin(), only.end(), percent) == only.end()) return refused;
         value = std::clamp(value, options_.minEnd, 100);
-        if (value < start_) return "cannot write " + name + ": " + invalid;
+        if (value < start_) return refused;
         end_ = value;
     } else {
         value = std::clamp(value, options_.minStart, options_.maxStart);
-        if (value > end_) return "cannot write " + name + ": " + invalid;
+        if (value > end_) return refused;
         start_ = value;
     }
     writes_.push_back((which == Threshold::end ? "end=" : "start=") + std::to_string(value));
     return std::nullopt;
 }
 
-std::optional<daemon::ChargeBehaviour> SimulatedBattery::behaviour() {
-    if (options_.behaviours.empty()) return std::nullopt;
-    return daemon::ChargeBehaviour::parse(behaviourText());
+std::optional<ChargeBehaviour> SimulatedBattery::behaviour(std::string_view battery) {
+    if (battery != options_.name || options_.behaviours.empty()) return std::nullopt;
+    return ChargeBehaviour::parse(behaviourText());
 }
 
-daemon::WriteError SimulatedBattery::setBehaviour(std::string_view value) {
+daemon::WriteResult SimulatedBattery::setBehaviour(std::string_view battery, std::string_view value) {
+    if (battery != options_.name) return daemon::WriteFailure{"cannot write charge_behaviour: no battery"};
     if (std::find(options_.behaviours.begin(), options_.behaviours.end(), value) ==
         options_.behaviours.end()) {
-        return "cannot write charge_behaviour: " + invalid;
+        return daemon::WriteFailure{"cannot write charge_behaviour: " + invalid, true};
     }
     behaviour_ = std::string(value);
     writes_.push_back("behaviour=" + behaviour_);

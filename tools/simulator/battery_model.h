@@ -11,6 +11,8 @@ namespace torvel::sim {
 
 // How the simulated machine behaves: the pack, the charger, and the driver's quirks.
 struct BatteryOptions {
+    // As the power-supply class names it.
+    std::string name = "BAT0";
     double startPercent = 50;
     double fullChargeMah = 4800;
     double designMah = 5200;
@@ -24,8 +26,12 @@ struct BatteryOptions {
     int minEnd = 0;
     int minStart = 0;
     int maxStart = 100;
+    // A driver that takes only these end thresholds refuses any other with EINVAL; empty takes any.
+    std::vector<int> endValues{};
     // Some embedded controllers take force-discharge without cutting the charger.
     bool forceDischargeCuts = true;
+    // And some take the thresholds and then charge on regardless.
+    bool thresholdsIgnored = false;
 
     // Percent per hour.
     double chargeRate = 40;
@@ -68,11 +74,16 @@ class SimulatedBattery final : public daemon::PowerDevice {
     std::string behaviourText() const;
 
     daemon::DeviceReading read() override;
-    daemon::DeviceCapabilities capabilities() override;
-    std::optional<int> threshold(daemon::Threshold which) override;
-    daemon::WriteError setThreshold(daemon::Threshold which, int percent) override;
-    std::optional<daemon::ChargeBehaviour> behaviour() override;
-    daemon::WriteError setBehaviour(std::string_view value) override;
+    std::vector<daemon::DeviceCapabilities> capabilities() override;
+    std::optional<int> threshold(std::string_view battery, daemon::Threshold which) override;
+    daemon::WriteResult setThreshold(std::string_view battery, daemon::Threshold which, int percent) override;
+    std::optional<ChargeBehaviour> behaviour(std::string_view battery) override;
+    daemon::WriteResult setBehaviour(std::string_view battery, std::string_view value) override;
+    // The same without a name, for the simulator's own tree, which has this one battery.
+    std::optional<int> threshold(daemon::Threshold which) { return threshold(options_.name, which); }
+    daemon::WriteResult setThreshold(daemon::Threshold which, int percent) {
+        return setThreshold(options_.name, which, percent);
+    }
 
   private:
     void step(double seconds);

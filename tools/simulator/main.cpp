@@ -11,8 +11,10 @@
 #include <csignal>
 #include <cstdio>
 #include <iostream>
+#include <optional>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "battery_model.h"
 #include "common/syscalls.h"
@@ -39,6 +41,9 @@ Options:
                        empty for none)
   --no-cut             force-discharge is accepted but the charger keeps charging
   --no-temp            the battery has no temperature sensor
+  --second-battery P   a second battery, BAT1, in a bay, charged P percent at start
+  --energy-only        a fuel gauge that shows energy_now/energy_full and power_now only (no capacity)
+  --usb-charger        the charger is a Type-C port without PD instead of an AC adapter
   --commands PATH      also read commands from this FIFO (created when missing)
   --help               this text
 
@@ -61,6 +66,8 @@ struct Options {
     std::string commands;
     double speed = 60;
     torvel::sim::BatteryOptions battery;
+    std::optional<double> secondPercent;
+    torvel::sim::TreeShape shape;
     bool plugged = true;
 };
 
@@ -95,6 +102,12 @@ bool parse(int argc, char** argv, Options& options) {
             options.battery.forceDischargeCuts = false;
         } else if (arg == "--no-temp") {
             options.battery.ambientCelsius.reset();
+        } else if (arg == "--second-battery") {
+            options.secondPercent = std::stod(next());
+        } else if (arg == "--energy-only") {
+            options.shape.energyOnly = true;
+        } else if (arg == "--usb-charger") {
+            options.shape.usbCharger = true;
         } else if (arg == "--commands") {
             options.commands = next();
         } else {
@@ -109,21 +122,27 @@ bool parse(int argc, char** argv, Options& options) {
     return true;
 }
 
-bool run(const std::string& line, torvel::sim::SimulatedBattery& battery, double& speed) {
+using Batteries = std::vector<torvel::sim::SimulatedBattery*>;
+
+// Every command but `percent` (the first battery's charge) goes to every battery.
+bool run(const std::string& line, const Batteries& batteries, double& speed) {
     std::istringstream words(line);
     std::string command;
     words >> command;
     double value = 0;
+    const auto each = [&](auto action) {
+        for (auto* battery : batteries) action(*battery);
+    };
     if (command == "plug")
-        battery.plug(true);
+        each([](auto& battery) { battery.plug(true); });
     else if (command == "unplug")
-        battery.plug(false);
+        each([](auto& battery) { battery.plug(false); });
     else if (command == "heat" && words >> value)
-        battery.setExtraHeat(value);
+        each([&](auto& battery) { battery.setExtraHeat(value); });
     else if (command == "percent" && words >> value)
-        battery.setPercent(value);
+        batteries.front()->setPercent(value);
     else if (command == "reset")
-        battery.firmwareReset();
+        each([](auto& battery) { battery.firmwareReset(); });
     else if (command == "speed" && words >> value)
         speed = value;
     else if (command == "quit")
@@ -137,7 +156,7 @@ enum class Input { open, ended, quit };
 
 // Runs whatever complete lines are waiting on `fd`, without blocking. At the end of the input its last,
 // unterminated line counts too.
-Input drain(int fd, std::string& pending, torvel::sim::SimulatedBattery& battery, double& speed) {
+Input drain(int fd, std::string& pending, const Batteries& battery, double& speed) {
     char buffer[512];
     const ssize_t n = torvel::retryOnInterrupt([&] { return ::read(fd, buffer, sizeof buffer); });
     const bool ended = n == 0 || (n < 0 && errno != EAGAIN && errno != EWOULDBLOCK);
@@ -164,9 +183,15 @@ int main(int argc, char** argv) {
     std::signal(SIGTERM, requestStop);
     std::signal(SIGINT, requestStop);
 
-    torvel::sim::SimulatedBattery battery(options.battery);
-    battery.plug(options.plugged);
-    torvel::sim::SysfsTree tree(options.dir, battery);
+    torvel::sim::SimulatedBattery first(options.battery);
+    torvel::sim::BatteryOptions bay = options.battery;
+    bay.name = "BAT1";
+    bay.startPercent = options.secondPercent.value_or(0);
+    torvel::sim::SimulatedBattery second(bay);
+    Batteries battery{&first};
+    if (options.secondPercent) battery.push_back(&second);
+    for (auto* each : battery) each->plug(options.plugged);
+    torvel::sim::SysfsTree tree(options.dir, battery, options.shape);
     if (auto error = tree.create()) {
         std::cerr << "torvel-simbattery: " << *error << "\n";
         return 1;
@@ -205,7 +230,8 @@ int main(int argc, char** argv) {
 
         tree.absorbWrites();
         const auto now = std::chrono::steady_clock::now();
-        battery.advance(std::chrono::duration<double>(now - last).count() * options.speed);
+        for (auto* each : battery)
+            each->advance(std::chrono::duration<double>(now - last).count() * options.speed);
         last = now;
         tree.publish();
         for (; refusalsShown < tree.refusals().size(); ++refusalsShown) {

@@ -1,8 +1,8 @@
-#include "device/charge_behaviour.h"
+#include "battery/charge_behaviour.h"
 
 #include <algorithm>
 
-namespace torvel::daemon {
+namespace torvel {
 
 std::optional<ChargeBehaviour> ChargeBehaviour::parse(std::string_view text) {
     ChargeBehaviour behaviour;
@@ -36,4 +36,4 @@ bool ChargeBehaviour::offers(std::string_view value) const {
     return std::find(offered.begin(), offered.end(), value) != offered.end();
 }
 
-}  // namespace torvel::daemon
+}  // namespace torvel

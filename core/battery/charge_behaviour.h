@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-namespace torvel::daemon {
+namespace torvel {
 
 // The kernel's charge_behaviour attribute: every value the driver offers, the current one in brackets
 // ("[auto] inhibit-charge force-discharge").
@@ -23,6 +23,9 @@ struct ChargeBehaviour {
 
 inline constexpr std::string_view behaviourAuto = "auto";
 inline constexpr std::string_view behaviourInhibit = "inhibit-charge";
+// Stops charging only while the machine is awake; as the service is awake whenever it holds a limit, it holds
+// one as well as inhibit-charge does.
+inline constexpr std::string_view behaviourInhibitAwake = "inhibit-charge-awake";
 inline constexpr std::string_view behaviourForceDischarge = "force-discharge";
 
-}  // namespace torvel::daemon
+}  // namespace torvel

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace torvel {
+
+// What the charge service answers when it stored the settings but the battery would not hold them as asked.
+struct ControlWords {
+    // The write failed: nothing the battery holds changed. `failure` is the service's own account.
+    static std::string notHeld(std::string_view failure);
+    // The driver took another end threshold than the limit (rounded, clamped, or the nearest it accepts).
+    static std::string heldInstead(int asked, int held);
+};
+
+}  // namespace torvel
