@@ -9,26 +9,21 @@
 namespace torvel::cli {
 namespace {
 
-template <typename T>
-json::Value orNull(const std::optional<T>& value) {
-    return value ? json::Value(*value) : json::Value(nullptr);
-}
-
 json::Value readingJson(const BatteryAttributes& battery) {
     json::Value value = json::Value::object();
     value["present"] = battery.batteryPresent;
-    value["percent"] = orNull(battery.capacity);
-    value["status"] = orNull(battery.status);
-    value["cycleCount"] = orNull(battery.cycleCount);
-    value["voltageMillivolts"] = orNull(battery.voltageMillivolts);
-    value["currentMicroamps"] = orNull(battery.currentMicroamps);
-    value["powerMicrowatts"] = orNull(battery.powerMicrowatts);
-    value["fullChargeMah"] = orNull(battery.fullChargeMah);
-    value["designMah"] = orNull(battery.designMah);
-    value["fullEnergyMwh"] = orNull(battery.fullEnergyMwh);
-    value["designEnergyMwh"] = orNull(battery.designEnergyMwh);
-    value["healthPercent"] = orNull(battery.healthPercent);
-    value["temperatureCelsius"] = orNull(battery.temperatureCelsius);
+    value["percent"] = json::orNull<json::Value>(battery.capacity);
+    value["status"] = json::orNull<json::Value>(battery.status);
+    value["cycleCount"] = json::orNull<json::Value>(battery.cycleCount);
+    value["voltageMillivolts"] = json::orNull<json::Value>(battery.voltageMillivolts);
+    value["currentMicroamps"] = json::orNull<json::Value>(battery.currentMicroamps);
+    value["powerMicrowatts"] = json::orNull<json::Value>(battery.powerMicrowatts);
+    value["fullChargeMah"] = json::orNull<json::Value>(battery.fullChargeMah);
+    value["designMah"] = json::orNull<json::Value>(battery.designMah);
+    value["fullEnergyMwh"] = json::orNull<json::Value>(battery.fullEnergyMwh);
+    value["designEnergyMwh"] = json::orNull<json::Value>(battery.designEnergyMwh);
+    value["healthPercent"] = json::orNull<json::Value>(battery.healthPercent);
+    value["temperatureCelsius"] = json::orNull<json::Value>(battery.temperatureCelsius);
     return value;
 }
 
@@ -47,7 +42,7 @@ json::Value reportJson(const SupplyReport& report) {
             controls["endThreshold"] = supply.controls->endThreshold;
             controls["startThreshold"] = supply.controls->startThreshold;
             controls["behaviours"] = supply.controls->behaviours;
-            controls["mode"] = orNull(supply.controls->mode());
+            controls["mode"] = json::orNull<json::Value>(supply.controls->mode());
             entry["controls"] = std::move(controls);
         } else {
             entry["controls"] = nullptr;

@@ -45,9 +45,9 @@ std::optional<double> asNumber(const Value& value);
 std::optional<int> toInt(std::optional<std::int64_t> value);
 
 // An optional as JSON: the value, or null.
-template <typename T>
-Ordered orNull(const std::optional<T>& value) {
-    return value ? Ordered(*value) : Ordered(nullptr);
+template <typename Json = Ordered, typename T>
+Json orNull(const std::optional<T>& value) {
+    return value ? Json(*value) : Json(nullptr);
 }
 
 }  // namespace torvel::json

@@ -3,11 +3,6 @@
 namespace torvel {
 namespace {
 
-template <typename T>
-json::Value valueOrNull(const std::optional<T>& value) {
-    return value ? json::Value(*value) : json::Value(nullptr);
-}
-
 std::vector<std::string> textList(const json::Value& file, std::string_view key) {
     const json::Value* array = json::member(file, key);
     if (array == nullptr || !array->is_array()) return {};
@@ -30,13 +25,13 @@ std::optional<int> percentage(const json::Value& file, std::string_view key) {
 json::Value encodeBattery(const PublishedBattery& battery) {
     json::Value value = json::Value::object();
     value["name"] = battery.name;
-    value["pct"] = valueOrNull(battery.pct);
-    value["status"] = valueOrNull(battery.status);
-    value["mode"] = valueOrNull(battery.mode);
-    value["startThreshold"] = valueOrNull(battery.startThreshold);
-    value["endThreshold"] = valueOrNull(battery.endThreshold);
-    value["behaviour"] = valueOrNull(battery.behaviour);
-    value["error"] = valueOrNull(battery.error);
+    value["pct"] = json::orNull<json::Value>(battery.pct);
+    value["status"] = json::orNull<json::Value>(battery.status);
+    value["mode"] = json::orNull<json::Value>(battery.mode);
+    value["startThreshold"] = json::orNull<json::Value>(battery.startThreshold);
+    value["endThreshold"] = json::orNull<json::Value>(battery.endThreshold);
+    value["behaviour"] = json::orNull<json::Value>(battery.behaviour);
+    value["error"] = json::orNull<json::Value>(battery.error);
     return value;
 }
 
@@ -66,33 +61,33 @@ std::vector<PublishedBattery> decodeBatteries(const json::Value& file) {
 
 json::Value PublishedStatus::encode() const {
     json::Value file = json::Value::object();
-    file["ts"] = valueOrNull(ts);
+    file["ts"] = json::orNull<json::Value>(ts);
     file["state"] = state        ? json::Value(std::string(word(*state)))
                     : otherState ? json::Value(*otherState)
                                  : json::Value(nullptr);
     file["pct"] = pct;
     file["plugged"] = plugged;
     file["hot"] = hot;
-    file["temp"] = valueOrNull(temp);
+    file["temp"] = json::orNull<json::Value>(temp);
     file["topUp"] = topUp;
     file["protectedSeconds"] = protectedSeconds;
-    file["since"] = valueOrNull(since);
+    file["since"] = json::orNull<json::Value>(since);
     file["ledSupported"] = ledSupported;
     file["dischargeSupported"] = dischargeSupported;
     file["dischargeFailed"] = dischargeFailed;
     file["smcKeys"] = smcKeys;
-    file["chargeMode"] = valueOrNull(chargeMode);
-    file["nativeFloor"] = valueOrNull(nativeFloor);
-    file["nativeLimit"] = valueOrNull(nativeLimit);
-    file["chargeError"] = valueOrNull(chargeError);
+    file["chargeMode"] = json::orNull<json::Value>(chargeMode);
+    file["nativeFloor"] = json::orNull<json::Value>(nativeFloor);
+    file["nativeLimit"] = json::orNull<json::Value>(nativeLimit);
+    file["chargeError"] = json::orNull<json::Value>(chargeError);
     json::Value list = json::Value::array();
     for (const auto& battery : batteries) list.push_back(encodeBattery(battery));
     file["batteries"] = std::move(list);
     file["otherWriter"] = otherWriter ? otherWriter->encode() : json::Value(nullptr);
-    file["gateVerified"] = valueOrNull(gateVerified);
-    file["daemonVersion"] = valueOrNull(daemonVersion);
-    file["startedAt"] = valueOrNull(startedAt);
-    file["daemonPath"] = valueOrNull(daemonPath);
+    file["gateVerified"] = json::orNull<json::Value>(gateVerified);
+    file["daemonVersion"] = json::orNull<json::Value>(daemonVersion);
+    file["startedAt"] = json::orNull<json::Value>(startedAt);
+    file["daemonPath"] = json::orNull<json::Value>(daemonPath);
     file["cal"] = cal.encode();
     return file;
 }
