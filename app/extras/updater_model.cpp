@@ -20,6 +20,7 @@ constexpr std::uint64_t largestFeed = 4 * 1024 * 1024;
 constexpr auto schedulePoll = std::chrono::minutes(10);
 constexpr auto firstScheduledLook = std::chrono::seconds(30);
 const char* const tooLargeProperty = "torvelTooLarge";
+const char* const tooSlowProperty = "torvelTooSlow";
 
 QString fromStd(const std::string& text) {
     return QString::fromStdString(text);
@@ -55,6 +56,7 @@ Updater::Config Updater::buildConfig() {
                   .publicKey = QStringLiteral(TORVEL_UPDATE_PUBLIC_KEY),
                   .runningVersion = QStringLiteral(TORVEL_VERSION),
                   .timeout = std::chrono::seconds(30),
+                  .deadline = std::chrono::minutes(2),
                   .settingsFile = {},
                   .downloadDirectory = {},
                   .systemBus = QDBusConnection::systemBus(),
@@ -213,6 +215,11 @@ void Updater::checkNow() {
     setError({});
     change([](UpdaterState& state) { state.checking = true; });
     feedReply_ = get(config_.feed, largestFeed);
+    // The reply owns the timer, so it cannot fire on a later check's reply.
+    QTimer::singleShot(config_.deadline, feedReply_, [reply = feedReply_.data()] {
+        reply->setProperty(tooSlowProperty, true);
+        reply->abort();
+    });
     connect(feedReply_, &QNetworkReply::finished, this,
             [this, reply = feedReply_.data()] { feedArrived(reply); });
 }
@@ -221,6 +228,10 @@ void Updater::feedArrived(QNetworkReply* reply) {
     reply->deleteLater();
     if (reply->property(tooLargeProperty).toBool()) {
         checkFailed(QStringLiteral("The update feed isn’t readable"));
+        return;
+    }
+    if (reply->property(tooSlowProperty).toBool()) {
+        checkFailed(fromStd(std::string(Appcast::checkTooSlow)));
         return;
     }
     if (auto failure = requestFailure(reply)) {

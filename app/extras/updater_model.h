@@ -41,7 +41,9 @@ class Updater : public QObject {
         QUrl feed;
         QString publicKey;  // base64 Ed25519 public key the packages are signed with
         QString runningVersion;
-        std::chrono::milliseconds timeout{std::chrono::seconds(30)};
+        std::chrono::milliseconds timeout{std::chrono::seconds(30)};  // without a byte arriving
+        // The whole check: a server that keeps sending a byte now and then never trips `timeout`.
+        std::chrono::milliseconds deadline{std::chrono::minutes(2)};
         // Empty: the app's own settings ("Torvel"/"Torvel"), which the checkup also reads.
         QString settingsFile;
         // Where a verified package waits for PackageKit; empty: the user's cache directory.

@@ -61,6 +61,9 @@ struct Appcast {
     static constexpr Instant checkInterval = 24 * 60 * 60;
     static constexpr Instant retryInterval = 60 * 60;
 
+    // A check that has not ended by its deadline, however steadily the bytes arrive.
+    static constexpr std::string_view checkTooSlow = "The update server took too long to send the feed";
+
     // Packages larger than this are refused before any byte is fetched.
     static constexpr std::uint64_t largestPackage = 256ull * 1024 * 1024;
 };

@@ -86,6 +86,7 @@ struct Rig {
                             .publicKey = keys.publicBase64(),
                             .runningVersion = QStringLiteral("1.2"),
                             .timeout = 1s,
+                            .deadline = 2s,
                             .settingsFile = settingsFile(),
                             .downloadDirectory = dir.filePath(QStringLiteral("downloads")),
                             .systemBus = std::move(bus),
@@ -158,6 +159,15 @@ TEST(Updater, EachFeedEndsInItsWords) {
          false,
          "Couldn’t check",
          "The update server didn’t answer"},
+        {"a feed that drips a byte every half second",
+         [](Rig& r) {
+             r.publish({r.signedItem("1.4")});
+             r.server.routes[feedPath].drip = true;
+         },
+         {},
+         false,
+         "Couldn’t check",
+         "The update server took too long to send the feed"},
     };
     for (const auto& c : cases) {
         Rig rig;
