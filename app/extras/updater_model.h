@@ -46,7 +46,8 @@ class Updater : public QObject {
         std::chrono::milliseconds deadline{std::chrono::minutes(2)};
         // Empty: the app's own settings ("Torvel"/"Torvel"), which the checkup also reads.
         QString settingsFile;
-        // Where a verified package waits for PackageKit; empty: the user's cache directory.
+        // Where the private directory a verified package waits in for PackageKit is made; empty:
+        // $XDG_RUNTIME_DIR, or the user's cache directory without one.
         QString downloadDirectory;
         QDBusConnection systemBus = QDBusConnection::systemBus();
         std::function<Instant()> clock;  // empty: the wall clock
@@ -104,7 +105,7 @@ class Updater : public QObject {
     void checkFailed(const QString& text);
     void download();
     void packageArrived(QNetworkReply* reply, const Appcast::Item& item);
-    void handOver(const QByteArray& package);
+    void handOver(const QByteArray& package, const Appcast::Item& item);
     void failInstall(const QString& text);
     std::optional<QString> configurationProblem() const;
 

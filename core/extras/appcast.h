@@ -71,6 +71,7 @@ struct Appcast {
 // The rule a downloaded package must pass before anything installs it.
 struct UpdateVerification {
     static constexpr std::size_t publicKeySize = 32;
+    static constexpr std::string_view cannotSave = "The update couldn’t be saved for installing";
     using PublicKey = std::vector<unsigned char>;
 
     // A base64 public key as the build carries it; absent unless it decodes to exactly one Ed25519 key.

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <sodium.h>
+#include <unistd.h>
 
 #include <QNetworkAccessManager>
 #include <array>
@@ -243,6 +244,8 @@ TEST(Updater, RefusesAPackageThatDoesNotVerify) {
         ASSERT_EQ(updater.available(), QStringLiteral("1.4")) << c.what;
         EXPECT_EQ(rig.installed(updater), c.error) << c.what;
         EXPECT_TRUE(packageKit.calls.isEmpty()) << c.what;
+        EXPECT_TRUE(QDir(rig.dir.filePath("downloads")).isEmpty(QDir::AllEntries | QDir::NoDotAndDotDot))
+            << c.what;
     }
 }
 
@@ -277,7 +280,12 @@ TEST(Updater, InstallsAVerifiedPackageThroughPackageKitOnlyWhenAsked) {
         EXPECT_EQ(packageKit->hints, QStringList{"interactive=true"});
         // Only-trusted would refuse a package from outside any repository.
         EXPECT_EQ(packageKit->flags, 0u);
-        EXPECT_FALSE(QFile::exists(packageKit->files.value(0)));
+        // Where only this user could have put it, in a directory made for it and gone afterwards.
+        EXPECT_EQ(packageKit->directory.st_mode, S_IFDIR | 0700u);
+        EXPECT_EQ(packageKit->directory.st_uid, ::getuid());
+        const QFileInfo handed(packageKit->files.value(0));
+        EXPECT_EQ(handed.dir().absolutePath().section('/', 0, -2), rig.dir.filePath("downloads"));
+        EXPECT_FALSE(handed.dir().exists());
     }
 }
 
