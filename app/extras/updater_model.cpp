@@ -9,6 +9,7 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
+#include <QProcess>
 #include <QStandardPaths>
 #include <cstdlib>
 
@@ -151,6 +152,7 @@ Updater::~Updater() {
         disconnect(reply, nullptr, this, nullptr);
         reply->abort();
     }
+    if (versionReader_) disconnect(versionReader_, nullptr, this, nullptr);
 }
 
 QString Updater::available() const {
@@ -383,7 +385,32 @@ void Updater::handOver(const QByteArray& package, const Appcast::Item& item) {
         failInstall(fromStd(*refused));
         return;
     }
+    // dpkg-deb reads the control data only; the package's own version is what PackageKit would install.
     const QString path = directory + QLatin1Char('/') + QLatin1String(packageName);
+    versionReader_ = new QProcess(this);
+    QProcess* reader = versionReader_;
+    const auto read = [this, reader, directory, path, item](bool ran) {
+        reader->deleteLater();
+        std::optional<std::string> version;
+        if (ran && reader->exitStatus() == QProcess::NormalExit && reader->exitCode() == 0)
+            version = QString::fromUtf8(reader->readAllStandardOutput()).trimmed().toStdString();
+        if (auto problem = UpdateVerification::packageVersionProblem(version, item.version,
+                                                                     config_.runningVersion.toStdString())) {
+            removePrivately(directory);
+            failInstall(fromStd(*problem));
+            return;
+        }
+        installHere(directory, path);
+    };
+    connect(reader, &QProcess::finished, this, [read] { read(true); });
+    connect(reader, &QProcess::errorOccurred, this, [read](QProcess::ProcessError error) {
+        if (error == QProcess::FailedToStart) read(false);
+    });
+    reader->setStandardErrorFile(QProcess::nullDevice());
+    reader->start(QStringLiteral("dpkg-deb"), {QStringLiteral("-f"), path, QStringLiteral("Version")});
+}
+
+void Updater::installHere(const QString& directory, const QString& path) {
     installer_.install(path, [this, directory](std::optional<QString> error) {
         removePrivately(directory);
         if (error) {

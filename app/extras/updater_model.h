@@ -18,6 +18,7 @@
 
 class QNetworkAccessManager;
 class QNetworkReply;
+class QProcess;
 
 namespace torvel::app {
 
@@ -106,6 +107,7 @@ class Updater : public QObject {
     void download();
     void packageArrived(QNetworkReply* reply, const Appcast::Item& item);
     void handOver(const QByteArray& package, const Appcast::Item& item);
+    void installHere(const QString& directory, const QString& path);
     void failInstall(const QString& text);
     std::optional<QString> configurationProblem() const;
 
@@ -120,6 +122,7 @@ class Updater : public QObject {
     std::optional<UpdateVerification::PublicKey> key_;
     QPointer<QNetworkReply> feedReply_;
     QPointer<QNetworkReply> packageReply_;
+    QPointer<QProcess> versionReader_;
     bool installing_ = false;
     bool installAfterCheck_ = false;
     QString error_;

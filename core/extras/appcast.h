@@ -77,6 +77,14 @@ struct UpdateVerification {
     // A base64 public key as the build carries it; absent unless it decodes to exactly one Ed25519 key.
     static std::optional<PublicKey> publicKey(std::string_view base64);
 
+    // The signature covers the bytes, not the version the feed gives them: an old signed package relabelled
+    // as new verifies. Absent when the package's own version (from its control data; absent when
+    // unreadable) is the one `announced`, and not older than `running`. An epoch and a Debian revision
+    // are not part of what the feed announces.
+    static std::optional<std::string> packageVersionProblem(const std::optional<std::string>& packageVersion,
+                                                            std::string_view announced,
+                                                            std::string_view running);
+
     // Absent when the bytes are exactly as long as announced and the signature over them verifies.
     static std::optional<std::string> verify(std::span<const unsigned char> bytes,
                                              std::uint64_t expectedLength, std::string_view signatureBase64,

@@ -56,6 +56,23 @@ QByteArray feed(const std::vector<FeedItem>& items) {
     return xml + "</channel></rss>";
 }
 
+// A package whose control data says `version`, built as the release is.
+QByteArray debPackage(const QByteArray& version) {
+    QTemporaryDir dir;
+    QDir().mkpath(dir.filePath("root/DEBIAN"));
+    QFile control(dir.filePath("root/DEBIAN/control"));
+    if (!control.open(QIODevice::WriteOnly)) return {};
+    control.write("Package: torvel\nVersion: " + version +
+                  "\nArchitecture: all\nMaintainer: Torvel <torvel@example.org>\nDescription: test\n");
+    control.close();
+    QProcess dpkg;
+    dpkg.start("dpkg-deb",
+               {"--root-owner-group", "-Zgzip", "--build", dir.filePath("root"), dir.filePath("p.deb")});
+    dpkg.waitForFinished();
+    QFile deb(dir.filePath("p.deb"));
+    return deb.open(QIODevice::ReadOnly) ? deb.readAll() : QByteArray();
+}
+
 const QString feedPath = QStringLiteral("/appcast.xml");
 const QString packagePath = QStringLiteral("/torvel.deb");
 
@@ -66,7 +83,7 @@ struct Rig {
     QTemporaryDir dir;
     QNetworkAccessManager network;
     Instant clock = 1'763'900'000;
-    QByteArray package = QByteArray(50'000, 'p');
+    QByteArray package = debPackage("1.4");
     std::unique_ptr<Updater> updater;
 
     Rig() { EXPECT_TRUE(server.listening()); }
@@ -74,6 +91,11 @@ struct Rig {
     QString settingsFile() const { return dir.filePath(QStringLiteral("Torvel.conf")); }
     FeedItem signedItem(QByteArray version, bool critical = false) const {
         return {version, critical, package.size(), keys.sign(package)};
+    }
+    void serve(QByteArray other, FeedItem& item) {
+        package = std::move(other);
+        item = signedItem(item.version);
+        server.routes[packagePath] = {package};
     }
     void publish(const std::vector<FeedItem>& items) {
         server.routes[feedPath] = {feed(items)};
@@ -214,7 +236,7 @@ TEST(Updater, WhatTheCheckupReadsIsWhatTheAppShowsAfterARestartToo) {
     EXPECT_EQ(rig.server.requested, (QStringList{feedPath, packagePath}));
 }
 
-TEST(Updater, RefusesAPackageThatDoesNotVerify) {
+TEST(Updater, RefusesAPackageThatDoesNotVerifyOrIsNotTheAnnouncedVersion) {
     struct Case {
         const char* what;
         std::function<void(Rig&, FeedItem&)> tamper;
@@ -231,6 +253,13 @@ TEST(Updater, RefusesAPackageThatDoesNotVerify) {
          "The download isn’t the announced size"},
         {"never arrives", [](Rig& r, FeedItem&) { r.server.routes[packagePath].silent = true; },
          "The update server didn’t answer"},
+        // Signed by our key, so only the package's own version gives these away.
+        {"an old package relabelled as new", [](Rig& r, FeedItem& item) { r.serve(debPackage("1.1"), item); },
+         "The downloaded package is version 1.1, older than the running 1.2, so it wasn’t installed"},
+        {"another release relabelled", [](Rig& r, FeedItem& item) { r.serve(debPackage("1.3"), item); },
+         "The downloaded package is version 1.3, not the announced 1.4"},
+        {"not a package", [](Rig& r, FeedItem& item) { r.serve(QByteArray(5000, 'p'), item); },
+         "The downloaded package doesn’t say which version it is"},
     };
     for (const auto& c : cases) {
         Rig rig;
