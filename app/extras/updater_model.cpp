@@ -1,12 +1,17 @@
 #include "extras/updater_model.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <QDir>
 #include <QFile>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
-#include <QSaveFile>
+#include <QProcess>
 #include <QStandardPaths>
+#include <cstdlib>
 
 #include "extras/appcast_reader.h"
 
@@ -20,6 +25,7 @@ constexpr std::uint64_t largestFeed = 4 * 1024 * 1024;
 constexpr auto schedulePoll = std::chrono::minutes(10);
 constexpr auto firstScheduledLook = std::chrono::seconds(30);
 const char* const tooLargeProperty = "torvelTooLarge";
+const char* const tooSlowProperty = "torvelTooSlow";
 
 QString fromStd(const std::string& text) {
     return QString::fromStdString(text);
@@ -48,6 +54,49 @@ std::optional<QString> requestFailure(QNetworkReply* reply) {
     return std::nullopt;
 }
 
+const char* const packageName = "torvel-update.deb";
+
+// Writes `package` into a fresh directory under `base` and reads it back through the descriptor that wrote
+// it, so what is verified is what lies on disk. Absent when any step fails.
+std::optional<QByteArray> savePrivately(const QString& base, const QByteArray& package, QString& directory) {
+    if (!QDir().mkpath(base)) return std::nullopt;
+    QByteArray name = QFile::encodeName(base + QStringLiteral("/torvel-update-XXXXXX"));
+    // What closes the window: mkdtemp's 0700 directory has a name no other program knows or writes into, so
+    // nothing can swap the file between the read-back below and PackageKit's read of the path.
+    if (!mkdtemp(name.data())) return std::nullopt;
+    directory = QFile::decodeName(name);
+    const int dirFd = ::open(name.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (dirFd < 0) return std::nullopt;
+    const int fd = ::openat(dirFd, packageName, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    ::close(dirFd);
+    if (fd < 0) return std::nullopt;
+    bool written = true;
+    for (qsizetype done = 0; written && done < package.size();) {
+        const ssize_t n =
+            ::write(fd, package.constData() + done, static_cast<std::size_t>(package.size() - done));
+        written = n > 0;
+        done += n;
+    }
+    // One byte more than written shows a file that grew behind our back.
+    QByteArray back(package.size() + 1, Qt::Uninitialized);
+    qsizetype read = 0;
+    while (written && read < back.size()) {
+        const ssize_t n = ::pread(fd, back.data() + read, static_cast<std::size_t>(back.size() - read), read);
+        if (n <= 0) break;
+        read += n;
+    }
+    ::close(fd);
+    if (!written) return std::nullopt;
+    back.truncate(read);
+    return back;
+}
+
+void removePrivately(const QString& directory) {
+    if (directory.isEmpty()) return;
+    QFile::remove(directory + QLatin1Char('/') + QLatin1String(packageName));
+    QDir().rmdir(directory);
+}
+
 }  // namespace
 
 Updater::Config Updater::buildConfig() {
@@ -55,6 +104,7 @@ Updater::Config Updater::buildConfig() {
                   .publicKey = QStringLiteral(TORVEL_UPDATE_PUBLIC_KEY),
                   .runningVersion = QStringLiteral(TORVEL_VERSION),
                   .timeout = std::chrono::seconds(30),
+                  .deadline = std::chrono::minutes(2),
                   .settingsFile = {},
                   .downloadDirectory = {},
                   .systemBus = QDBusConnection::systemBus(),
@@ -102,6 +152,7 @@ Updater::~Updater() {
         disconnect(reply, nullptr, this, nullptr);
         reply->abort();
     }
+    if (versionReader_) disconnect(versionReader_, nullptr, this, nullptr);
 }
 
 QString Updater::available() const {
@@ -213,6 +264,11 @@ void Updater::checkNow() {
     setError({});
     change([](UpdaterState& state) { state.checking = true; });
     feedReply_ = get(config_.feed, largestFeed);
+    // The reply owns the timer, so it cannot fire on a later check's reply.
+    QTimer::singleShot(config_.deadline, feedReply_, [reply = feedReply_.data()] {
+        reply->setProperty(tooSlowProperty, true);
+        reply->abort();
+    });
     connect(feedReply_, &QNetworkReply::finished, this,
             [this, reply = feedReply_.data()] { feedArrived(reply); });
 }
@@ -221,6 +277,10 @@ void Updater::feedArrived(QNetworkReply* reply) {
     reply->deleteLater();
     if (reply->property(tooLargeProperty).toBool()) {
         checkFailed(QStringLiteral("The update feed isn’t readable"));
+        return;
+    }
+    if (reply->property(tooSlowProperty).toBool()) {
+        checkFailed(fromStd(std::string(Appcast::checkTooSlow)));
         return;
     }
     if (auto failure = requestFailure(reply)) {
@@ -302,31 +362,57 @@ void Updater::packageArrived(QNetworkReply* reply, const Appcast::Item& item) {
         failInstall(*failure);
         return;
     }
-    const QByteArray package = reply->readAll();
-    const auto bytes = std::span(reinterpret_cast<const unsigned char*>(package.constData()),
-                                 static_cast<std::size_t>(package.size()));
+    handOver(reply->readAll(), item);
+}
+
+void Updater::handOver(const QByteArray& package, const Appcast::Item& item) {
+    QString base = config_.downloadDirectory;
+    if (base.isEmpty()) base = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
+    if (base.isEmpty())
+        base = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
+               QStringLiteral("/torvel");
+    QString directory;
+    const auto saved = savePrivately(base, package, directory);
+    if (!saved) {
+        removePrivately(directory);
+        failInstall(fromStd(std::string(UpdateVerification::cannotSave)));
+        return;
+    }
+    const auto bytes = std::span(reinterpret_cast<const unsigned char*>(saved->constData()),
+                                 static_cast<std::size_t>(saved->size()));
     if (auto refused = UpdateVerification::verify(bytes, item.length.value_or(0), item.signature, *key_)) {
+        removePrivately(directory);
         failInstall(fromStd(*refused));
         return;
     }
-    handOver(package);
+    // dpkg-deb reads the control data only; the package's own version is what PackageKit would install.
+    const QString path = directory + QLatin1Char('/') + QLatin1String(packageName);
+    versionReader_ = new QProcess(this);
+    QProcess* reader = versionReader_;
+    const auto read = [this, reader, directory, path, item](bool ran) {
+        reader->deleteLater();
+        std::optional<std::string> version;
+        if (ran && reader->exitStatus() == QProcess::NormalExit && reader->exitCode() == 0)
+            version = QString::fromUtf8(reader->readAllStandardOutput()).trimmed().toStdString();
+        if (auto problem = UpdateVerification::packageVersionProblem(version, item.version,
+                                                                     config_.runningVersion.toStdString())) {
+            removePrivately(directory);
+            failInstall(fromStd(*problem));
+            return;
+        }
+        installHere(directory, path);
+    };
+    connect(reader, &QProcess::finished, this, [read] { read(true); });
+    connect(reader, &QProcess::errorOccurred, this, [read](QProcess::ProcessError error) {
+        if (error == QProcess::FailedToStart) read(false);
+    });
+    reader->setStandardErrorFile(QProcess::nullDevice());
+    reader->start(QStringLiteral("dpkg-deb"), {QStringLiteral("-f"), path, QStringLiteral("Version")});
 }
 
-void Updater::handOver(const QByteArray& package) {
-    const QString directory = config_.downloadDirectory.isEmpty()
-                                  ? QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
-                                        QStringLiteral("/torvel")
-                                  : config_.downloadDirectory;
-    // A fixed name: nothing from the feed reaches the file system.
-    const QString path = directory + QStringLiteral("/torvel-update.deb");
-    QSaveFile file(path);
-    if (!QDir().mkpath(directory) || !file.open(QIODevice::WriteOnly) ||
-        file.write(package) != package.size() || !file.commit()) {
-        failInstall(QStringLiteral("Couldn’t save the update: ") + file.errorString());
-        return;
-    }
-    installer_.install(path, [this, path](std::optional<QString> error) {
-        QFile::remove(path);
+void Updater::installHere(const QString& directory, const QString& path) {
+    installer_.install(path, [this, directory](std::optional<QString> error) {
+        removePrivately(directory);
         if (error) {
             failInstall(*error);
             return;

@@ -18,6 +18,7 @@
 
 class QNetworkAccessManager;
 class QNetworkReply;
+class QProcess;
 
 namespace torvel::app {
 
@@ -41,10 +42,13 @@ class Updater : public QObject {
         QUrl feed;
         QString publicKey;  // base64 Ed25519 public key the packages are signed with
         QString runningVersion;
-        std::chrono::milliseconds timeout{std::chrono::seconds(30)};
+        std::chrono::milliseconds timeout{std::chrono::seconds(30)};  // without a byte arriving
+        // The whole check: a server that keeps sending a byte now and then never trips `timeout`.
+        std::chrono::milliseconds deadline{std::chrono::minutes(2)};
         // Empty: the app's own settings ("Torvel"/"Torvel"), which the checkup also reads.
         QString settingsFile;
-        // Where a verified package waits for PackageKit; empty: the user's cache directory.
+        // Where the private directory a verified package waits in for PackageKit is made; empty:
+        // $XDG_RUNTIME_DIR, or the user's cache directory without one.
         QString downloadDirectory;
         QDBusConnection systemBus = QDBusConnection::systemBus();
         std::function<Instant()> clock;  // empty: the wall clock
@@ -102,7 +106,8 @@ class Updater : public QObject {
     void checkFailed(const QString& text);
     void download();
     void packageArrived(QNetworkReply* reply, const Appcast::Item& item);
-    void handOver(const QByteArray& package);
+    void handOver(const QByteArray& package, const Appcast::Item& item);
+    void installHere(const QString& directory, const QString& path);
     void failInstall(const QString& text);
     std::optional<QString> configurationProblem() const;
 
@@ -117,6 +122,7 @@ class Updater : public QObject {
     std::optional<UpdateVerification::PublicKey> key_;
     QPointer<QNetworkReply> feedReply_;
     QPointer<QNetworkReply> packageReply_;
+    QPointer<QProcess> versionReader_;
     bool installing_ = false;
     bool installAfterCheck_ = false;
     QString error_;

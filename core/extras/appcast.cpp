@@ -159,6 +159,30 @@ std::optional<UpdateVerification::PublicKey> UpdateVerification::publicKey(std::
     return key;
 }
 
+std::optional<std::string> UpdateVerification::packageVersionProblem(
+    const std::optional<std::string>& packageVersion, std::string_view announced, std::string_view running) {
+    std::string_view version = packageVersion ? std::string_view(*packageVersion) : std::string_view();
+    if (const auto colon = version.find(':'); colon != std::string_view::npos)
+        version.remove_prefix(colon + 1);
+    if (const auto dash = version.rfind('-'); dash != std::string_view::npos)
+        version = version.substr(0, dash);
+    if (versionParts(version).empty()) return "The downloaded package doesn’t say which version it is";
+    const auto fill = [&](std::string text) {
+        text.replace(text.find("{package}"), 9, version);
+        if (const auto at = text.find("{running}"); at != std::string::npos) text.replace(at, 9, running);
+        if (const auto at = text.find("{announced}"); at != std::string::npos)
+            text.replace(at, 11, announced);
+        return text;
+    };
+    if (Appcast::compareVersions(version, running) < 0)
+        return fill(
+            "The downloaded package is version {package}, older than the running {running}, so it "
+            "wasn’t installed");
+    if (Appcast::compareVersions(version, announced) != 0)
+        return fill("The downloaded package is version {package}, not the announced {announced}");
+    return std::nullopt;
+}
+
 std::optional<std::string> UpdateVerification::verify(std::span<const unsigned char> bytes,
                                                       std::uint64_t expectedLength,
                                                       std::string_view signatureBase64,

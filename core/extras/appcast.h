@@ -61,6 +61,9 @@ struct Appcast {
     static constexpr Instant checkInterval = 24 * 60 * 60;
     static constexpr Instant retryInterval = 60 * 60;
 
+    // A check that has not ended by its deadline, however steadily the bytes arrive.
+    static constexpr std::string_view checkTooSlow = "The update server took too long to send the feed";
+
     // Packages larger than this are refused before any byte is fetched.
     static constexpr std::uint64_t largestPackage = 256ull * 1024 * 1024;
 };
@@ -68,10 +71,19 @@ struct Appcast {
 // The rule a downloaded package must pass before anything installs it.
 struct UpdateVerification {
     static constexpr std::size_t publicKeySize = 32;
+    static constexpr std::string_view cannotSave = "The update couldn’t be saved for installing";
     using PublicKey = std::vector<unsigned char>;
 
     // A base64 public key as the build carries it; absent unless it decodes to exactly one Ed25519 key.
     static std::optional<PublicKey> publicKey(std::string_view base64);
+
+    // The signature covers the bytes, not the version the feed gives them: an old signed package relabelled
+    // as new verifies. Absent when the package's own version (from its control data; absent when
+    // unreadable) is the one `announced`, and not older than `running`. An epoch and a Debian revision
+    // are not part of what the feed announces.
+    static std::optional<std::string> packageVersionProblem(const std::optional<std::string>& packageVersion,
+                                                            std::string_view announced,
+                                                            std::string_view running);
 
     // Absent when the bytes are exactly as long as announced and the signature over them verifies.
     static std::optional<std::string> verify(std::span<const unsigned char> bytes,

@@ -123,6 +123,15 @@ struct KeyPair {
     }
 };
 
+TEST(UpdateVerification, APackagesOwnVersionIsReadWithoutEpochOrRevision) {
+    EXPECT_EQ(UpdateVerification::packageVersionProblem("1:1.4-2", "1.4", "1.2"), std::nullopt);
+    EXPECT_EQ(UpdateVerification::packageVersionProblem("1.4.0", "1.4", "1.2"), std::nullopt);
+    EXPECT_EQ(UpdateVerification::packageVersionProblem("1.1-1", "1.1", "1.2"),
+              "The downloaded package is version 1.1, older than the running 1.2, so it wasn’t installed");
+    EXPECT_EQ(UpdateVerification::packageVersionProblem(std::nullopt, "1.4", "1.2"),
+              "The downloaded package doesn’t say which version it is");
+}
+
 TEST(UpdateVerification, AcceptsOnlyTheAnnouncedLengthSignedByOurKey) {
     const KeyPair ours;
     const auto key = UpdateVerification::publicKey(base64(ours.publicKey));

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <sys/stat.h>
+
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QDBusVirtualObject>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 
 namespace torvel::app::testing {
@@ -52,6 +55,7 @@ class FakePackageKit : public QDBusVirtualObject {
     qulonglong flags = 99;
     QStringList files;
     QByteArray fileBytes;
+    struct stat directory {};  // the file's directory as the installation found it
 
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
         const QString member = message.member();
@@ -67,6 +71,7 @@ class FakePackageKit : public QDBusVirtualObject {
             files = args.value(1).toStringList();
             QFile file(files.value(0));
             if (file.open(QIODevice::ReadOnly)) fileBytes = file.readAll();
+            ::lstat(QFile::encodeName(QFileInfo(file).path()).constData(), &directory);
             if (ending_ == Ending::callRefused) {
                 connection.send(message.createErrorReply(
                     QStringLiteral("org.freedesktop.PackageKit.Transaction.RefusedByPolicy"), "refused"));

@@ -7,6 +7,7 @@
 #include <QSslKey>
 #include <QSslServer>
 #include <QTemporaryDir>
+#include <QTimer>
 #include <QUrl>
 #include <functional>
 #include <map>
@@ -68,6 +69,7 @@ class TlsServer {
         QByteArray body;
         int status = 200;
         bool silent = false;
+        bool drip = false;  // the body one byte every half second
     };
 
     TlsServer() {
@@ -107,8 +109,16 @@ class TlsServer {
         if (response.silent) return;
         socket->write("HTTP/1.1 " + QByteArray::number(response.status) +
                       " X\r\nContent-Length: " + QByteArray::number(response.body.size()) +
-                      "\r\nConnection: close\r\n\r\n" + response.body);
-        socket->disconnectFromHost();
+                      "\r\nConnection: close\r\n\r\n" + (response.drip ? QByteArray() : response.body));
+        if (!response.drip) {
+            socket->disconnectFromHost();
+            return;
+        }
+        auto* timer = new QTimer(socket);
+        QObject::connect(timer, &QTimer::timeout, socket, [socket, body = response.body, sent = 0]() mutable {
+            if (sent < body.size()) socket->write(body.mid(sent++, 1));
+        });
+        timer->start(500);
     }
 
     QSslServer server_;

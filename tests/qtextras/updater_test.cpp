@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <sodium.h>
+#include <unistd.h>
 
 #include <QNetworkAccessManager>
 #include <array>
@@ -55,6 +56,23 @@ QByteArray feed(const std::vector<FeedItem>& items) {
     return xml + "</channel></rss>";
 }
 
+// A package whose control data says `version`, built as the release is.
+QByteArray debPackage(const QByteArray& version) {
+    QTemporaryDir dir;
+    QDir().mkpath(dir.filePath("root/DEBIAN"));
+    QFile control(dir.filePath("root/DEBIAN/control"));
+    if (!control.open(QIODevice::WriteOnly)) return {};
+    control.write("Package: torvel\nVersion: " + version +
+                  "\nArchitecture: all\nMaintainer: Torvel <torvel@example.org>\nDescription: test\n");
+    control.close();
+    QProcess dpkg;
+    dpkg.start("dpkg-deb",
+               {"--root-owner-group", "-Zgzip", "--build", dir.filePath("root"), dir.filePath("p.deb")});
+    dpkg.waitForFinished();
+    QFile deb(dir.filePath("p.deb"));
+    return deb.open(QIODevice::ReadOnly) ? deb.readAll() : QByteArray();
+}
+
 const QString feedPath = QStringLiteral("/appcast.xml");
 const QString packagePath = QStringLiteral("/torvel.deb");
 
@@ -65,7 +83,7 @@ struct Rig {
     QTemporaryDir dir;
     QNetworkAccessManager network;
     Instant clock = 1'763'900'000;
-    QByteArray package = QByteArray(50'000, 'p');
+    QByteArray package = debPackage("1.4");
     std::unique_ptr<Updater> updater;
 
     Rig() { EXPECT_TRUE(server.listening()); }
@@ -73,6 +91,11 @@ struct Rig {
     QString settingsFile() const { return dir.filePath(QStringLiteral("Torvel.conf")); }
     FeedItem signedItem(QByteArray version, bool critical = false) const {
         return {version, critical, package.size(), keys.sign(package)};
+    }
+    void serve(QByteArray other, FeedItem& item) {
+        package = std::move(other);
+        item = signedItem(item.version);
+        server.routes[packagePath] = {package};
     }
     void publish(const std::vector<FeedItem>& items) {
         server.routes[feedPath] = {feed(items)};
@@ -86,6 +109,7 @@ struct Rig {
                             .publicKey = keys.publicBase64(),
                             .runningVersion = QStringLiteral("1.2"),
                             .timeout = 1s,
+                            .deadline = 2s,
                             .settingsFile = settingsFile(),
                             .downloadDirectory = dir.filePath(QStringLiteral("downloads")),
                             .systemBus = std::move(bus),
@@ -158,6 +182,15 @@ TEST(Updater, EachFeedEndsInItsWords) {
          false,
          "Couldn’t check",
          "The update server didn’t answer"},
+        {"a feed that drips a byte every half second",
+         [](Rig& r) {
+             r.publish({r.signedItem("1.4")});
+             r.server.routes[feedPath].drip = true;
+         },
+         {},
+         false,
+         "Couldn’t check",
+         "The update server took too long to send the feed"},
     };
     for (const auto& c : cases) {
         Rig rig;
@@ -203,7 +236,7 @@ TEST(Updater, WhatTheCheckupReadsIsWhatTheAppShowsAfterARestartToo) {
     EXPECT_EQ(rig.server.requested, (QStringList{feedPath, packagePath}));
 }
 
-TEST(Updater, RefusesAPackageThatDoesNotVerify) {
+TEST(Updater, RefusesAPackageThatDoesNotVerifyOrIsNotTheAnnouncedVersion) {
     struct Case {
         const char* what;
         std::function<void(Rig&, FeedItem&)> tamper;
@@ -220,6 +253,13 @@ TEST(Updater, RefusesAPackageThatDoesNotVerify) {
          "The download isn’t the announced size"},
         {"never arrives", [](Rig& r, FeedItem&) { r.server.routes[packagePath].silent = true; },
          "The update server didn’t answer"},
+        // Signed by our key, so only the package's own version gives these away.
+        {"an old package relabelled as new", [](Rig& r, FeedItem& item) { r.serve(debPackage("1.1"), item); },
+         "The downloaded package is version 1.1, older than the running 1.2, so it wasn’t installed"},
+        {"another release relabelled", [](Rig& r, FeedItem& item) { r.serve(debPackage("1.3"), item); },
+         "The downloaded package is version 1.3, not the announced 1.4"},
+        {"not a package", [](Rig& r, FeedItem& item) { r.serve(QByteArray(5000, 'p'), item); },
+         "The downloaded package doesn’t say which version it is"},
     };
     for (const auto& c : cases) {
         Rig rig;
@@ -233,6 +273,8 @@ TEST(Updater, RefusesAPackageThatDoesNotVerify) {
         ASSERT_EQ(updater.available(), QStringLiteral("1.4")) << c.what;
         EXPECT_EQ(rig.installed(updater), c.error) << c.what;
         EXPECT_TRUE(packageKit.calls.isEmpty()) << c.what;
+        EXPECT_TRUE(QDir(rig.dir.filePath("downloads")).isEmpty(QDir::AllEntries | QDir::NoDotAndDotDot))
+            << c.what;
     }
 }
 
@@ -267,7 +309,12 @@ TEST(Updater, InstallsAVerifiedPackageThroughPackageKitOnlyWhenAsked) {
         EXPECT_EQ(packageKit->hints, QStringList{"interactive=true"});
         // Only-trusted would refuse a package from outside any repository.
         EXPECT_EQ(packageKit->flags, 0u);
-        EXPECT_FALSE(QFile::exists(packageKit->files.value(0)));
+        // Where only this user could have put it, in a directory made for it and gone afterwards.
+        EXPECT_EQ(packageKit->directory.st_mode, S_IFDIR | 0700u);
+        EXPECT_EQ(packageKit->directory.st_uid, ::getuid());
+        const QFileInfo handed(packageKit->files.value(0));
+        EXPECT_EQ(handed.dir().absolutePath().section('/', 0, -2), rig.dir.filePath("downloads"));
+        EXPECT_FALSE(handed.dir().exists());
     }
 }
 
