@@ -1,7 +1,8 @@
-// Preloaded into a process, makes writes to charge_control_end_threshold fail the way a real driver's do, which
-// a plain file cannot: $TORVEL_REFUSING_DRIVER is "eio" (every write fails with EIO, as a controller that does
-// not answer) or a comma-separated list of the values taken (any other fails with EINVAL). A refused write
-// leaves the file as it was, as sysfs does, so the truncation on open waits for a write that is taken.
+// Preloaded into a process, makes writes to charge_control_end_threshold fail the way a real driver's do,
+// which a plain file cannot: $TORVEL_REFUSING_DRIVER is "eio" (every write fails with EIO, as a controller
+// that does not answer) or a comma-separated list of the values taken (any other fails with EINVAL). A
+// refused write leaves the file as it was, as sysfs does, so the truncation on open waits for a write that is
+// taken.
 
 #include <dlfcn.h>
 #include <fcntl.h>

@@ -14,6 +14,7 @@
 #include "common/files.h"
 #include "common/json.h"
 #include "common/paths.h"
+#include "control/other_writer_watch.h"
 #include "harness.h"
 #include "history/sample.h"
 #include "history/store.h"
@@ -470,6 +471,33 @@ TEST_F(ServiceProcess, AFailedOrClampedEndThresholdIsAnsweredAndPublishedAsSuch)
         service_.stop(SIGTERM);
         fs::remove(paths_.status);
     }
+}
+
+TEST_F(ServiceProcess, UPowerWritingItsOwnThresholdIsNamedAndGivenWayToAfterTheThirdWrite) {
+    ASSERT_TRUE(bus_.addMock(TORVEL_FAKE_UPOWER, "org.freedesktop.UPower"));
+    startService({.limit = 60});
+    ASSERT_TRUE(runUntil([&] { return fs::exists(paths_.status) && battery_.endThresholdValue() == 60; }));
+    const auto otherWriter = [&] {
+        const auto status = PublishedStatus::decode(contents(paths_.status));
+        return status ? status->otherWriter : std::nullopt;
+    };
+    for (int write = 1; write <= OtherWriterWatch::toleratedWrites; ++write) {
+        SCOPED_TRACE(write);
+        // What UPower does when its switch is turned on: 0/100, start first as the kernel wants it.
+        battery_.setThreshold(Threshold::start, 0);
+        battery_.setThreshold(Threshold::end, 100);
+        tree_.publish();
+        const bool last = write == OtherWriterWatch::toleratedWrites;
+        ASSERT_TRUE(runUntil([&] {
+            const auto writer = otherWriter();
+            return writer && writer->program == OtherWriter::Program::upower && writer->yielded == last &&
+                   battery_.endThresholdValue() == (last ? 100 : 60);
+        })) << contents(paths_.status);
+    }
+    // The tick that published the yield left UPower's 0/100 standing; the log says why.
+    const std::string log = contents(paths_.log);
+    EXPECT_NE(log.find("written by UPower"), std::string::npos) << log;
+    EXPECT_NE(log.find("no longer put back"), std::string::npos) << log;
 }
 
 TEST_F(ServiceProcess, ProbeReportsWhatTheTreeOffersAndChangesNothing) {
