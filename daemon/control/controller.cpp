@@ -358,7 +358,7 @@ void ChargeController::tick(Instant now, double boot) {
         discharge_.stop();
         holdingSince_.reset();
     } else {
-        watchOtherWriters(now);
+        watchOtherWriters(now, boot);
         state = control(reading, boot, elapsed);
     }
     status_.nativeFloor.reset();
@@ -376,15 +376,15 @@ void ChargeController::tick(Instant now, double boot) {
     enterState(state, now);
 }
 
-void ChargeController::watchOtherWriters(Instant now) {
+void ChargeController::watchOtherWriters(Instant now, double boot) {
     const auto names = batteryNames();
     for (std::size_t i = 0; i < caps_.size(); ++i) {
         if (auto change = writers_[i].foreignChange(caps_[i])) {
-            const std::string line = otherWriters_.noticed(caps_[i].batteryName, *change, names, now);
+            const std::string line = otherWriters_.noticed(caps_[i].batteryName, *change, names, now, boot);
             if (log_) log_(line);
         }
     }
-    if (auto line = otherWriters_.recheck(names, now)) {
+    if (auto line = otherWriters_.recheck(names, boot)) {
         forgetWrites();
         if (log_) log_(*line);
     }

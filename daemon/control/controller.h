@@ -96,7 +96,7 @@ class ChargeController {
     void note(const WriteError& error);
     // Changes to the controls the service did not make since its last look; a program that keeps making them
     // is given way to.
-    void watchOtherWriters(Instant now);
+    void watchOtherWriters(Instant now, double boot);
     // Each controlled battery as the device shows it now.
     void publishBatteries(const DeviceReading& reading);
     std::vector<std::string> batteryNames() const;

@@ -17,15 +17,16 @@ std::string_view programName(OtherWriter::Program program) {
 }
 
 std::string OtherWriterWatch::noticed(std::string_view battery, std::string_view change,
-                                      const std::vector<std::string>& batteries, Instant now) {
-    writes_.push_back(now);
-    while (!writes_.empty() && now - writes_.front() > windowSeconds) writes_.pop_front();
+                                      const std::vector<std::string>& batteries, Instant wall, double boot) {
+    writes_.push_back(boot);
+    while (!writes_.empty() && boot - writes_.front() > windowSeconds) writes_.pop_front();
     const bool wasYielding = yielding();
     OtherWriter writer = (lookout_ ? lookout_->identify(batteries) : std::nullopt).value_or(OtherWriter{});
-    writer.at = now;
+    writer.at = wall;
     writer.yielded = wasYielding || static_cast<int>(writes_.size()) >= toleratedWrites;
     writer_ = writer;
-    checkedAt_ = now;
+    checkedAt_ = boot;
+    lastWrite_ = boot;
 
     std::string line = std::string(change) + " on " + std::string(battery) + ", written by " +
                        std::string(programName(writer.program));
@@ -38,13 +39,12 @@ std::string OtherWriterWatch::noticed(std::string_view battery, std::string_view
     return line + "; putting the limit back";
 }
 
-std::optional<std::string> OtherWriterWatch::recheck(const std::vector<std::string>& batteries, Instant now) {
-    if (!writer_ || (checkedAt_ && now - *checkedAt_ < recheckSeconds && now >= *checkedAt_))
-        return std::nullopt;
-    checkedAt_ = now;
+std::optional<std::string> OtherWriterWatch::recheck(const std::vector<std::string>& batteries, double boot) {
+    if (!writer_ || (checkedAt_ && boot - *checkedAt_ < recheckSeconds)) return std::nullopt;
+    checkedAt_ = boot;
     if (writer_->program == OtherWriter::Program::unknown) {
         // Nothing to ask about an unnamed writer: only new settings take the controls back from it.
-        if (!writer_->yielded && writer_->at && now - *writer_->at > forgetUnknownSeconds) reset();
+        if (!writer_->yielded && lastWrite_ && boot - *lastWrite_ > forgetUnknownSeconds) reset();
         return std::nullopt;
     }
     const auto holder = lookout_ ? lookout_->identify(batteries) : std::nullopt;
@@ -60,6 +60,7 @@ void OtherWriterWatch::reset() {
     writes_.clear();
     writer_.reset();
     checkedAt_.reset();
+    lastWrite_.reset();
 }
 
 }  // namespace torvel::daemon

@@ -35,12 +35,14 @@ class OtherWriterWatch {
 
     explicit OtherWriterWatch(WriterLookout* lookout) : lookout_(lookout) {}
 
-    // A change the service did not make (`change` as ChargeWriter words it). Returns the log line.
+    // A change the service did not make (`change` as ChargeWriter words it), at `wall` (what is published)
+    // and `boot` (seconds on the boot clock, which every span here is measured by: a wall clock set back or
+    // ahead must neither keep old writes in the window nor drop new ones). Returns the log line.
     std::string noticed(std::string_view battery, std::string_view change,
-                        const std::vector<std::string>& batteries, Instant now);
-    // Looks again, at most every recheckSeconds, at whether the program still holds the controls. Returns a
-    // log line when the service takes them back.
-    std::optional<std::string> recheck(const std::vector<std::string>& batteries, Instant now);
+                        const std::vector<std::string>& batteries, Instant wall, double boot);
+    // Looks again, at most every recheckSeconds of the boot clock, at whether the program still holds the
+    // controls. Returns a log line when the service takes them back.
+    std::optional<std::string> recheck(const std::vector<std::string>& batteries, double boot);
     // New settings from the user: the service holds again, and says so again if someone still writes.
     void reset();
 
@@ -49,9 +51,11 @@ class OtherWriterWatch {
 
   private:
     WriterLookout* lookout_;
-    std::deque<Instant> writes_;
+    // Boot-clock seconds of the writes in the window, of the last look and of the last write.
+    std::deque<double> writes_;
     std::optional<OtherWriter> writer_;
-    std::optional<Instant> checkedAt_;
+    std::optional<double> checkedAt_;
+    std::optional<double> lastWrite_;
 };
 
 // "UPower", "TLP", "KDE Plasma" or "another program", for the service's log.

@@ -489,12 +489,20 @@ TEST(ChargeController, GivesWayToAProgramThatKeepsWritingTheThresholdsAndTakesTh
     ChargeController controller(
         device, {}, [&](std::string_view line) { log.emplace_back(line); }, &lookout);
     controller.setSettings({.limit = 80});
-    Instant now = 1'700'000'000;
-    tickAt(controller, now);
+    // The wall clock leaps a day ahead before each write while the boot clock moves five seconds: the window
+    // goes by the boot clock, and only what is published by the wall clock.
+    double boot = 1'000, leap = 0;
+    const auto tick = [&](double seconds) {
+        boot += seconds;
+        controller.tick(boot + 1'700'000'000 + leap, boot);
+    };
+    tick(0);
     for (int write = 1; write <= OtherWriterWatch::toleratedWrites; ++write) {
         battery.setThreshold(Threshold::end, 100);
-        tickAt(controller, now += 5);
+        leap += 86'400;
+        tick(5);
         ASSERT_TRUE(controller.status().otherWriter);
+        EXPECT_EQ(controller.status().otherWriter->at, boot + 1'700'000'000 + leap);
         EXPECT_EQ(controller.status().otherWriter->program, OtherWriter::Program::upower);
         const bool yielded = write == OtherWriterWatch::toleratedWrites;
         EXPECT_EQ(controller.status().otherWriter->yielded, yielded) << write;
@@ -502,11 +510,11 @@ TEST(ChargeController, GivesWayToAProgramThatKeepsWritingTheThresholdsAndTakesTh
     }
     EXPECT_EQ(log.front(),
               "charge_control_end_threshold 80 → 100 on BAT0, written by UPower; putting the limit back");
-    tickAt(controller, now += 600);
+    tick(600);
     EXPECT_EQ(battery.endThresholdValue(), 100) << "UPower still holds it";
 
     lookout.holder.reset();
-    tickAt(controller, now += OtherWriterWatch::recheckSeconds);
+    tick(OtherWriterWatch::recheckSeconds);
     EXPECT_EQ(log.back(), "UPower no longer sets the charge controls; holding the limit again");
     EXPECT_EQ(battery.endThresholdValue(), 80);
     EXPECT_FALSE(controller.status().otherWriter);

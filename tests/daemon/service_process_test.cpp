@@ -10,12 +10,15 @@
 #include <functional>
 
 #include "battery_model.h"
+#include "bus/bus_service.h"
 #include "common/files.h"
 #include "common/json.h"
 #include "common/paths.h"
+#include "control/other_writer_watch.h"
 #include "harness.h"
 #include "history/sample.h"
 #include "history/store.h"
+#include "service/control_words.h"
 #include "service/published_status.h"
 #include "service/settings.h"
 #include "sysfs_tree.h"
@@ -426,6 +429,75 @@ TEST_F(ServiceProcess, AWallClockLeapAheadAndBackLosesNoJournalDayAndAbortsNothi
     EXPECT_EQ(days.size(), 21u);
     EXPECT_TRUE(ahead.empty()) << ahead.front();
     EXPECT_TRUE(loadSettings(contents(paths_.config)).calibrate) << contents(paths_.log);
+}
+
+TEST_F(ServiceProcess, AFailedOrClampedEndThresholdIsAnsweredAndPublishedAsSuch) {
+    const std::string eio = "BAT0: cannot write charge_control_end_threshold: Input/output error";
+    struct Case {
+        const char* driver;
+        int limit;
+        bool ok;
+        std::string reply;
+        std::optional<std::string> chargeError;
+        std::optional<int> nativeLimit;
+    };
+    for (const Case& c : {Case{"eio", 60, false, ControlWords::notHeld(eio), eio, std::nullopt},
+                          Case{"80,100", 75, true, ControlWords::heldInstead(75, 80), std::nullopt, 80}}) {
+        SCOPED_TRACE(c.driver);
+        // Every driver here takes 100, but the one that fails every write.
+        startService({.limit = 100},
+                     {"LD_PRELOAD=" TORVEL_REFUSING_DRIVER, std::string("TORVEL_REFUSING_DRIVER=") + c.driver,
+                      "ASAN_OPTIONS=verify_asan_link_order=0"});
+        ASSERT_TRUE(runUntil([&] { return fs::exists(paths_.status); }));
+        sd_bus* client = testing::connect(bus_.address());
+        ASSERT_NE(client, nullptr);
+        sd_bus_message* reply = nullptr;
+        int ok = -1;
+        const char* text = "";
+        const std::string settings = "{\"limit\":" + std::to_string(c.limit) + "}";
+        EXPECT_GE(sd_bus_call_method(client, busName, objectPath, interfaceName, "ApplySettings", nullptr,
+                                     &reply, "s", settings.c_str()),
+                  0);
+        if (reply) sd_bus_message_read(reply, "bs", &ok, &text);
+        EXPECT_EQ(ok, c.ok);
+        EXPECT_EQ(text, c.reply);
+        sd_bus_message_unref(reply);
+        sd_bus_flush_close_unref(client);
+
+        EXPECT_TRUE(runUntil([&] {
+            const auto status = PublishedStatus::decode(contents(paths_.status));
+            return status && status->chargeError == c.chargeError && status->nativeLimit == c.nativeLimit;
+        })) << contents(paths_.status);
+        service_.stop(SIGTERM);
+        fs::remove(paths_.status);
+    }
+}
+
+TEST_F(ServiceProcess, UPowerWritingItsOwnThresholdIsNamedAndGivenWayToAfterTheThirdWrite) {
+    ASSERT_TRUE(bus_.addMock(TORVEL_FAKE_UPOWER, "org.freedesktop.UPower"));
+    startService({.limit = 60});
+    ASSERT_TRUE(runUntil([&] { return fs::exists(paths_.status) && battery_.endThresholdValue() == 60; }));
+    const auto otherWriter = [&] {
+        const auto status = PublishedStatus::decode(contents(paths_.status));
+        return status ? status->otherWriter : std::nullopt;
+    };
+    for (int write = 1; write <= OtherWriterWatch::toleratedWrites; ++write) {
+        SCOPED_TRACE(write);
+        // What UPower does when its switch is turned on: 0/100, start first as the kernel wants it.
+        battery_.setThreshold(Threshold::start, 0);
+        battery_.setThreshold(Threshold::end, 100);
+        tree_.publish();
+        const bool last = write == OtherWriterWatch::toleratedWrites;
+        ASSERT_TRUE(runUntil([&] {
+            const auto writer = otherWriter();
+            return writer && writer->program == OtherWriter::Program::upower && writer->yielded == last &&
+                   battery_.endThresholdValue() == (last ? 100 : 60);
+        })) << contents(paths_.status);
+    }
+    // The tick that published the yield left UPower's 0/100 standing; the log says why.
+    const std::string log = contents(paths_.log);
+    EXPECT_NE(log.find("written by UPower"), std::string::npos) << log;
+    EXPECT_NE(log.find("no longer put back"), std::string::npos) << log;
 }
 
 TEST_F(ServiceProcess, ProbeReportsWhatTheTreeOffersAndChangesNothing) {
