@@ -13,6 +13,7 @@
 #include "battery/battery_monitor.h"
 #include "common/fmt.h"
 #include "history/history_model.h"
+#include "locale_setup.h"
 #include "service/charge_settings_model.h"
 #include "shell/main_window.h"
 #include "ui/panel_model.h"
@@ -167,8 +168,8 @@ int run(int argc, char** argv) {
     QStringList arguments;
     for (int i = 0; i < argc; ++i) arguments << QString::fromLocal8Bit(argv[i]);
     CommandLine line = CommandLine::parse(arguments);
-    // Numbers, dates and spelled counts follow the chosen localisation; English unless one is asked for.
-    if (line.locale) Fmt::useLocale(*line.locale);
+    // Texts, numbers, dates and spelled counts follow the environment's locale, or --locale.
+    l10n::setUp(line.locale);
     if (line.error) {
         std::fprintf(stderr, "torvel: %s\n", qPrintable(*line.error));
         return 2;
