@@ -4,6 +4,8 @@
 #include "commands.h"
 #include "common/json.h"
 #include "common/paths.h"
+#include "common/sentence.h"
+#include "common/texts.h"
 #include "options.h"
 
 namespace torvel::cli {
@@ -58,19 +60,24 @@ json::Value reportJson(const SupplyReport& report) {
     return value;
 }
 
-std::string orUnknown(const std::optional<std::int64_t>& value, const char* unit) {
-    return value ? std::to_string(*value) + unit : "unknown";
+// `unit` is a translated pattern such as "%1 mAh".
+std::string orUnknown(const std::optional<std::int64_t>& value, const std::string& unit) {
+    return value ? fillSentence(unit, {std::to_string(*value)}) : tr("unknown");
 }
 
 void printReading(std::FILE* out, const BatteryAttributes& battery) {
-    std::fprintf(out, "    charge: %s, %s, health %s, cycles %s\n", orUnknown(battery.capacity, "%").c_str(),
-                 battery.status.value_or("no status").c_str(), orUnknown(battery.healthPercent, "%").c_str(),
-                 orUnknown(battery.cycleCount, "").c_str());
-    std::fprintf(
-        out, "    current %s, power %s, full %s (%s), design %s (%s)\n",
-        orUnknown(battery.currentMicroamps, " µA").c_str(), orUnknown(battery.powerMicrowatts, " µW").c_str(),
-        orUnknown(battery.fullChargeMah, " mAh").c_str(), orUnknown(battery.fullEnergyMwh, " mWh").c_str(),
-        orUnknown(battery.designMah, " mAh").c_str(), orUnknown(battery.designEnergyMwh, " mWh").c_str());
+    const std::string percent = tr("%1%");
+    printLine(
+        out,
+        "    " + tr("charge: %1, %2, health %3, cycles %4",
+                    {orUnknown(battery.capacity, percent), battery.status ? *battery.status : tr("no status"),
+                     orUnknown(battery.healthPercent, percent), orUnknown(battery.cycleCount, "%1")}));
+    const std::string mah = tr("%1 mAh"), mwh = tr("%1 mWh");
+    printLine(out, "    " + tr("current %1, power %2, full %3 (%4), design %5 (%6)",
+                               {orUnknown(battery.currentMicroamps, tr("%1 µA")),
+                                orUnknown(battery.powerMicrowatts, tr("%1 µW")),
+                                orUnknown(battery.fullChargeMah, mah), orUnknown(battery.fullEnergyMwh, mwh),
+                                orUnknown(battery.designMah, mah), orUnknown(battery.designEnergyMwh, mwh)}));
 }
 
 }  // namespace
@@ -78,13 +85,13 @@ void printReading(std::FILE* out, const BatteryAttributes& battery) {
 int batteryCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err) {
     auto parsed = Options::parse(args, {{"--json"}});
     if (const auto* error = std::get_if<std::string>(&parsed)) {
-        std::fprintf(err, "torvelctl battery: %s\n", error->c_str());
+        printLine(err, tr("torvelctl battery: %1", {*error}));
         return exitUsage;
     }
     const Paths paths = Paths::fromProcessEnvironment();
     const auto report = reportPowerSupplies(paths.powerSupply);
     if (!report) {
-        std::fprintf(err, "torvelctl battery: cannot list %s\n", paths.powerSupply.c_str());
+        printLine(err, tr("torvelctl battery: cannot list %1", {paths.powerSupply.string()}));
         return exitFailed;
     }
     if (std::get<Options>(parsed).has("--json")) {
@@ -93,15 +100,16 @@ int batteryCommand(const std::vector<std::string>& args, std::FILE* out, std::FI
         return exitOk;
     }
     for (const auto& supply : report->supplies) {
-        std::fprintf(out, "%s: %s%s\n", supply.name.c_str(), supply.role.c_str(),
-                     supply.controlled ? ", held" : "");
+        printLine(out, supply.controlled ? tr("%1: %2, held", {supply.name, supply.role})
+                                         : tr("%1: %2", {supply.name, supply.role}));
         for (const auto& [name, text] : supply.attributes)
             std::fprintf(out, "  %-32s %s\n", name.c_str(), text.c_str());
         if (supply.reading) printReading(out, *supply.reading);
         if (!supply.why.empty()) std::fprintf(out, "    %s\n", supply.why.c_str());
         std::fputc('\n', out);
     }
-    std::fprintf(out, "on mains: %s\nall batteries as one:\n", report->onMains ? "yes" : "no");
+    printLine(out, tr("on mains: %1", {report->onMains ? tr("yes") : tr("no")}));
+    printLine(out, tr("all batteries as one:"));
     printReading(out, report->whole);
     return exitOk;
 }

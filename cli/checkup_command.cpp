@@ -75,14 +75,17 @@ json::Ordered checkupJson(const Checkup& checkup, const std::string& explanation
 void printForPerson(std::FILE* out, const Checkup& checkup, const std::string& explanation,
                     const PageHead& page) {
     std::fprintf(out, "%s\n%s\n", page.headline.c_str(), page.subline.c_str());
-    if (page.fix) std::fprintf(out, "→ %s\n", page.fix->title.c_str());
+    if (page.fix) printLine(out, tr("→ %1", {page.fix->title}));
     std::fprintf(out, "\n%s\n\n", checkup.summary().c_str());
     for (const auto& reading : checkup.readings()) {
         const std::string title(Checkup::title(reading.piece));
         std::fprintf(out, "  %-16s %-8s %s\n", title.c_str(), std::string(name(reading.level)).c_str(),
                      reading.word.c_str());
     }
-    if (const auto fix = checkup.fix()) std::fprintf(out, "\nFix: %s\n", fix->title.c_str());
+    if (const auto fix = checkup.fix()) {
+        std::fputs("\n", out);
+        printLine(out, tr("Fix: %1", {fix->title}));
+    }
     std::fprintf(out, "\n%s\n", explanation.c_str());
 }
 
@@ -91,7 +94,7 @@ void printForPerson(std::FILE* out, const Checkup& checkup, const std::string& e
 int checkupCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err) {
     auto parsed = parseRequest(args);
     if (auto* error = std::get_if<std::string>(&parsed)) {
-        std::fprintf(err, "torvelctl checkup: %s\n", error->c_str());
+        printLine(err, tr("torvelctl checkup: %1", {*error}));
         return exitUsage;
     }
     const CheckupRequest& request = std::get<CheckupRequest>(parsed);

@@ -14,30 +14,38 @@ struct Entry {
 };
 
 constexpr Entry commands[] = {
-    {"status", statusCommand, "the charge service's state, the panel line and the settings"},
-    {"journal", journalCommand, "the day's or a range's journal: narrative, verdicts, insights, chart"},
-    {"checkup", checkupCommand, "whether everything is in place: each piece, the first fix, the service"},
-    {"report", reportCommand, "the diagnostic report, as the app copies it"},
-    {"set", setCommand, "change settings (KEY=VALUE...) through the charge service"},
-    {"topup", topupCommand, "a one-off charge to full: on or off"},
-    {"calibrate", calibrateCommand, "a calibration run: start or stop"},
+    {"status", statusCommand, trNoop("the charge service's state, the panel line and the settings")},
+    {"journal", journalCommand,
+     trNoop("the day's or a range's journal: narrative, verdicts, insights, chart")},
+    {"checkup", checkupCommand,
+     trNoop("whether everything is in place: each piece, the first fix, the service")},
+    {"report", reportCommand, trNoop("the diagnostic report, as the app copies it")},
+    {"set", setCommand, trNoop("change settings (KEY=VALUE...) through the charge service")},
+    {"topup", topupCommand, trNoop("a one-off charge to full: on or off")},
+    {"calibrate", calibrateCommand, trNoop("a calibration run: start or stop")},
     {"battery", batteryCommand,
-     "every power supply as the kernel shows it, and what the product reads from it"},
-    {"probe", probeCommand, "what this machine lets the charge service do"},
-    {"install", installCommand, "install this copy's charge service (asks for administrator rights)"},
-    {"uninstall", uninstallCommand, "remove the charge service; --keep-data keeps settings and history"},
+     trNoop("every power supply as the kernel shows it, and what the product reads from it")},
+    {"probe", probeCommand, trNoop("what this machine lets the charge service do")},
+    {"install", installCommand, trNoop("install this copy's charge service (asks for administrator rights)")},
+    {"uninstall", uninstallCommand,
+     trNoop("remove the charge service; --keep-data keeps settings and history")},
 };
 
 void printUsage(std::FILE* stream) {
-    std::fputs("usage: torvelctl COMMAND [OPTIONS]\n\ncommands:\n", stream);
+    printLine(stream, tr("usage: torvelctl [--locale ID] COMMAND [OPTIONS]"));
+    std::fputs("\n", stream);
+    printLine(stream, tr("commands:"));
     for (const auto& entry : commands) {
-        std::fprintf(stream, "  %-10.*s %.*s\n", static_cast<int>(entry.name.size()), entry.name.data(),
-                     static_cast<int>(entry.summary.size()), entry.summary.data());
+        const std::string summary = tr(entry.summary);
+        std::fprintf(stream, "  %-10.*s %s\n", static_cast<int>(entry.name.size()), entry.name.data(),
+                     summary.c_str());
     }
-    std::fputs(
-        "\n  --version  the version of torvelctl\n\nThe data directory is /var/lib/torvel, or "
-        "$TORVEL_ROOT/var/lib/torvel when set.\n",
-        stream);
+    std::fputs("\n", stream);
+    std::fprintf(stream, "  %-10s %s\n", "--locale",
+                 tr("the language of the texts, numbers and dates, such as de or fr").c_str());
+    std::fprintf(stream, "  %-10s %s\n", "--version", tr("the version of torvelctl").c_str());
+    std::fputs("\n", stream);
+    printLine(stream, tr("The data directory is /var/lib/torvel, or $TORVEL_ROOT/var/lib/torvel when set."));
 }
 
 }  // namespace
@@ -58,7 +66,7 @@ int run(const std::vector<std::string>& args, std::FILE* out, std::FILE* err) {
     for (const auto& entry : commands) {
         if (entry.name == args.front()) return entry.command({args.begin() + 1, args.end()}, out, err);
     }
-    std::fprintf(err, "torvelctl: unknown command '%s' (try torvelctl --help)\n", args.front().c_str());
+    printLine(err, tr("torvelctl: unknown command '%1' (try torvelctl --help)", {args.front()}));
     return exitUsage;
 }
 

@@ -2,7 +2,10 @@
 
 #include <cstdio>
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include "common/texts.h"
 
 namespace torvel::cli {
 
@@ -13,6 +16,12 @@ inline constexpr int exitUsage = 2;
 
 // Runs one torvelctl command line (without the program name), writing to the given streams.
 int run(const std::vector<std::string>& args, std::FILE* out, std::FILE* err);
+
+// One line of output: a translated text, then the end of the line.
+inline void printLine(std::FILE* stream, std::string_view text) {
+    std::fwrite(text.data(), 1, text.size(), stream);
+    std::fputc('\n', stream);
+}
 
 // The sub-commands, each in a file of its own.
 int statusCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err);

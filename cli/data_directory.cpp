@@ -5,6 +5,7 @@
 
 #include "bus.h"
 #include "common/files.h"
+#include "common/texts.h"
 #include "options.h"
 #include "systemd_units.h"
 
@@ -54,7 +55,7 @@ std::optional<std::string> parseServiceInstalled(const std::optional<std::string
     } else if (*value == "no") {
         installed = false;
     } else {
-        return badValue("--service-installed", *value, "yes or no");
+        return badValue("--service-installed", *value, tr("yes or no"));
     }
     return std::nullopt;
 }
@@ -64,7 +65,7 @@ std::optional<std::string> parseNow(const Options& options, double& now) {
     const auto text = options.value("--now");
     if (!text) return std::nullopt;
     const auto seconds = parseNumber(*text);
-    if (!seconds) return badValue("--now", *text, "seconds since 1970");
+    if (!seconds) return badValue("--now", *text, tr("seconds since 1970"));
     now = *seconds;
     return std::nullopt;
 }

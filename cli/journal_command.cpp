@@ -8,6 +8,7 @@
 #include "common/fmt.h"
 #include "common/json.h"
 #include "common/paths.h"
+#include "common/texts.h"
 #include "data_directory.h"
 #include "history/model.h"
 #include "history/words.h"
@@ -60,39 +61,39 @@ std::variant<JournalRequest, std::string> parseRequest(const std::vector<std::st
 
     JournalRequest request;
     request.json = options.has("--json");
-    if (options.has("--day") && options.has("--range")) return "--day and --range exclude each other";
+    if (options.has("--day") && options.has("--range")) return tr("--day and --range exclude each other");
     if (auto error = parseNow(options, request.now)) return *error;
     // A time the calendar cannot place (far outside any date) has no day to show.
     if (!Dates::startOfLocalDay(request.now)) {
-        return badValue("--now", options.value("--now").value_or(""), "seconds since 1970");
+        return badValue("--now", options.value("--now").value_or(""), tr("seconds since 1970"));
     }
     if (auto day = options.value("--day")) {
         request.day = Dates::parseIsoDay(*day);
-        if (!request.day) return badValue("--day", *day, "a date as YYYY-MM-DD");
+        if (!request.day) return badValue("--day", *day, tr("a date as YYYY-MM-DD"));
     }
     if (auto range = options.value("--range")) {
         request.range = HistoryModel::rangeNamed(*range);
-        if (!request.range) return badValue("--range", *range, "day, week, month or year");
+        if (!request.range) return badValue("--range", *range, tr("day, week, month or year"));
     }
     constexpr long long most = 1'000'000'000;
-    if (auto error = readInteger(options, "--limit", 0, 100, "a percentage from 0 to 100", request.limit))
+    if (auto error = readInteger(options, "--limit", 0, 100, tr("a percentage from 0 to 100"), request.limit))
         return *error;
     if (auto error =
-            readInteger(options, "--thermal-limit", -100, 200, "degrees Celsius", request.thermalLimit)) {
+            readInteger(options, "--thermal-limit", -100, 200, tr("degrees Celsius"), request.thermalLimit)) {
         return *error;
     }
-    if (auto error = readInteger(options, "--cycles", 0, most, "a number of cycles", request.cycles))
+    if (auto error = readInteger(options, "--cycles", 0, most, tr("a number of cycles"), request.cycles))
         return *error;
-    if (auto error = readInteger(options, "--health", 0, 1000, "a health percentage", request.health))
+    if (auto error = readInteger(options, "--health", 0, 1000, tr("a health percentage"), request.health))
         return *error;
     if (auto seconds = options.value("--protected-seconds")) {
         request.protectedSeconds = parseNumber(*seconds);
         if (!request.protectedSeconds || *request.protectedSeconds < 0) {
-            return badValue("--protected-seconds", *seconds, "seconds, 0 or more");
+            return badValue("--protected-seconds", *seconds, tr("seconds, 0 or more"));
         }
     }
     if (auto locale = options.value("--locale")) {
-        if (locale->empty()) return badValue("--locale", *locale, "a locale identifier such as en or ja");
+        if (locale->empty()) return badValue("--locale", *locale, tr("a locale identifier such as en or ja"));
         request.locale = *locale;
     }
     return request;
@@ -234,9 +235,9 @@ json::Ordered journalJson(const Journal& journal, const Texts& texts) {
 }
 
 std::string storageText(std::int64_t bytes) {
-    if (bytes < 1024) return std::to_string(bytes) + " bytes";
-    if (bytes < 1024 * 1024) return Fmt::decimal(static_cast<double>(bytes) / 1024.0) + " KB";
-    return Fmt::decimal(static_cast<double>(bytes) / (1024.0 * 1024.0)) + " MB";
+    if (bytes < 1024) return trn("%1 byte", "%1 bytes", bytes, {std::to_string(bytes)});
+    if (bytes < 1024 * 1024) return tr("%1 KB", {Fmt::decimal(static_cast<double>(bytes) / 1024.0)});
+    return tr("%1 MB", {Fmt::decimal(static_cast<double>(bytes) / (1024.0 * 1024.0))});
 }
 
 void printForPerson(std::FILE* out, const Journal& journal, const Texts& texts) {
@@ -246,10 +247,14 @@ void printForPerson(std::FILE* out, const Journal& journal, const Texts& texts) 
     for (const auto& insight : texts.insights) {
         std::fprintf(out, "\n  %s\n    %s\n", insight.title.c_str(), insight.body.c_str());
     }
-    std::fprintf(out, "\nChart: %s (%zu of %d slots filled)\n", texts.caption.c_str(),
-                 journal.series.buckets.size(), HistoryModel::bucketCount(journal.range));
-    std::fprintf(out, "Journal: %lld day files, %s\n", static_cast<long long>(journal.storage.days),
-                 storageText(journal.storage.bytes).c_str());
+    const auto slots = HistoryModel::bucketCount(journal.range);
+    std::fputs("\n", out);
+    printLine(out,
+              trn("Chart: %1 (%2 of %3 slot filled)", "Chart: %1 (%2 of %3 slots filled)", slots,
+                  {texts.caption, std::to_string(journal.series.buckets.size()), std::to_string(slots)}));
+    const auto days = static_cast<long long>(journal.storage.days);
+    printLine(out, trn("Journal: %1 day file, %2", "Journal: %1 day files, %2", days,
+                       {std::to_string(days), storageText(journal.storage.bytes)}));
 }
 
 }  // namespace
@@ -257,7 +262,7 @@ void printForPerson(std::FILE* out, const Journal& journal, const Texts& texts) 
 int journalCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err) {
     auto parsed = parseRequest(args);
     if (auto* error = std::get_if<std::string>(&parsed)) {
-        std::fprintf(err, "torvelctl journal: %s\n", error->c_str());
+        printLine(err, tr("torvelctl journal: %1", {*error}));
         return exitUsage;
     }
     JournalRequest& request = std::get<JournalRequest>(parsed);

@@ -3,6 +3,8 @@
 #include <charconv>
 #include <cmath>
 
+#include "common/texts.h"
+
 namespace torvel::cli {
 
 std::variant<Options, std::string> Options::parse(const std::vector<std::string>& args,
@@ -20,12 +22,12 @@ std::variant<Options, std::string> Options::parse(const std::vector<std::string>
             if (candidate.name == arg) rule = &candidate;
         }
         if (rule == nullptr) {
-            if (!arg.starts_with("-")) return "unexpected argument '" + std::string(arg) + "'";
-            return "unknown option " + std::string(arg);
+            if (!arg.starts_with("-")) return tr("unexpected argument '%1'", {arg});
+            return tr("unknown option %1", {arg});
         }
-        if (options.has(arg)) return std::string(arg) + " given twice";
+        if (options.has(arg)) return tr("%1 given twice", {arg});
         if (!rule->takesValue) {
-            if (inlineValue) return std::string(arg) + " takes no value";
+            if (inlineValue) return tr("%1 takes no value", {arg});
             options.values_[std::string(arg)] = "";
             continue;
         }
@@ -34,7 +36,7 @@ std::variant<Options, std::string> Options::parse(const std::vector<std::string>
         } else if (i + 1 < args.size()) {
             options.values_[std::string(arg)] = args[++i];
         } else {
-            return std::string(arg) + " needs a value";
+            return tr("%1 needs a value", {arg});
         }
     }
     return options;
@@ -65,8 +67,7 @@ std::optional<double> parseNumber(std::string_view text) {
 }
 
 std::string badValue(std::string_view option, std::string_view value, std::string_view expected) {
-    return "bad value for " + std::string(option) + ": '" + std::string(value) + "' (expected " +
-           std::string(expected) + ")";
+    return tr("bad value for %1: '%2' (expected %3)", {option, value, expected});
 }
 
 }  // namespace torvel::cli

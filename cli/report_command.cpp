@@ -35,7 +35,7 @@ std::variant<ReportRequest, std::string> parseRequest(const std::vector<std::str
 int reportCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err) {
     auto parsed = parseRequest(args);
     if (auto* error = std::get_if<std::string>(&parsed)) {
-        std::fprintf(err, "torvelctl report: %s\n", error->c_str());
+        printLine(err, tr("torvelctl report: %1", {*error}));
         return exitUsage;
     }
     const ReportRequest& request = std::get<ReportRequest>(parsed);

@@ -46,25 +46,23 @@ int sendAssignments(std::string_view command, const std::vector<std::string>& as
     const Paths paths = Paths::fromProcessEnvironment();
     auto changed = client::changeSettings(currentSettings(paths), assignments);
     if (const auto* error = std::get_if<std::string>(&changed)) {
-        std::fprintf(err, "torvelctl %.*s: %s\n", static_cast<int>(command.size()), command.data(),
-                     error->c_str());
+        printLine(err, tr("torvelctl %1: %2", {command, *error}));
         return exitUsage;
     }
     const ServiceClient::Applied applied = applyOnBus(std::get<client::SettingsChange>(changed), paths);
     if (applied.error) {
-        std::fprintf(err, "torvelctl %.*s: %s\n", static_cast<int>(command.size()), command.data(),
-                     applied.error->c_str());
+        // The service answers in the product's own English, which is also the key of its translation.
+        printLine(err, tr("torvelctl %1: %2", {command, tr(*applied.error)}));
         return exitFailed;
     }
     if (applied.serviceError) {
         // The settings are kept, but nothing acts on them until the service reads its config again.
-        std::fprintf(err, "torvelctl %.*s: %s\n", static_cast<int>(command.size()), command.data(),
-                     applied.serviceError->c_str());
-        std::fprintf(out, "Saved to %s directly; the charge service takes it when it next starts.\n",
-                     paths.config.c_str());
+        printLine(err, tr("torvelctl %1: %2", {command, tr(*applied.serviceError)}));
+        printLine(out, tr("Saved to %1 directly; the charge service takes it when it next starts.",
+                          {paths.config.string()}));
         return exitOk;
     }
-    std::fprintf(out, "The charge service took the change.\n");
+    printLine(out, tr("The charge service took the change."));
     return exitOk;
 }
 

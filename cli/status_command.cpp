@@ -5,6 +5,7 @@
 #include "commands.h"
 #include "common/fmt.h"
 #include "common/json.h"
+#include "common/texts.h"
 #include "data_directory.h"
 #include "options.h"
 #include "service/settings_rules.h"
@@ -40,11 +41,11 @@ std::variant<StatusRequest, std::string> parseRequest(const std::vector<std::str
     if (auto charge = options.value("--charge")) {
         request.charge = parseInteger(*charge);
         if (!request.charge || *request.charge < 0 || *request.charge > 100) {
-            return badValue("--charge", *charge, "a percentage from 0 to 100");
+            return badValue("--charge", *charge, tr("a percentage from 0 to 100"));
         }
     }
     if (options.has("--plugged") && options.has("--unplugged"))
-        return "--plugged and --unplugged exclude each other";
+        return tr("--plugged and --unplugged exclude each other");
     if (options.has("--plugged")) request.plugged = true;
     if (options.has("--unplugged")) request.plugged = false;
     if (auto error = parseServiceInstalled(options.value("--service-installed"), request.serviceInstalled)) {
@@ -87,7 +88,7 @@ json::Ordered settingsPageJson(const Settings& s) {
 }
 
 std::string worded(const Choice& choice) {
-    return choice.help.empty() ? choice.label : choice.label + " · " + choice.help;
+    return choice.help.empty() ? choice.label : tr("%1 · %2", {choice.label, choice.help});
 }
 
 json::Ordered statusJson(const DataDirectoryState& data, const SystemLock& lock, const PanelState& panel) {
@@ -114,7 +115,7 @@ json::Ordered statusJson(const DataDirectoryState& data, const SystemLock& lock,
 }
 
 std::string onOff(bool value) {
-    return value ? "on" : "off";
+    return value ? tr("on") : tr("off");
 }
 
 void printForPerson(std::FILE* out, const DataDirectoryState& data, const PanelState& panel, long long charge,
@@ -123,11 +124,13 @@ void printForPerson(std::FILE* out, const DataDirectoryState& data, const PanelS
     const ServiceState state = s.serviceState(data.installation);
     std::fprintf(out, "%s\n", panel.text.c_str());
     if (panel.help) std::fprintf(out, "  %s\n", panel.help->c_str());
-    std::fprintf(out, "\nCharge %s, %s, heading for %s\n", Fmt::percent(charge).c_str(),
-                 plugged ? "plugged in" : "on battery", Fmt::percent(PanelStatus::target(s)).c_str());
+    const std::string target = Fmt::percent(PanelStatus::target(s));
+    std::fputs("\n", out);
+    printLine(out, plugged ? tr("Charge %1, plugged in, heading for %2", {Fmt::percent(charge), target})
+                           : tr("Charge %1, on battery, heading for %2", {Fmt::percent(charge), target}));
 
-    std::fprintf(out, "\nService: %s (state word “%s”)\n", std::string(name(state)).c_str(),
-                 std::string(s.status.stateWord()).c_str());
+    std::fputs("\n", out);
+    printLine(out, tr("Service: %1 (state word “%2”)", {name(state), s.status.stateWord()}));
     const bool manualInstaller = data.installation.uninstallerPath.has_value();
     std::fprintf(out, "  %s\n", ServiceWords::explanation(s, state, manualInstaller).c_str());
     for (const auto& battery : MacPage::batteryLines(s.status.published))
@@ -137,28 +140,34 @@ void printForPerson(std::FILE* out, const DataDirectoryState& data, const PanelS
 
     const Settings& set = s.settings;
     namespace C = SettingChoices;
-    const auto line = [out](const char* name, const std::string& words) {
-        std::fprintf(out, "  %s: %s\n", name, words.c_str());
+    const auto line = [out](const std::string& name, const std::string& words) {
+        printLine(out, "  " + tr("%1: %2", {name, words}));
     };
-    std::fprintf(out, "\nSettings\n");
-    line("Limit charging", set.enabled ? "on, held at " + Fmt::percent(s.heldLimit()) : "off");
-    line("Profile", worded(C::profileFor(set.limit)));
-    line("Resting range", worded(C::restingFor(set.limit, set.hysteresis)));
-    line("Auto discharge", onOff(set.discharge));
-    line("Overheating", set.thermal ? worded(C::overheatingFor(set.thermalLimit)) : "off");
-    line("MagSafe light",
-         set.led ? "on · Blink speed " + C::secondsLabel(C::shownBlinkSeconds(set.blinkSeconds)) : "off");
-    line("End of top-up", worded(C::endOfTopUpFor(set.topUpHours)));
-    line("Top-up", onOff(set.topUp));
-    line("History", set.history ? "kept for " + C::historyFor(set.historyDays).label : "off");
-    line("Calibrate", onOff(set.calibrate));
+    std::fputs("\n", out);
+    printLine(out, tr("Settings"));
+    line(tr("Limit charging"), set.enabled ? tr("on, held at %1", {Fmt::percent(s.heldLimit())}) : tr("off"));
+    line(tr("Profile"), worded(C::profileFor(set.limit)));
+    line(tr("Resting range"), worded(C::restingFor(set.limit, set.hysteresis)));
+    line(tr("Auto discharge"), onOff(set.discharge));
+    line(tr("Overheating"), set.thermal ? worded(C::overheatingFor(set.thermalLimit)) : tr("off"));
+    line(tr("MagSafe light"),
+         set.led ? tr("on · Blink speed %1", {C::secondsLabel(C::shownBlinkSeconds(set.blinkSeconds))})
+                 : tr("off"));
+    line(tr("End of top-up"), worded(C::endOfTopUpFor(set.topUpHours)));
+    line(tr("Top-up"), onOff(set.topUp));
+    line(tr("History"), set.history ? tr("kept for %1", {C::historyFor(set.historyDays).label}) : tr("off"));
+    line(tr("Calibrate"), onOff(set.calibrate));
 
     const CalibrationStatus& cal = s.status.published.cal;
-    std::fprintf(out, "\nCalibration\n");
+    std::fputs("\n", out);
+    printLine(out, tr("Calibration"));
     if (cal.phase == CalibrationStatus::Phase::idle) {
-        std::fprintf(out, "  no run under way, %zu completed\n", cal.runs.size());
+        const auto runs = static_cast<long long>(cal.runs.size());
+        printLine(out, "  " + trn("no run under way, %1 completed", "no run under way, %1 completed", runs,
+                                  {std::to_string(runs)}));
     } else {
-        std::fprintf(out, "  step %d of 5: %s\n", cal.phase.step(), cal.phase.label(cal.drainTarget).c_str());
+        printLine(out, "  " + tr("step %1 of 5: %2",
+                                 {std::to_string(cal.phase.step()), cal.phase.label(cal.drainTarget)}));
     }
     for (const auto& sentence : {cal.lastFailure ? std::optional(cal.lastFailure->text()) : std::nullopt,
                                  cal.verdict(), cal.macOSGap(), cal.trend()}) {
@@ -171,7 +180,7 @@ void printForPerson(std::FILE* out, const DataDirectoryState& data, const PanelS
 int statusCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err) {
     auto parsed = parseRequest(args);
     if (auto* error = std::get_if<std::string>(&parsed)) {
-        std::fprintf(err, "torvelctl status: %s\n", error->c_str());
+        printLine(err, tr("torvelctl status: %1", {*error}));
         return exitUsage;
     }
     const StatusRequest& request = std::get<StatusRequest>(parsed);

@@ -7,6 +7,7 @@
 #include <QVariantMap>
 #include <QtConcurrent>
 
+#include "common/texts.h"
 #include "extras/login_item_model.h"
 #include "service/charge_settings_model.h"
 #include "service/service_installer.h"
@@ -144,8 +145,8 @@ QVariantList OnboardingModel::profiles() const {
         };
         list.append(QVariantMap{{QStringLiteral("id"), profile.id},
                                 {QStringLiteral("icon"), text(profile.icon)},
-                                {QStringLiteral("title"), text(profile.title)},
-                                {QStringLiteral("detail"), text(profile.detail)},
+                                {QStringLiteral("title"), text(torvel::tr(profile.title))},
+                                {QStringLiteral("detail"), text(torvel::tr(profile.detail))},
                                 {QStringLiteral("limit"), profile.limit},
                                 {QStringLiteral("band"), profile.band},
                                 {QStringLiteral("discharge"), profile.discharge}});

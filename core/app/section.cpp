@@ -1,5 +1,7 @@
 #include "app/section.h"
 
+#include "common/texts.h"
+
 namespace torvel {
 namespace {
 
@@ -36,18 +38,18 @@ std::string_view AppSection::rawValue() const {
     return {};
 }
 
-std::string_view AppSection::title() const {
+std::string AppSection::title() const {
     switch (value_) {
         case today:
-            return "Today";
+            return tr("Today");
         case settings:
-            return "Settings";
+            return tr("Settings");
         case mac:
-            return "This Mac";
+            return tr("This Mac");
         case memory:
-            return "Long memory";
+            return tr("Long memory");
         case calibration:
-            return "Calibration";
+            return tr("Calibration");
     }
     return {};
 }

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace torvel {
@@ -18,7 +19,7 @@ class AppSection {
 
     std::string_view rawValue() const;
     // The window title and the tab's label.
-    std::string_view title() const;
+    std::string title() const;
 
     // A section named on the command line, by its raw value or by one of the older names people type.
     static std::optional<AppSection> named(std::string_view text);

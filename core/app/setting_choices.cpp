@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "common/fmt.h"
+#include "common/texts.h"
 
 namespace torvel {
 
@@ -18,11 +19,11 @@ int ThresholdChoice::nearest(int celsius) {
 std::string ThresholdChoice::word(int celsius) {
     switch (nearest(celsius)) {
         case cautious:
-            return "Cautious";
+            return tr("Cautious");
         case balanced:
-            return "Balanced";
+            return tr("Balanced");
         default:
-            return "Relaxed";
+            return tr("Relaxed");
     }
 }
 
@@ -31,26 +32,26 @@ namespace {
 
 struct Profile {
     int limit;
-    const char* line;
-    const char* detail;
+    std::string_view line;
+    std::string_view detail;
 };
 constexpr Profile profileLines[] = {
-    {60, "Hardly ever leaves its charger", "Desk, external display, sessions that never end"},
-    {75, "Plugged in most of the time", "Unplugged now and then, for a meeting"},
-    {85, "Often on battery", "You need the range when you leave"},
+    {60, trNoop("Hardly ever leaves its charger"), trNoop("Desk, external display, sessions that never end")},
+    {75, trNoop("Plugged in most of the time"), trNoop("Unplugged now and then, for a meeting")},
+    {85, trNoop("Often on battery"), trNoop("You need the range when you leave")},
 };
 constexpr int recommendedProfile = 75;
 
-std::string profileHelp(const char* line, const char* detail) {
-    return std::string(line) + " · " + detail;
+std::string profileHelp(std::string_view line, std::string_view detail) {
+    return tr("%1 · %2", {tr(line), tr(detail)});
 }
 
 constexpr int restingSteps[] = {2, 5, 10};
 
 std::string restingHelp(int hysteresis) {
-    if (hysteresis == 2) return "As soon as it dips a little";
-    if (hysteresis == 5) return "After a small drop";
-    return "After a real drop";
+    if (hysteresis == 2) return tr("As soon as it dips a little");
+    if (hysteresis == 5) return tr("After a small drop");
+    return tr("After a real drop");
 }
 
 }  // namespace
@@ -67,14 +68,14 @@ std::vector<Choice> profiles() {
 Choice profileFor(int limit) {
     if (auto known = find(profiles(), limit)) return *known;
     const Profile& widest = profileLines[std::size(profileLines) - 1];
-    return {limit, Fmt::percent(limit), false, profileHelp("Set by hand", widest.detail)};
+    return {limit, Fmt::percent(limit), false, profileHelp(trNoop("Set by hand"), widest.detail)};
 }
 
 std::string profileLine(int limit) {
     for (const Profile& p : profileLines) {
-        if (p.limit == limit) return p.line;
+        if (p.limit == limit) return tr(p.line);
     }
-    return "Set by hand";
+    return tr("Set by hand");
 }
 
 int restingLevel(int limit, int hysteresis) {
@@ -85,14 +86,14 @@ std::vector<Choice> restingRange(int limit) {
     std::vector<Choice> options;
     for (const int step : restingSteps) {
         options.push_back(
-            {step, "below " + Fmt::percent(restingLevel(limit, step)), step == 5, restingHelp(step)});
+            {step, tr("below %1", {Fmt::percent(restingLevel(limit, step))}), step == 5, restingHelp(step)});
     }
     return options;
 }
 
 Choice restingFor(int limit, int hysteresis) {
     if (auto known = find(restingRange(limit), hysteresis)) return *known;
-    return {hysteresis, "below " + Fmt::percent(restingLevel(limit, hysteresis)), false,
+    return {hysteresis, tr("below %1", {Fmt::percent(restingLevel(limit, hysteresis))}), false,
             restingHelp(hysteresis)};
 }
 
@@ -100,48 +101,50 @@ std::vector<Choice> overheating() {
     std::vector<Choice> options;
     for (const int anchor :
          {ThresholdChoice::cautious, ThresholdChoice::balanced, ThresholdChoice::relaxed}) {
-        options.push_back({anchor, std::to_string(anchor) + " °C", anchor == ThresholdChoice::balanced,
+        options.push_back({anchor, tr("%1 °C", {std::to_string(anchor)}), anchor == ThresholdChoice::balanced,
                            ThresholdChoice::word(anchor)});
     }
     return options;
 }
 
 Choice overheatingFor(int celsius) {
-    return {celsius, std::to_string(celsius) + " °C", celsius == ThresholdChoice::balanced,
+    return {celsius, tr("%1 °C", {std::to_string(celsius)}), celsius == ThresholdChoice::balanced,
             ThresholdChoice::word(celsius)};
 }
 
 std::vector<Choice> endOfTopUp() {
-    return {{0, "When you unplug", true, "As soon as you leave with the Mac"},
-            {12, "After 12 hours", false, "Even if it stays plugged in"}};
+    return {
+        {0, tr("When you unplug"), true, tr("As soon as you leave with the Mac")},
+        {12, trn("After %1 hour", "After %1 hours", 12, {"12"}), false, tr("Even if it stays plugged in")}};
 }
 
 Choice endOfTopUpFor(int hours) {
     if (auto known = find(endOfTopUp(), hours)) return *known;
     // Any other hold still ends on its own, which is what the second option says.
-    return {hours, "After " + std::to_string(hours) + " hours", false, "Even if it stays plugged in"};
+    return {hours, trn("After %1 hour", "After %1 hours", hours, {std::to_string(hours)}), false,
+            tr("Even if it stays plugged in")};
 }
 
 std::vector<Choice> historyKeptFor() {
-    return {{30, "30 days", false, ""},
-            {90, "3 months", false, ""},
-            {365, "1 year", false, ""},
-            {1095, "3 years", false, ""}};
+    return {{30, tr("30 days"), false, ""},
+            {90, tr("3 months"), false, ""},
+            {365, tr("1 year"), false, ""},
+            {1095, tr("3 years"), false, ""}};
 }
 
 Choice historyFor(int days) {
     if (auto known = find(historyKeptFor(), days)) return *known;
-    return {days, std::to_string(days) + " days", false, ""};
+    return {days, trn("%1 day", "%1 days", days, {std::to_string(days)}), false, ""};
 }
 
 std::vector<Choice> startup() {
-    return {{1, "With the Mac", false, ""}, {0, "By hand", false, ""}};
+    return {{1, tr("With the Mac"), false, ""}, {0, tr("By hand"), false, ""}};
 }
 
 std::string secondsLabel(double seconds) {
     const long tenths = std::lround(seconds * 10);
-    if (tenths % 10 == 0) return std::to_string(tenths / 10) + " s";
-    return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " s";
+    if (tenths % 10 == 0) return tr("%1 s", {std::to_string(tenths / 10)});
+    return tr("%1 s", {Fmt::decimal(static_cast<double>(tenths) / 10.0)});
 }
 
 double shownBlinkSeconds(double stored) {
@@ -153,7 +156,9 @@ std::vector<Choice> blinkSpeeds() {
     std::vector<Choice> options;
     for (double s = blinkShortest; s <= blinkLongest + 1e-9; s += blinkStep) {
         const int tenths = static_cast<int>(std::lround(s * 10));
-        const char* help = s < 1.5 ? "A quick flicker" : s < 3.5 ? "A calm pulse" : "A slow breath";
+        std::string help = s < 1.5   ? tr("A quick flicker")
+                           : s < 3.5 ? tr("A calm pulse")
+                                     : tr("A slow breath");
         options.push_back({tenths, secondsLabel(s), tenths == 20, help});
     }
     return options;
@@ -175,34 +180,34 @@ int limitAt(int value, bool native) {
 }
 
 std::string lockBanner(const SystemLock& lock) {
-    return "Torvel can’t hold your limit on macOS " + std::to_string(lock.macOSMajor) + " yet.";
+    return tr("Torvel can’t hold your limit on macOS %1 yet.", {std::to_string(lock.macOSMajor)});
 }
 
 std::string limitFootnote(int limit, const SystemLock& lock) {
     if (lock.usesNative) {
-        return "On macOS " + std::to_string(lock.macOSMajor) +
-               ", macOS itself tops the battery up, 5 points below the limit.";
+        return tr("On macOS %1, macOS itself tops the battery up, 5 points below the limit.",
+                  {std::to_string(lock.macOSMajor)});
     }
-    return "Once at " + Fmt::percent(limit) +
-           ", the battery rests. Torvel only tops it up after a small drop, so it isn’t nudged awake every "
-           "few "
-           "minutes.";
+    return tr(
+        "Once at %1, the battery rests. Torvel only tops it up after a small drop, so it isn’t nudged awake "
+        "every few minutes.",
+        {Fmt::percent(limit)});
 }
 
 std::optional<std::string> nativeNote(int limit, std::optional<int> nativeFloor, const SystemLock& lock) {
     if (!lock.usesNative) return std::nullopt;
     if (nativeFloor && limit < *nativeFloor) {
         const std::string floor = Fmt::percent(*nativeFloor);
-        return "macOS won’t hold a limit below " + floor + " on this Mac, so Torvel holds " + floor + ".";
+        return tr("macOS won’t hold a limit below %1 on this Mac, so Torvel holds %1.", {floor});
     }
-    return "On macOS " + std::to_string(lock.macOSMajor) +
-           ", Torvel sets macOS’s own charge limit. Change it here, not in System Settings.";
+    return tr("On macOS %1, Torvel sets macOS’s own charge limit. Change it here, not in System Settings.",
+              {std::to_string(lock.macOSMajor)});
 }
 
 std::string heatLine(std::optional<double> celsius) {
-    std::string line = "Heat wears a battery as much as a full charge does.";
-    if (celsius) line += " It’s at " + Fmt::decimal(*celsius) + " °C right now.";
-    return line;
+    if (!celsius) return tr("Heat wears a battery as much as a full charge does.");
+    return tr("Heat wears a battery as much as a full charge does. It’s at %1 °C right now.",
+              {Fmt::decimal(*celsius)});
 }
 
 std::optional<Choice> find(std::span<const Choice> options, int value) {

@@ -13,14 +13,16 @@
 #include "common/json.h"
 #include "common/numbers.h"
 #include "common/syscalls.h"
+#include "common/texts.h"
 
 extern char** environ;
 
 namespace torvel {
 namespace {
 
-constexpr const char* missingText = "Part of Torvel is missing. Download it again and try once more.";
-constexpr const char* unreadableText = "The check gave an answer Torvel couldn’t make sense of.";
+constexpr std::string_view missingText =
+    trNoop("Part of Torvel is missing. Download it again and try once more.");
+constexpr std::string_view unreadableText = trNoop("The check gave an answer Torvel couldn’t make sense of.");
 
 bool isExecutableFile(const std::filesystem::path& path) {
     struct stat info {};
@@ -32,20 +34,21 @@ bool isExecutableFile(const std::filesystem::path& path) {
 std::string HardwareProbe::Unsupported::message(int macOSMajor) const {
     switch (value_) {
         case systemLocked:
-            return "macOS " + std::to_string(macOSMajor) +
-                   " changed the way charging is controlled, and Torvel can’t hold a limit on it yet. We’re "
-                   "working on it, and it will arrive as an update.";
+            return tr(
+                "macOS %1 changed the way charging is controlled, and Torvel can’t hold a limit on it yet. "
+                "We’re working on it, and it will arrive as an update.",
+                {std::to_string(macOSMajor)});
         case unknownHardware:
             break;
     }
-    return "Torvel couldn’t find a way to control charging on this Mac. It needs an Apple Silicon Mac, an M1 "
-           "or "
-           "newer.";
+    return tr(
+        "Torvel couldn’t find a way to control charging on this Mac. It needs an Apple Silicon Mac, an M1 or "
+        "newer.");
 }
 
 HardwareProbe::Result HardwareProbe::interpretOutput(std::string_view bytes) {
     const auto answer = json::parseObject(bytes);
-    if (!answer) return Failed{unreadableText};
+    if (!answer) return Failed{tr(unreadableText)};
     if (json::boolean(*answer, "supported") == true) {
         return Supported{
             .mode = json::text(*answer, "mode").value_or("?"),
@@ -58,7 +61,7 @@ HardwareProbe::Result HardwareProbe::interpretOutput(std::string_view bytes) {
 }
 
 HardwareProbe::Result HardwareProbe::interpret(const ProbeRun& run) {
-    if (std::holds_alternative<MissingExecutable>(run)) return Failed{missingText};
+    if (std::holds_alternative<MissingExecutable>(run)) return Failed{tr(missingText)};
     if (const auto* failure = std::get_if<LaunchFailure>(&run)) return Failed{failure->text};
     return interpretOutput(std::get<Output>(run).bytes);
 }
@@ -108,9 +111,9 @@ std::string HardwareProbe::sizeText(std::uintmax_t bytes) {
     const double kilobytes = static_cast<double>(bytes) / 1000.0;
     const auto wholeKilobytes = roundedInteger(kilobytes);
     if (wholeKilobytes && *wholeKilobytes < 1000) {
-        return std::to_string(bytes == 0 ? 0 : std::max<std::int64_t>(1, *wholeKilobytes)) + " kB";
+        return tr("%1 kB", {std::to_string(bytes == 0 ? 0 : std::max<std::int64_t>(1, *wholeKilobytes))});
     }
-    return Fmt::decimal(kilobytes / 1000.0) + " MB";
+    return tr("%1 MB", {Fmt::decimal(kilobytes / 1000.0)});
 }
 
 std::string HardwareProbe::daemonSizeText(const std::filesystem::path& executable) {

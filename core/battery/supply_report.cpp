@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <system_error>
 
+#include "common/texts.h"
+
 namespace torvel {
 namespace fs = std::filesystem;
 
@@ -24,14 +26,14 @@ std::vector<std::pair<std::string, std::string>> attributesOf(const fs::path& su
 std::string whyControlled(const BatteryControls& controls) {
     const auto mode = controls.mode();
     if (mode == "thresholds+behaviour")
-        return "The service holds the limit here with the charge thresholds and charge_behaviour.";
-    if (mode == "thresholds") return "The service holds the limit here with the charge thresholds.";
+        return tr("The service holds the limit here with the charge thresholds and charge_behaviour.");
+    if (mode == "thresholds") return tr("The service holds the limit here with the charge thresholds.");
     if (controls.incomplete)
-        return "The service cannot read charge_behaviour right now and will look at this battery again.";
+        return tr("The service cannot read charge_behaviour right now and will look at this battery again.");
     if (mode == "behaviour")
-        return "The service holds the limit here by pausing charging with charge_behaviour.";
-    return "The driver offers no charge threshold or charge_behaviour that could hold a limit on this "
-           "battery.";
+        return tr("The service holds the limit here by pausing charging with charge_behaviour.");
+    return tr(
+        "The driver offers no charge threshold or charge_behaviour that could hold a limit on this battery.");
 }
 
 }  // namespace
@@ -51,7 +53,7 @@ std::optional<SupplyReport> reportPowerSupplies(const fs::path& powerSupply) {
             batteries.push_back(reading);
             if (!reading.batteryPresent) {
                 supply.role = "empty bay";
-                supply.why = "The bay is empty, so there is nothing to hold.";
+                supply.why = tr("The bay is empty, so there is nothing to hold.");
             } else {
                 supply.role = "battery";
                 supply.controls = readBatteryControls(path);
@@ -61,7 +63,7 @@ std::optional<SupplyReport> reportPowerSupplies(const fs::path& powerSupply) {
             }
         } else if (type == "Battery") {
             supply.role = "peripheral";
-            supply.why = "A device's own battery, which the service leaves alone.";
+            supply.why = tr("A device's own battery, which the service leaves alone.");
         } else if (suppliesMains(path)) {
             supply.role = "mains";
             report.onMains = true;

@@ -3,6 +3,7 @@
 #include <array>
 
 #include "common/numbers.h"
+#include "common/texts.h"
 
 namespace torvel {
 namespace {
@@ -54,10 +55,6 @@ std::uint64_t distance(std::int64_t a, std::int64_t b) {
                   : static_cast<std::uint64_t>(b) - static_cast<std::uint64_t>(a);
 }
 
-std::string countOf(std::int64_t n, const char* one, const char* many) {
-    return n == 1 ? std::string("1 ") + one : std::to_string(n) + " " + many;
-}
-
 }  // namespace
 
 std::string_view Phase::wireWord() const {
@@ -74,19 +71,19 @@ std::optional<Phase> Phase::fromWire(std::string_view word) {
 std::string Phase::label(std::int64_t lowPoint) const {
     switch (value_) {
         case idle:
-            return "Idle";
+            return tr("Idle");
         case fill:
-            return "Charge to 100%";
+            return tr("Charge to 100%");
         case drain:
-            return "Run down to " + std::to_string(lowPoint) + "%";
+            return tr("Run down to %1%", {std::to_string(lowPoint)});
         case refill:
-            return "Back up to 100%";
+            return tr("Back up to 100%");
         case soak:
-            return "Hold full, then finish";
+            return tr("Hold full, then finish");
         case restore:
-            return "Back to your limit";
+            return tr("Back to your limit");
     }
-    return "Idle";
+    return tr("Idle");
 }
 
 std::optional<std::string> Phase::reason() const {
@@ -94,19 +91,20 @@ std::optional<std::string> Phase::reason() const {
         case idle:
             return std::nullopt;
         case fill:
-            return "Gives the gauge a known ceiling to measure down from.";
+            return tr("Gives the gauge a known ceiling to measure down from.");
         case drain:
-            return "This is the measurement. It has to run in one go, so charging stays off even while "
-                   "you're "
-                   "plugged in.";
+            return tr(
+                "This is the measurement. It has to run in one go, so charging stays off even while you're "
+                "plugged in.");
         case refill:
-            return "A gauge publishes what it learned on the way back to full, not at the bottom.";
+            return tr("A gauge publishes what it learned on the way back to full, not at the bottom.");
         case soak:
-            return "Charging tapers off at the end. Sitting there is what lets it finish, so full gets "
-                   "marked as "
-                   "full.";
+            return tr(
+                "Charging tapers off at the end. Sitting there is what lets it finish, so full gets marked "
+                "as full.");
         case restore:
-            return "Leaving a battery at 100% is what you bought Torvel to avoid.";
+            // xgettext:no-c-format
+            return tr("Leaving a battery at 100% is what you bought Torvel to avoid.");
     }
     return std::nullopt;
 }
@@ -117,14 +115,17 @@ std::optional<std::int64_t> CalibrationStatus::Run::pct(std::optional<std::int64
 }
 
 std::string CalibrationStatus::Failure::text() const {
-    constexpr const char* stopped = "The run stopped before it could finish.";
+    const std::string stopped = tr("The run stopped before it could finish.");
     if (reason == "stalled") {
         if (phase == Phase::idle) {
-            return "Nothing moved for three days. The run was stopped, and the battery went back to your "
-                   "limit.";
+            return tr(
+                "Nothing moved for three days. The run was stopped, and the battery went back to your "
+                "limit.");
         }
-        return "Nothing moved for three days at step " + std::to_string(phase.step()) +
-               ". The run was stopped, and the battery went back to your limit.";
+        return tr(
+            "Nothing moved for three days at step %1. The run was stopped, and the battery went back to your "
+            "limit.",
+            {std::to_string(phase.step())});
     }
     if (reason == "legacy") return legacyText.value_or(stopped);
     return stopped;
@@ -187,10 +188,12 @@ std::optional<std::string> CalibrationStatus::verdict() const {
     const std::uint64_t magnitude = distance(after, before);
     // A couple of dozen mAh is the gauge's own noise, not something it had wrong.
     if (magnitude <= 24) {
-        return "The gauge came back with the number it started with, so it was already telling the truth.";
+        return tr(
+            "The gauge came back with the number it started with, so it was already telling the truth.");
     }
-    return (after < before ? "The gauge had been reading over by " : "The gauge had been reading under by ") +
-           std::to_string(magnitude) + " mAh.";
+    const std::string mah = std::to_string(magnitude);
+    return after < before ? tr("The gauge had been reading over by %1 mAh.", {mah})
+                          : tr("The gauge had been reading under by %1 mAh.", {mah});
 }
 
 std::optional<std::string> CalibrationStatus::macOSGap() const {
@@ -199,8 +202,10 @@ std::optional<std::string> CalibrationStatus::macOSGap() const {
     const auto raw = last.pct(last.afterRaw);
     const auto nominal = last.pct(last.afterNominal);
     if (!raw || !nominal || *raw == *nominal) return std::nullopt;
-    return "System Settings says " + std::to_string(*nominal) + "%, which is Apple's smoothed figure. " +
-           std::to_string(*raw) + "% is what the cells reported after the sweep.";
+    return tr(
+        "System Settings says %1%, which is Apple's smoothed figure. %2% is what the cells reported after "
+        "the sweep.",
+        {std::to_string(*nominal), std::to_string(*raw)});
 }
 
 std::optional<std::string> CalibrationStatus::trend() const {
@@ -219,18 +224,19 @@ std::optional<std::string> CalibrationStatus::trend() const {
     if (months >= 12) {
         const auto years = roundedInteger(months / 12);
         if (!years) return std::nullopt;
-        span = countOf(*years, "year", "years");
+        span = trn("%1 year", "%1 years", *years, {std::to_string(*years)});
     } else {
-        span = countOf(*roundedInteger(months), "month", "months");
+        const auto count = *roundedInteger(months);
+        span = trn("%1 month", "%1 months", count, {std::to_string(count)});
     }
 
     if (*last.afterRaw >= *first.afterRaw) {
-        return "Measured over " + span + ", your capacity hasn't dropped. It's holding at " +
-               std::to_string(*lastPct) + "%.";
+        return tr("Measured over %1, your capacity hasn't dropped. It's holding at %2%.",
+                  {span, std::to_string(*lastPct)});
     }
-    return "Measured over " + span + ", you've lost " +
-           std::to_string(distance(*first.afterRaw, *last.afterRaw)) + " mAh: " + std::to_string(*firstPct) +
-           "% down to " + std::to_string(*lastPct) + "%.";
+    return tr("Measured over %1, you've lost %2 mAh: %3% down to %4%.",
+              {span, std::to_string(distance(*first.afterRaw, *last.afterRaw)), std::to_string(*firstPct),
+               std::to_string(*lastPct)});
 }
 
 }  // namespace torvel

@@ -7,6 +7,8 @@
 #include <charconv>
 #include <mutex>
 
+#include "common/texts.h"
+
 namespace torvel {
 namespace {
 
@@ -61,7 +63,7 @@ std::string Fmt::separator() {
 }
 
 std::string Fmt::percent(long long value) {
-    return std::to_string(value) + "%";
+    return tr("%1%", {std::to_string(value)});
 }
 
 std::string Spelled::count(long long n, bool capitalized) {

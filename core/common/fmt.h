@@ -20,7 +20,7 @@ class Fmt {
     static std::string terminator();
     static std::string separator();
 
-    // "%lld%": the percentage text used everywhere, with no space before the sign.
+    // "80%": the percentage text used everywhere, as the catalogue writes it ("80 %" in French).
     static std::string percent(long long value);
 };
 

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "common/texts.h"
+
 namespace torvel {
 
 namespace {
@@ -81,11 +83,11 @@ int Appcast::compareVersions(std::string_view a, std::string_view b) {
 }
 
 std::optional<std::string> Appcast::unusable(const Item& item) {
-    if (versionParts(item.version).empty()) return "The update has no version";
-    if (item.url.empty()) return "The update has no download";
-    if (!item.length || *item.length == 0) return "The update has no size";
-    if (*item.length > largestPackage) return "The update is too large";
-    if (item.signature.empty()) return "The update isn’t signed";
+    if (versionParts(item.version).empty()) return tr("The update has no version");
+    if (item.url.empty()) return tr("The update has no download");
+    if (!item.length || *item.length == 0) return tr("The update has no size");
+    if (*item.length > largestPackage) return tr("The update is too large");
+    if (item.signature.empty()) return tr("The update isn’t signed");
     return std::nullopt;
 }
 
@@ -100,7 +102,7 @@ std::optional<Appcast::Item> Appcast::newest(std::span<const Item> items, std::s
 }
 
 Appcast::Outcome Appcast::decide(std::span<const Item> items, std::string_view running) {
-    if (items.empty()) return {.update = std::nullopt, .error = "The update feed lists no versions"};
+    if (items.empty()) return {.update = std::nullopt, .error = tr("The update feed lists no versions")};
     const bool anyUsable =
         std::any_of(items.begin(), items.end(), [](const Item& item) { return !unusable(item); });
     if (!anyUsable) return {.update = std::nullopt, .error = unusable(items.front())};
@@ -166,7 +168,7 @@ std::optional<std::string> UpdateVerification::packageVersionProblem(
         version.remove_prefix(colon + 1);
     if (const auto dash = version.rfind('-'); dash != std::string_view::npos)
         version = version.substr(0, dash);
-    if (versionParts(version).empty()) return "The downloaded package doesn’t say which version it is";
+    if (versionParts(version).empty()) return tr("The downloaded package doesn’t say which version it is");
     const auto fill = [&](std::string text) {
         text.replace(text.find("{package}"), 9, version);
         if (const auto at = text.find("{running}"); at != std::string::npos) text.replace(at, 9, running);
@@ -176,10 +178,10 @@ std::optional<std::string> UpdateVerification::packageVersionProblem(
     };
     if (Appcast::compareVersions(version, running) < 0)
         return fill(
-            "The downloaded package is version {package}, older than the running {running}, so it "
-            "wasn’t installed");
+            tr("The downloaded package is version {package}, older than the running {running}, so it "
+               "wasn’t installed"));
     if (Appcast::compareVersions(version, announced) != 0)
-        return fill("The downloaded package is version {package}, not the announced {announced}");
+        return fill(tr("The downloaded package is version {package}, not the announced {announced}"));
     return std::nullopt;
 }
 
@@ -187,12 +189,12 @@ std::optional<std::string> UpdateVerification::verify(std::span<const unsigned c
                                                       std::uint64_t expectedLength,
                                                       std::string_view signatureBase64,
                                                       const PublicKey& key) {
-    if (bytes.size() != expectedLength) return "The download isn’t the announced size";
-    if (sodium_init() < 0) return "The download couldn’t be checked";
+    if (bytes.size() != expectedLength) return tr("The download isn’t the announced size");
+    if (sodium_init() < 0) return tr("The download couldn’t be checked");
     const auto signature = decodeBase64(signatureBase64);
     if (!signature || signature->size() != crypto_sign_BYTES || key.size() != publicKeySize ||
         crypto_sign_verify_detached(signature->data(), bytes.data(), bytes.size(), key.data()) != 0) {
-        return "The download’s signature isn’t valid";
+        return tr("The download’s signature isn’t valid");
     }
     return std::nullopt;
 }

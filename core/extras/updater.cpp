@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "common/fmt.h"
+#include "common/texts.h"
 #include "extras/ini.h"
 #include "extras/login_item.h"
 
@@ -85,8 +86,8 @@ namespace {
 // The cases both texts share, in the order the first match wins; `shortText` differs only for a found update
 // and for a completed check.
 std::optional<std::string> sharedWords(const UpdaterState& updater) {
-    if (!updater.automatic) return "Checking is off";
-    if (updater.critical) return "This version should be replaced";
+    if (!updater.automatic) return tr("Checking is off");
+    if (updater.critical) return tr("This version should be replaced");
     return std::nullopt;
 }
 
@@ -98,22 +99,22 @@ std::string UpdateWords::status(const UpdaterState& updater) {
 
 std::string UpdateWords::status(const UpdaterState& updater, std::string_view localeId) {
     if (auto words = sharedWords(updater)) return *words;
-    if (updater.available) return "Version " + *updater.available + " is available";
-    if (updater.unreachable) return "Couldn’t check";
+    if (updater.available) return tr("Version %1 is available", {*updater.available});
+    if (updater.unreachable) return tr("Couldn’t check");
     if (updater.lastCheck) {
         // A date no calendar can place still tells the user a check happened.
         const auto date = mediumDate(*updater.lastCheck, localeId);
-        return date ? "Up to date, checked " + *date : std::string("Up to date");
+        return date ? tr("Up to date, checked %1", {*date}) : tr("Up to date");
     }
-    return "Not checked yet";
+    return tr("Not checked yet");
 }
 
 std::string UpdateWords::shortText(const UpdaterState& updater) {
     if (auto words = sharedWords(updater)) return *words;
-    if (updater.available) return *updater.available + " available";
-    if (updater.unreachable) return "Couldn’t check";
-    if (updater.lastCheck) return "Up to date";
-    return "Not checked yet";
+    if (updater.available) return tr("%1 available", {*updater.available});
+    if (updater.unreachable) return tr("Couldn’t check");
+    if (updater.lastCheck) return tr("Up to date");
+    return tr("Not checked yet");
 }
 
 }  // namespace torvel

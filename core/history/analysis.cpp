@@ -6,6 +6,7 @@
 #include <random>
 
 #include "common/fmt.h"
+#include "common/texts.h"
 
 namespace torvel {
 namespace {
@@ -55,16 +56,20 @@ HistoryAnalysis::Insight forecast(const HistoryAnalysis::DayReport& report,
         // With the health unknown after two weeks, remaining drops to zero or below and the single-day
         // wording stands: Torvel still has nothing to project from.
         const std::int64_t remaining = 14 - daysRecorded;
-        const std::string lead = remaining < 2 ? "One more day" : std::to_string(remaining) + " more days";
         return insight(
-            "sparkles", Tint::gold, "Health projection",
-            lead + " of readings before your wear can be projected. Torvel will not guess on your behalf.");
+            "sparkles", Tint::gold, tr("Health projection"),
+            trn("One more day of readings before your wear can be projected. Torvel will not guess on "
+                "your behalf.",
+                "%1 more days of readings before your wear can be projected. Torvel will not guess on "
+                "your behalf.",
+                std::max<std::int64_t>(remaining, 1), {std::to_string(remaining)}));
     }
     const double score = static_cast<double>(report.stress.score);
     const auto withHabits = truncated(std::max(*healthPercent - (score / 100.0 * 6.0 + 2.0), 0.0));
     const auto withoutLimit = truncated(std::max(*healthPercent - 8.0, 0.0));
-    return insight("sparkles", Tint::gold, "Projection: " + std::to_string(withHabits) + "% in 12 months",
-                   "With your current habits. With no charge limit: " + std::to_string(withoutLimit) + "%.");
+    return insight(
+        "sparkles", Tint::gold, tr("Projection: %1% in 12 months", {std::to_string(withHabits)}),
+        tr("With your current habits. With no charge limit: %1%.", {std::to_string(withoutLimit)}));
 }
 
 }  // namespace
@@ -122,34 +127,36 @@ HistoryAnalysis::DayReport HistoryAnalysis::report(std::vector<HistorySample> sa
 }
 
 std::string HistoryAnalysis::DayReport::headline() const {
-    if (samples.size() < 2) return "Not enough readings yet";
-    if (stress.atFullMinutes >= 30) return "Battery stayed at full charge";
-    if (isHot(*this)) return "A hot day for the battery";
-    return "An easy day for the battery";
+    if (samples.size() < 2) return tr("Not enough readings yet");
+    if (stress.atFullMinutes >= 30) return tr("Battery stayed at full charge");
+    if (isHot(*this)) return tr("A hot day for the battery");
+    return tr("An easy day for the battery");
 }
 
 std::string HistoryAnalysis::duration(std::int64_t minutes) {
-    if (minutes < 60) return std::to_string(minutes) + " min";
+    if (minutes < 60) return tr("%1 min", {std::to_string(minutes)});
     const std::int64_t hours = minutes / 60, rest = minutes % 60;
-    if (rest == 0) return std::to_string(hours) + "h";
-    return std::to_string(hours) + "h " + std::to_string(rest);
+    if (rest == 0) return tr("%1h", {std::to_string(hours)});
+    return tr("%1h %2", {std::to_string(hours), std::to_string(rest)});
 }
 
 std::string HistoryAnalysis::summaryLine(const DayReport& report) {
     if (report.samples.size() < 2) {
-        return "The history has only just started. Today's summary appears as soon as there are a few hours "
-               "of "
-               "readings.";
+        return tr(
+            "The history has only just started. Today's summary appears as soon as there are a few hours "
+            "of readings.");
     }
     const auto full = report.stress.atFullMinutes;
-    std::string line = full >= 30 ? "Worth watching" : isHot(report) ? "Hot day" : "Good day";
-    line += ": ";
-    line += full == 0 ? "0h spent at 100%" : duration(full) + " spent at 100%";
-    if (report.maxTemp) line += ", peak temperature " + Fmt::decimal(*report.maxTemp) + " °C";
-    line += ".";
+    const std::string verdict = full >= 30      ? tr("Worth watching")
+                                : isHot(report) ? tr("Hot day")
+                                                : tr("Good day");
+    const std::string spent = full == 0 ? tr("0h") : duration(full);
+    std::string line = report.maxTemp ? tr("%1: %2 spent at 100%, peak temperature %3 °C.",
+                                           {verdict, spent, Fmt::decimal(*report.maxTemp)})
+                                      : tr("%1: %2 spent at 100%.", {verdict, spent});
     if (report.cappedMinutes > 5) {
-        line += Fmt::locale().starts_with("ja") ? "" : " ";
-        line += "Torvel held the charge at your limit for " + duration(report.cappedMinutes) + ".";
+        line += Fmt::separator();
+        line += tr("Torvel held the charge at your limit for %1.", {duration(report.cappedMinutes)});
     }
     return line;
 }
@@ -161,52 +168,64 @@ std::vector<HistoryAnalysis::Insight> HistoryAnalysis::insights(const DayReport&
                                                                 std::int64_t daysRecorded) {
     if (report.samples.size() < 2) {
         return {insight(
-            "clock.arrow.circlepath", Tint::text2, "The history has only just started",
-            "Torvel records the state of the battery continuously. The journal fills up within the first "
-            "few hours. Come back a little later.")};
+            "clock.arrow.circlepath", Tint::text2, tr("The history has only just started"),
+            tr("Torvel records the state of the battery continuously. The journal fills up within the first "
+               "few hours. Come back a little later."))};
     }
     std::vector<Insight> list;
     const auto full = report.stress.atFullMinutes;
     if (full == 0) {
         const auto stops = report.chargeStops;
-        const std::string first = stops == 0   ? "The battery never reached 100%."
-                                  : stops == 1 ? "Charging stopped at " + std::to_string(limit) + "% once."
-                                               : "Charging stopped at " + std::to_string(limit) + "% " +
-                                                     std::to_string(stops) + " times.";
-        list.push_back(insight("checkmark.circle.fill", Tint::mint, "No time spent at 100%",
-                               first + " That is the number one wear factor, and today it is at zero."));
+        const std::string body =
+            stops == 0
+                ? tr("The battery never reached 100%. That is the number one wear factor, and today it is at "
+                     "zero.")
+                : trn("Charging stopped at %1% once. That is the number one wear factor, and today it is at "
+                      "zero.",
+                      "Charging stopped at %1% %2 times. That is the number one wear factor, and today it is "
+                      "at zero.",
+                      stops, {std::to_string(limit), std::to_string(stops)});
+        list.push_back(insight("checkmark.circle.fill", Tint::mint, tr("No time spent at 100%"), body));
     } else {
-        list.push_back(insight("exclamationmark.triangle.fill", Tint::gold, duration(full) + " at 100%",
-                               "Sitting at full charge is what damages a lithium battery most. A limit at " +
-                                   std::to_string(std::min(limit, 80)) +
-                                   "% would remove that time entirely."));
+        list.push_back(
+            insight("exclamationmark.triangle.fill", Tint::gold, tr("%1 at 100%", {duration(full)}),
+                    tr("Sitting at full charge is what damages a lithium battery most. A limit at %1% "
+                       "would remove that time entirely.",
+                       {std::to_string(std::min(limit, 80))})));
     }
     if (report.maxTemp) {
-        std::string title = "Peak of " + Fmt::decimal(*report.maxTemp) + " °C";
-        if (report.maxTempDate) {
-            if (auto time = Dates::shortTime(*report.maxTempDate, Fmt::locale())) title += " around " + *time;
-        }
-        const std::string threshold = std::to_string(thermalLimit) + " °C threshold";
+        const std::string peak = Fmt::decimal(*report.maxTemp);
+        const auto time =
+            report.maxTempDate ? Dates::shortTime(*report.maxTempDate, Fmt::locale()) : std::nullopt;
+        std::string title = time ? tr("Peak of %1 °C around %2", {peak, *time}) : tr("Peak of %1 °C", {peak});
+        const std::string threshold = std::to_string(thermalLimit);
         if (*report.maxTemp < static_cast<double>(thermalLimit)) {
-            list.push_back(
-                insight("thermometer.medium", Tint::text2, std::move(title),
-                        "Well below the " + threshold + ": overheat protection had nothing to do."));
+            list.push_back(insight(
+                "thermometer.medium", Tint::text2, std::move(title),
+                tr("Well below the %1 °C threshold: overheat protection had nothing to do.", {threshold})));
         } else {
             list.push_back(insight(
                 "thermometer.medium", Tint::ember, std::move(title),
-                "Above the " + threshold + ": overheat protection paused charging until it came back down."));
+                tr("Above the %1 °C threshold: overheat protection paused charging until it came back down.",
+                   {threshold})));
         }
     }
     if (report.cyclesUsed > 0.05) {
-        std::string body = report.cyclesUsed >= 0.6 ? "A busy day for the battery." : "No measurable impact.";
-        if (cycleCount) body += " " + std::to_string(*cycleCount) + " cycles in total.";
+        std::string body =
+            report.cyclesUsed >= 0.6 ? tr("A busy day for the battery.") : tr("No measurable impact.");
+        if (cycleCount) {
+            body += Fmt::separator();
+            body +=
+                trn("%1 cycle in total.", "%1 cycles in total.", *cycleCount, {std::to_string(*cycleCount)});
+        }
         list.push_back(insight("arrow.triangle.2.circlepath", Tint::text2,
-                               Fmt::decimal(report.cyclesUsed) + " cycle used", std::move(body)));
+                               tr("%1 cycle used", {Fmt::decimal(report.cyclesUsed)}), std::move(body)));
     }
     if (report.cappedMinutes > 5) {
-        list.push_back(insight(
-            "leaf.fill", Tint::mint, duration(report.cappedMinutes) + " under your limit",
-            "Time Torvel held the charge below " + std::to_string(limit) + "% instead of letting it climb."));
+        list.push_back(insight("leaf.fill", Tint::mint,
+                               tr("%1 under your limit", {duration(report.cappedMinutes)}),
+                               tr("Time Torvel held the charge below %1% instead of letting it climb.",
+                                  {std::to_string(limit)})));
     }
     list.push_back(forecast(report, healthPercent, daysRecorded));
     return list;

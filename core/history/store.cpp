@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "common/syscalls.h"
+#include "common/texts.h"
 #include "history/journal_parser.h"
 
 namespace torvel {
@@ -137,10 +138,10 @@ HistoryStore::Summary HistoryStore::summary() const {
 }
 
 const std::array<RetentionChoice, 4> RetentionChoice::options = {{
-    {30, "30 days"},
-    {90, "3 months"},
-    {365, "1 year"},
-    {1095, "3 years"},
+    {30, trNoop("30 days")},
+    {90, trNoop("3 months")},
+    {365, trNoop("1 year")},
+    {1095, trNoop("3 years")},
 }};
 
 RetentionChoice RetentionChoice::nearest(std::int64_t days) {
@@ -148,7 +149,7 @@ RetentionChoice RetentionChoice::nearest(std::int64_t days) {
 }
 
 RetentionChoice RetentionChoice::nearest(std::int64_t days, std::span<const RetentionChoice> choices) {
-    if (choices.empty()) return {365, "1 year"};
+    if (choices.empty()) return {365, trNoop("1 year")};
     const auto distance = [days](const RetentionChoice& choice) {
         // In double, so that a hand-written extreme cannot overflow the subtraction.
         return std::fabs(static_cast<double>(choice.days) - static_cast<double>(days));

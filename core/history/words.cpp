@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "common/fmt.h"
+#include "common/texts.h"
 
 namespace torvel {
 namespace {
@@ -32,8 +33,8 @@ std::string joined(const std::vector<std::string>& parts, const std::string& sep
 std::string DayWords::protectedTotal(double seconds) {
     const std::int64_t hours = wholeUnits(seconds / 3600.0);
     const std::int64_t minutes = wholeUnits((seconds - static_cast<double>(hours) * 3600.0) / 60.0);
-    if (hours > 47) return std::to_string(hours / 24) + "d " + std::to_string(hours % 24) + "h";
-    return std::to_string(hours) + "h " + std::to_string(minutes) + " min";
+    if (hours > 47) return tr("%1d %2h", {std::to_string(hours / 24), std::to_string(hours % 24)});
+    return tr("%1h %2 min", {std::to_string(hours), std::to_string(minutes)});
 }
 
 std::string DayWords::narrative(const HistoryAnalysis::DayReport& report, Instant date,
@@ -41,52 +42,60 @@ std::string DayWords::narrative(const HistoryAnalysis::DayReport& report, Instan
     const std::string terminator = Fmt::terminator();
     std::vector<std::string> sentences{HistoryModel::dayTitle(date) + terminator};
     if (report.samples.size() < 2) {
-        sentences.push_back("Waiting for readings" + terminator);
+        sentences.push_back(tr("Waiting for readings") + terminator);
     } else {
         const auto full = report.stress.atFullMinutes;
-        const std::string phrase = full == 0 ? "Never at 100%" : HistoryAnalysis::duration(full) + " at 100%";
-        // The sentence with a peak ends on a plain full stop in every language: its closing text is one
-        // localisation key that carries its own punctuation.
-        sentences.push_back(report.maxTemp ? phrase + ", peak at " + Fmt::decimal(*report.maxTemp) + " °C."
-                                           : phrase + terminator);
+        const std::string duration = HistoryAnalysis::duration(full);
+        // The sentence with a peak carries its own full stop; the one without takes the locale's.
+        if (report.maxTemp) {
+            const std::string peak = Fmt::decimal(*report.maxTemp);
+            sentences.push_back(full == 0 ? tr("Never at 100%, peak at %1 °C.", {peak})
+                                          : tr("%1 at 100%, peak at %2 °C.", {duration, peak}));
+        } else {
+            sentences.push_back((full == 0 ? tr("Never at 100%") : tr("%1 at 100%", {duration})) +
+                                terminator);
+        }
         if (report.cappedMinutes >= 6) {
-            sentences.push_back("Torvel held your limit for " +
-                                HistoryAnalysis::duration(report.cappedMinutes) + ".");
+            sentences.push_back(
+                tr("Torvel held your limit for %1.", {HistoryAnalysis::duration(report.cappedMinutes)}));
         }
     }
     if (protectedSeconds && *protectedSeconds >= 3600) {
-        sentences.push_back("In all, it has protected your battery for " + protectedTotal(*protectedSeconds) +
-                            ".");
+        sentences.push_back(
+            tr("In all, it has protected your battery for %1.", {protectedTotal(*protectedSeconds)}));
     }
     return joined(sentences, Fmt::separator());
 }
 
 std::string RangeWords::headline(const HistoryAnalysis::DayReport& report, HistoryModel::Range range) {
     struct Wording {
-        const char* tooFull;
-        const char* hot;
-        const char* calm;
+        std::string_view tooFull;
+        std::string_view hot;
+        std::string_view calm;
     };
-    static constexpr Wording week{"A week too often at full charge", "A hot week for the battery",
-                                  "A calm week for the battery"};
-    static constexpr Wording month{"A month too often at full charge", "A hot month for the battery",
-                                   "A calm month for the battery"};
-    static constexpr Wording year{"A year too often at full charge", "A hot year for the battery",
-                                  "A calm year for the battery"};
+    static constexpr Wording week{trNoop("A week too often at full charge"),
+                                  trNoop("A hot week for the battery"),
+                                  trNoop("A calm week for the battery")};
+    static constexpr Wording month{trNoop("A month too often at full charge"),
+                                   trNoop("A hot month for the battery"),
+                                   trNoop("A calm month for the battery")};
+    static constexpr Wording year{trNoop("A year too often at full charge"),
+                                  trNoop("A hot year for the battery"),
+                                  trNoop("A calm year for the battery")};
     const Wording& words = range == HistoryModel::Range::year    ? year
                            : range == HistoryModel::Range::month ? month
                                                                  : week;
-    if (report.samples.size() < 2) return "Not enough readings yet";
-    if (report.stress.atFullMinutes >= 30) return words.tooFull;
-    if (report.maxTemp && *report.maxTemp >= static_cast<double>(report.thermalLimit)) return words.hot;
-    return words.calm;
+    if (report.samples.size() < 2) return tr("Not enough readings yet");
+    if (report.stress.atFullMinutes >= 30) return tr(words.tooFull);
+    if (report.maxTemp && *report.maxTemp >= static_cast<double>(report.thermalLimit)) return tr(words.hot);
+    return tr(words.calm);
 }
 
 std::string JournalCaption::text(const HistoryAnalysis::DayReport& report) {
-    if (report.samples.size() < 2) return "Waiting for readings";
-    std::string caption = HistoryAnalysis::duration(report.stress.atFullMinutes) + " at 100%";
-    if (report.maxTemp) caption += " · peak " + Fmt::decimal(*report.maxTemp) + " °C";
-    return caption;
+    if (report.samples.size() < 2) return tr("Waiting for readings");
+    const std::string duration = HistoryAnalysis::duration(report.stress.atFullMinutes);
+    if (report.maxTemp) return tr("%1 at 100% · peak %2 °C", {duration, Fmt::decimal(*report.maxTemp)});
+    return tr("%1 at 100%", {duration});
 }
 
 }  // namespace torvel

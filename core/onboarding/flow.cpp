@@ -3,14 +3,16 @@
 #include <algorithm>
 #include <variant>
 
+#include "common/texts.h"
+
 namespace torvel {
 
 using Kind = OnboardingFlow::Step::Kind;
 
 const std::array<OnboardingFlow::Profile, 3> OnboardingFlow::profiles{{
-    {0, "powerplug.fill", "Always plugged in", "A desk Mac.", 70, 20, true},
-    {1, "laptopcomputer", "A bit of both", "Plugged in most days.", 80, 20, true},
-    {2, "bag.fill", "Often unplugged", "You need the range.", 90, 20, false},
+    {0, "powerplug.fill", trNoop("Always plugged in"), trNoop("A desk Mac."), 70, 20, true},
+    {1, "laptopcomputer", trNoop("A bit of both"), trNoop("Plugged in most days."), 80, 20, true},
+    {2, "bag.fill", trNoop("Often unplugged"), trNoop("You need the range."), 90, 20, false},
 }};
 
 bool OnboardingFlow::Step::operator==(const Step& other) const {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <charconv>
 
+#include "common/texts.h"
+
 namespace torvel {
 namespace {
 
@@ -104,21 +106,22 @@ std::optional<std::string> migrationCommand(const std::optional<std::string>& un
 std::string explainRegistrationError(long code, std::string_view description) {
     switch (code) {
         case 1:
-            return "macOS wouldn’t let Torvel install its helper. Torvel has to be in your Applications "
-                   "folder — "
-                   "and if you’ve just replaced it with a new version, quit Torvel, reopen it, and try once "
-                   "more.";
+            return tr(
+                "macOS wouldn’t let Torvel install its helper. Torvel has to be in your Applications folder "
+                "— "
+                "and if you’ve just replaced it with a new version, quit Torvel, reopen it, and try once "
+                "more.");
         case 2:
-            return "Part of Torvel is missing. Download it again and try once more.";
+            return tr("Part of Torvel is missing. Download it again and try once more.");
         default:
             return std::string(description);
     }
 }
 
-std::string_view legacyServicePresentText() {
-    return "An earlier version of the charge service was installed by hand and is still running. It has to "
-           "be "
-           "removed before Torvel can install its own.";
+std::string legacyServicePresentText() {
+    return tr(
+        "An earlier version of the charge service was installed by hand and is still running. It has to be "
+        "removed before Torvel can install its own.");
 }
 
 std::optional<std::string> unitExecutable(std::string_view unitText) {

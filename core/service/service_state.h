@@ -95,7 +95,7 @@ std::optional<std::string> migrationCommand(const std::optional<std::string>& un
 std::string explainRegistrationError(long code, std::string_view description);
 
 // The refusal install() gives while a hand-installed service is still in place.
-std::string_view legacyServicePresentText();
+std::string legacyServicePresentText();
 
 // What one reconciliation with the registration should set in motion. Each repair is tried at most once a
 // run; afterwards the state stays visible for the pages to explain.

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "common/json.h"
+#include "common/texts.h"
 
 namespace torvel {
 namespace {
@@ -13,10 +14,6 @@ std::string boundText(double value) {
     char text[32];
     const auto end = std::to_chars(text, text + sizeof text, value).ptr;
     return std::string(text, end);
-}
-
-std::string mustBe(std::string_view key, std::string_view what) {
-    return "The setting " + std::string(key) + " must be " + std::string(what) + ".";
 }
 
 std::optional<std::string> take(const BooleanSetting& setting, SettingValue value, Settings& settings) {
@@ -62,20 +59,23 @@ const SettingRule* findSettingRule(std::string_view key) {
 
 std::string settingRefusal(const SettingRule& rule) {
     struct Words {
-        std::string operator()(const BooleanSetting& s) const { return mustBe(s.key, "true or false"); }
+        std::string operator()(const BooleanSetting& s) const {
+            return tr("The setting %1 must be true or false.", {s.key});
+        }
         std::string operator()(const IntegerSetting& s) const {
-            return mustBe(s.key,
-                          "a whole number from " + std::to_string(s.low) + " to " + std::to_string(s.high));
+            return tr("The setting %1 must be a whole number from %2 to %3.",
+                      {s.key, std::to_string(s.low), std::to_string(s.high)});
         }
         std::string operator()(const DecimalSetting& s) const {
-            return mustBe(s.key, "a number from " + boundText(s.low) + " to " + boundText(s.high));
+            return tr("The setting %1 must be a number from %2 to %3.",
+                      {s.key, boundText(s.low), boundText(s.high)});
         }
     };
     return std::visit(Words{}, rule);
 }
 
 std::string resetProtectedRefusal() {
-    return mustBe(resetProtectedKey, "true or false");
+    return tr("The setting %1 must be true or false.", {resetProtectedKey});
 }
 
 std::optional<std::string> takeSetting(const SettingRule& rule, SettingValue value, Settings& settings) {
@@ -92,8 +92,8 @@ SettingsUpdate SettingsUpdate::read(std::string_view message) {
     if (!object) {
         update.unreadable_ = true;
         // Only a failure is parsed a second time, to say which way the message is wrong.
-        update.refusal_ = json::parseObject(message) ? "The settings repeat a key or nest too deeply."
-                                                     : "The settings are not a JSON object.";
+        update.refusal_ = json::parseObject(message) ? tr("The settings repeat a key or nest too deeply.")
+                                                     : tr("The settings are not a JSON object.");
         return update;
     }
     const auto refuse = [&](std::string text) {

@@ -3,15 +3,16 @@
 #include <algorithm>
 
 #include "common/fmt.h"
+#include "common/texts.h"
 #include "extras/updater.h"
 
 namespace torvel {
 
 std::optional<std::string> CalibrationView::blocked(const ChargeSettingsState& state) {
-    if (!state.canReachService()) return "The charge service isn’t reachable, so a sweep can’t start.";
+    if (!state.canReachService()) return tr("The charge service isn’t reachable, so a sweep can’t start.");
     // The run-down has to happen in one go on the charger, which only a forced discharge can do.
     if (!state.status.published.dischargeSupported) {
-        return "This machine can’t run its battery down while plugged in, which a sweep needs.";
+        return tr("This machine can’t run its battery down while plugged in, which a sweep needs.");
     }
     return std::nullopt;
 }
@@ -45,7 +46,7 @@ std::optional<double> CalibrationView::progress(const CalibrationStatus& cal, st
 CalibrationView::RunLine CalibrationView::line(const CalibrationStatus::Run& run) {
     RunLine line;
     line.date = UpdateWords::mediumDate(run.at, Fmt::locale()).value_or("");
-    if (run.afterRaw) line.capacity = std::to_string(*run.afterRaw) + " mAh";
+    if (run.afterRaw) line.capacity = tr("%1 mAh", {std::to_string(*run.afterRaw)});
     if (const auto pct = run.pct(run.afterRaw)) line.share = Fmt::percent(*pct);
     return line;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "common/fmt.h"
+#include "common/texts.h"
 
 namespace torvel {
 
@@ -28,29 +29,29 @@ Checkup::Checkup(const ChargeSettingsState& settings, ServiceState serviceState,
 namespace {
 
 Checkup::Reading serviceReading(bool writeError, ServiceState state, bool systemLocked) {
-    if (writeError) return {Piece::service, Level::broken, "Can’t write"};
+    if (writeError) return {Piece::service, Level::broken, tr("Can’t write")};
     switch (state) {
         case ServiceState::notInstalled:
             // With no limit possible on this release, a missing service is not the user's to fix.
-            return {Piece::service, systemLocked ? Level::off : Level::todo, "Not installed"};
+            return {Piece::service, systemLocked ? Level::off : Level::todo, tr("Not installed")};
         case ServiceState::awaitingApproval:
-            return {Piece::service, Level::todo, "To allow"};
+            return {Piece::service, Level::todo, tr("To allow")};
         case ServiceState::needsMigration:
-            return {Piece::service, Level::todo, "To update"};
+            return {Piece::service, Level::todo, tr("To update")};
         case ServiceState::elsewhereInApplications:
-            return {Piece::service, Level::off, "Taking it back"};
+            return {Piece::service, Level::off, tr("Taking it back")};
         case ServiceState::elsewhere:
-            return {Piece::service, Level::todo, "To move"};
+            return {Piece::service, Level::todo, tr("To move")};
         case ServiceState::outdated:
-            return {Piece::service, Level::todo, "To update"};
+            return {Piece::service, Level::todo, tr("To update")};
         case ServiceState::stale:
-            return {Piece::service, Level::broken, "Stopped"};
+            return {Piece::service, Level::broken, tr("Stopped")};
         case ServiceState::unknown:
-            return {Piece::service, Level::off, "Starting"};
+            return {Piece::service, Level::off, tr("Starting")};
         case ServiceState::running:
-            return {Piece::service, Level::ok, "Running"};
+            return {Piece::service, Level::ok, tr("Running")};
     }
-    return {Piece::service, Level::ok, "Running"};
+    return {Piece::service, Level::ok, tr("Running")};
 }
 
 }  // namespace
@@ -60,39 +61,40 @@ Checkup::Reading Checkup::reading(Piece piece) const {
         case Piece::service:
             return serviceReading(writeError_, serviceState_, systemLocked_);
         case Piece::verified:
-            if (systemLocked_) return {piece, Level::todo, "Not yet"};
-            if (!gateVerified_) return {piece, Level::off, "Not yet"};
-            return *gateVerified_ ? Reading{piece, Level::ok, "Verified"}
-                                  : Reading{piece, Level::broken, "Not working"};
+            if (systemLocked_) return {piece, Level::todo, tr("Not yet")};
+            if (!gateVerified_) return {piece, Level::off, tr("Not yet")};
+            return *gateVerified_ ? Reading{piece, Level::ok, tr("Verified")}
+                                  : Reading{piece, Level::broken, tr("Not working")};
         case Piece::control:
-            if (chargeError_) return {piece, Level::broken, "Refused"};
+            if (chargeError_) return {piece, Level::broken, tr("Refused")};
             if (otherWriter_) {
                 switch (*otherWriter_) {
                     case OtherWriter::Program::upower:
-                        return {piece, Level::todo, "UPower too"};
+                        return {piece, Level::todo, tr("UPower too")};
                     case OtherWriter::Program::tlp:
-                        return {piece, Level::todo, "TLP too"};
+                        return {piece, Level::todo, tr("TLP too")};
                     case OtherWriter::Program::kde:
-                        return {piece, Level::todo, "KDE too"};
+                        return {piece, Level::todo, tr("KDE too")};
                     case OtherWriter::Program::unknown:
-                        return {piece, Level::todo, "Contested"};
+                        return {piece, Level::todo, tr("Contested")};
                 }
             }
             if (nativeLimit_) return {piece, Level::ok, Fmt::percent(*nativeLimit_)};
-            return {piece, Level::ok, "As asked"};
+            return {piece, Level::ok, tr("As asked")};
         case Piece::login:
-            if (login_ == LoginItem::Status::requiresApproval) return {piece, Level::todo, "To allow"};
-            if (login_ == LoginItem::Status::enabled) return {piece, Level::ok, "On"};
-            return {piece, Level::off, "Off"};
+            if (login_ == LoginItem::Status::requiresApproval) return {piece, Level::todo, tr("To allow")};
+            if (login_ == LoginItem::Status::enabled) return {piece, Level::ok, tr("On")};
+            return {piece, Level::off, tr("Off")};
         case Piece::led:
-            if (!led_ || !ledSupported_) return {piece, Level::off, "By macOS"};
-            return {piece, Level::ok, "Driven"};
+            if (!led_ || !ledSupported_) return {piece, Level::off, tr("By macOS")};
+            return {piece, Level::ok, tr("Driven")};
         case Piece::history:
-            return history_ ? Reading{piece, Level::ok, "Recording"} : Reading{piece, Level::off, "Off"};
+            return history_ ? Reading{piece, Level::ok, tr("Recording")}
+                            : Reading{piece, Level::off, tr("Off")};
         case Piece::updates:
-            if (updates_.critical || updates_.available) return {piece, Level::todo, "Available"};
-            if (updates_.automatic) return {piece, Level::ok, "Up to date"};
-            return {piece, Level::off, "Off"};
+            if (updates_.critical || updates_.available) return {piece, Level::todo, tr("Available")};
+            if (updates_.automatic) return {piece, Level::ok, tr("Up to date")};
+            return {piece, Level::off, tr("Off")};
     }
     return {piece, Level::ok, ""};
 }
@@ -127,16 +129,15 @@ std::string Checkup::summary() const {
     switch (level()) {
         case Level::ok:
         case Level::off:
-            return "All set";
+            return tr("All set");
         case Level::todo: {
             const int count = todoCount();
-            if (count == 1) return "One thing to do";
-            return Spelled::count(count, true) + " things to do";
+            return trn("One thing to do", "%1 things to do", count, {Spelled::count(count, true)});
         }
         case Level::broken:
-            return "Something’s wrong";
+            return tr("Something’s wrong");
     }
-    return "All set";
+    return tr("All set");
 }
 
 std::optional<Checkup::Fix> Checkup::fix() const {
@@ -144,40 +145,40 @@ std::optional<Checkup::Fix> Checkup::fix() const {
     if (!problem) return std::nullopt;
     switch (*problem) {
         case Piece::updates:
-            return Fix{"Update Torvel", Fix::Action::checkForUpdates};
+            return Fix{tr("Update Torvel"), Fix::Action::checkForUpdates};
         case Piece::login:
-            return Fix{"Open Login Items", Fix::Action::openLoginItems};
+            return Fix{tr("Open Login Items"), Fix::Action::openLoginItems};
         case Piece::service:
             // With a write error standing, approving or installing would not help: the report explains it.
             if (!writeError_ && serviceState_ == ServiceState::awaitingApproval) {
-                return Fix{"Open Login Items", Fix::Action::approveService};
+                return Fix{tr("Open Login Items"), Fix::Action::approveService};
             }
             if (!writeError_ && serviceState_ == ServiceState::notInstalled) {
-                return Fix{"Install the service", Fix::Action::installService};
+                return Fix{tr("Install the service"), Fix::Action::installService};
             }
             break;
         default:
             break;
     }
-    return Fix{"See what to do", Fix::Action::openMac};
+    return Fix{tr("See what to do"), Fix::Action::openMac};
 }
 
-std::string_view Checkup::title(Piece piece) {
+std::string Checkup::title(Piece piece) {
     switch (piece) {
         case Piece::service:
-            return "Charge service";
+            return tr("Charge service");
         case Piece::verified:
-            return "Limit verified";
+            return tr("Limit verified");
         case Piece::control:
-            return "Charge control";
+            return tr("Charge control");
         case Piece::login:
-            return "Startup";
+            return tr("Startup");
         case Piece::led:
-            return "MagSafe light";
+            return tr("MagSafe light");
         case Piece::history:
-            return "History";
+            return tr("History");
         case Piece::updates:
-            return "Updates";
+            return tr("Updates");
     }
     return {};
 }

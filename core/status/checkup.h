@@ -60,7 +60,7 @@ class Checkup {
     std::optional<Fix> fix() const;
 
     // The row titles of the Mac page.
-    static std::string_view title(Piece piece);
+    static std::string title(Piece piece);
 
   private:
     bool writeError_;

@@ -3,7 +3,9 @@
 #include <cctype>
 
 #include "battery/probe.h"
+#include "common/fmt.h"
 #include "common/text.h"
+#include "common/texts.h"
 #include "extras/ini.h"
 #include "service/log_tail.h"
 
@@ -13,29 +15,28 @@ namespace {
 // The same three notes as the log tail, so the report reads alike wherever a file is missing.
 std::string unreadableNote(const std::error_code& error, std::string_view missing) {
     if (error == std::errc::no_such_file_or_directory) return std::string(missing);
-    if (error == std::errc::permission_denied) return "(unreadable: permission denied)";
-    return "(unreadable)";
+    if (error == std::errc::permission_denied) return tr("(unreadable: permission denied)");
+    return tr("(unreadable)");
 }
 
 std::string yesNo(bool value) {
-    return value ? "yes" : "no";
+    return value ? tr("yes") : tr("no");
 }
 
 }  // namespace
 
 std::string Diagnostics::versionLine(std::string_view appVersion, std::string_view build,
                                      bool signedForRelease) {
-    std::string line = "Torvel " + std::string(appVersion) + " (" + std::string(build) + ")";
-    if (!signedForRelease) line += " · ad-hoc signature, local build";
-    return line;
+    if (signedForRelease) return tr("Torvel %1 (%2)", {appVersion, build});
+    return tr("Torvel %1 (%2) · ad-hoc signature, local build", {appVersion, build});
 }
 
 std::string Diagnostics::fileBlock(const FileContents& contents) {
     if (const auto* error = std::get_if<std::error_code>(&contents))
-        return unreadableNote(*error, "(no file)");
+        return unreadableNote(*error, tr("(no file)"));
     const std::string text = repairUtf8(std::get<std::string>(contents));
     const std::string_view body = trimmed(text);
-    return body.empty() ? std::string("(empty)") : std::string(body);
+    return body.empty() ? tr("(empty)") : std::string(body);
 }
 
 std::string Diagnostics::byteCount(std::int64_t bytes) {
@@ -44,20 +45,20 @@ std::string Diagnostics::byteCount(std::int64_t bytes) {
 
 std::string Diagnostics::systemName(const FileContents& osRelease) {
     if (const auto* error = std::get_if<std::error_code>(&osRelease)) {
-        return unreadableNote(*error, "(no os-release)");
+        return unreadableNote(*error, tr("(no os-release)"));
     }
     // os-release is shell-style KEY=value lines with no groups, which reads as one unnamed INI group.
     const auto pretty = IniFile::parse(std::get<std::string>(osRelease)).value("", "PRETTY_NAME");
-    if (!pretty || pretty->empty()) return "(no PRETTY_NAME)";
+    if (!pretty || pretty->empty()) return tr("(no PRETTY_NAME)");
     return repairUtf8(*pretty);
 }
 
 std::string Diagnostics::machineModel(const FileContents& productName, const FileContents& productVersion) {
     if (const auto* error = std::get_if<std::error_code>(&productName)) {
-        return unreadableNote(*error, "(no model name)");
+        return unreadableNote(*error, tr("(no model name)"));
     }
     std::string model(trimmed(repairUtf8(std::get<std::string>(productName))));
-    if (model.empty()) model = "(no model name)";
+    if (model.empty()) model = tr("(no model name)");
     if (const auto* version = std::get_if<std::string>(&productVersion)) {
         const std::string repaired = repairUtf8(*version);
         const std::string_view v = trimmed(repaired);
@@ -80,40 +81,54 @@ std::string Diagnostics::report(const ChargeSettingsState& settings, const Diagn
     };
     line(versionLine(facts.appVersion, facts.build, facts.signedForRelease));
     line(facts.system + " · " + facts.model);
-    line("Service installed: " + yesNo(settings.daemonInstalled) +
-         (settings.serviceNeedsApproval ? " (awaiting approval)" : ""));
-    line("Charge mechanism: " + status.chargeMode.value_or("unknown"));
+    line(settings.serviceNeedsApproval
+             ? tr("Service installed: %1 (awaiting approval)", {yesNo(settings.daemonInstalled)})
+             : tr("Service installed: %1", {yesNo(settings.daemonInstalled)}));
+    line(tr("Charge mechanism: %1", {status.chargeMode ? *status.chargeMode : tr("unknown")}));
+    // The raw words of the service (status, mode, behaviour, errors) stay as it wrote them: they are what a
+    // reader of the report searches the code for.
     for (const auto& battery : status.batteries) {
-        std::string text = "Battery " + battery.name + ": " +
-                           (battery.pct ? std::to_string(*battery.pct) + "%" : "charge unknown") + ", " +
-                           battery.status.value_or("no status") + ", " + battery.mode.value_or("not held");
-        if (battery.endThreshold)
-            text += ", thresholds " + std::to_string(battery.startThreshold.value_or(0)) + "-" +
-                    std::to_string(*battery.endThreshold);
-        if (battery.behaviour) text += ", behaviour " + *battery.behaviour;
-        if (battery.error) text += ", last write failed: " + *battery.error;
+        std::string text = tr("Battery %1: %2, %3, %4",
+                              {battery.name, battery.pct ? Fmt::percent(*battery.pct) : tr("charge unknown"),
+                               battery.status ? *battery.status : tr("no status"),
+                               battery.mode ? *battery.mode : tr("not held")});
+        if (battery.endThreshold) {
+            text += tr(", thresholds %1-%2", {std::to_string(battery.startThreshold.value_or(0)),
+                                              std::to_string(*battery.endThreshold)});
+        }
+        if (battery.behaviour) text += tr(", behaviour %1", {*battery.behaviour});
+        if (battery.error) text += tr(", last write failed: %1", {*battery.error});
         line(text);
     }
-    if (status.chargeError) line("Charge control failed: " + *status.chargeError);
-    if (status.nativeLimit) line("Held instead of the limit: " + std::to_string(*status.nativeLimit) + "%");
+    if (status.chargeError) line(tr("Charge control failed: %1", {*status.chargeError}));
+    if (status.nativeLimit) line(tr("Held instead of the limit: %1", {Fmt::percent(*status.nativeLimit)}));
     if (const auto& other = status.otherWriter) {
-        line("Other program writing the controls: " + std::string(word(other->program)) +
-             (other->file ? " (" + *other->file + ")" : "") +
-             (other->yielded ? ", Torvel has given way" : ", Torvel still holds"));
+        const std::string program(word(other->program));
+        if (other->file) {
+            line(other->yielded ? tr("Other program writing the controls: %1 (%2), Torvel has given way",
+                                     {program, *other->file})
+                                : tr("Other program writing the controls: %1 (%2), Torvel still holds",
+                                     {program, *other->file}));
+        } else {
+            line(other->yielded
+                     ? tr("Other program writing the controls: %1, Torvel has given way", {program})
+                     : tr("Other program writing the controls: %1, Torvel still holds", {program}));
+        }
     }
-    line(std::string("Limit verified: ") + (!status.gateVerified   ? "not checked yet"
-                                            : *status.gateVerified ? "yes"
-                                                                   : "NO, charging continues"));
-    line("Published state: " + std::string(settings.status.stateWord()));
-    line(std::string("MagSafe light: ") + (status.ledSupported ? "supported" : "not supported"));
-    line(std::string("Forced discharge: ") + (!status.dischargeSupported ? "not supported"
-                                              : status.dischargeFailed
-                                                  ? "supported, but the cut does not hold — holding instead"
-                                                  : "supported"));
-    line("History: " + std::to_string(facts.history.days) + " day(s), " + byteCount(facts.history.bytes));
+    line(tr("Limit verified: %1", {!status.gateVerified   ? tr("not checked yet")
+                                   : *status.gateVerified ? tr("yes")
+                                                          : tr("NO, charging continues")}));
+    line(tr("Published state: %1", {settings.status.stateWord()}));
+    line(tr("MagSafe light: %1", {status.ledSupported ? tr("supported") : tr("not supported")}));
+    line(tr("Forced discharge: %1",
+            {!status.dischargeSupported ? tr("not supported")
+             : status.dischargeFailed   ? tr("supported, but the cut does not hold — holding instead")
+                                        : tr("supported")}));
+    line(trn("History: %1 day, %2", "History: %1 days, %2", facts.history.days,
+             {std::to_string(facts.history.days), byteCount(facts.history.bytes)}));
     out += "\n\nconfig.json\n" + fileBlock(facts.config);
     out += "\n\nstatus.json\n" + fileBlock(facts.status);
-    out += "\n\ndaemon.log (last 50 lines)\n" + facts.logTail;
+    out += "\n\n" + tr("daemon.log (last 50 lines)") + "\n" + facts.logTail;
     return out;
 }
 

@@ -1,5 +1,7 @@
 #include "status/notifier.h"
 
+#include "common/texts.h"
+
 namespace torvel {
 
 Notifier::Notifier(DefaultsStore& defaults, NoticePoster poster, SystemLock lock)
@@ -26,10 +28,9 @@ void Notifier::limitState(std::optional<bool> working) {
         return;
     }
     if (defaults_.boolean(limitKey)) return;
-    post("Torvel isn’t holding the charge",
-         "The charge limit is set, but this Mac keeps charging anyway. Your battery isn’t being protected "
-         "right "
-         "now. Open Torvel to see what it found.",
+    post(tr("Torvel isn’t holding the charge"),
+         tr("The charge limit is set, but this Mac keeps charging anyway. Your battery isn’t being protected "
+            "right now. Open Torvel to see what it found."),
          limitKey);
 }
 
@@ -41,11 +42,11 @@ void Notifier::systemLocked(bool locked) {
     if (systemLockedPosting_->exchange(true)) return;
     const std::string major = std::to_string(lock_.macOSMajor);
     // A failed post lets a later refresh try again within the same run.
-    post("Torvel can’t hold your limit on macOS " + major,
-         "macOS " + major +
-             " changed the way charging is controlled, and Torvel can’t follow yet: your battery charges as "
-             "it "
-             "would without Torvel. Open Torvel to see what you can do in the meantime.",
+    post(tr("Torvel can’t hold your limit on macOS %1", {major}),
+         tr("macOS %1 changed the way charging is controlled, and Torvel can’t follow yet: your battery "
+            "charges as "
+            "it would without Torvel. Open Torvel to see what you can do in the meantime.",
+            {major}),
          lockedKey, [posting = systemLockedPosting_](bool added) {
              if (!added) posting->store(false);
          });
@@ -53,8 +54,8 @@ void Notifier::systemLocked(bool locked) {
 
 void Notifier::historyReady(std::string_view summary) {
     if (defaults_.boolean(historyKey)) return;
-    post("Your battery journal is ready",
-         "Twenty-four hours of readings: the last-24-hours curve is now complete. " + std::string(summary),
+    post(tr("Your battery journal is ready"),
+         tr("Twenty-four hours of readings: the last-24-hours curve is now complete. %1", {summary}),
          historyKey);
 }
 

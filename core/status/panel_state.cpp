@@ -1,6 +1,7 @@
 #include "status/panel_state.h"
 
 #include "common/fmt.h"
+#include "common/texts.h"
 #include "service/charge_target.h"
 
 namespace torvel {
@@ -20,40 +21,41 @@ PanelState chargeLine(const ChargeSettingsState& s, ServiceState serviceState, c
     const int held = s.heldLimit();
     const std::string heldPct = Fmt::percent(held);
 
-    if (serviceState == ServiceState::stale) return line("Service stopped", Tone::broken);
-    if (serviceState == ServiceState::awaitingApproval) return line("Service to allow", Tone::todo);
-    if (serviceState == ServiceState::notInstalled) return line("Service to install", Tone::todo);
-    if (status.gateVerified == false) return line("Limit not working", Tone::broken);
+    if (serviceState == ServiceState::stale) return line(tr("Service stopped"), Tone::broken);
+    if (serviceState == ServiceState::awaitingApproval) return line(tr("Service to allow"), Tone::todo);
+    if (serviceState == ServiceState::notInstalled) return line(tr("Service to install"), Tone::todo);
+    if (status.gateVerified == false) return line(tr("Limit not working"), Tone::broken);
     if (status.hot) {
         // Without a temperature the bare "Paused · " is kept on purpose: the heat pause is what matters.
         const std::string temp = status.temp ? Fmt::decimal(*status.temp) + " °C" : "";
-        return line("Paused · " + temp, Tone::moving);
+        return line(tr("Paused · %1", {temp}), Tone::moving);
     }
-    if (status.topUp && charge < 100) return line("Top-up → " + Fmt::percent(100), Tone::moving);
-    if (status.topUp && charge == 100) return line("Top-up · " + Fmt::percent(100), Tone::held);
-    if (status.cal.phase != Phase::idle) return line("Calibrating", Tone::moving);
-    if (!s.settings.enabled) return line("No limit", Tone::idle);
+    if (status.topUp && charge < 100) return line(tr("Top-up → %1", {Fmt::percent(100)}), Tone::moving);
+    if (status.topUp && charge == 100) return line(tr("Top-up · %1", {Fmt::percent(100)}), Tone::held);
+    if (status.cal.phase != Phase::idle) return line(tr("Calibrating"), Tone::moving);
+    if (!s.settings.enabled) return line(tr("No limit"), Tone::idle);
 
     const auto state = s.status.state();
-    if (state == ChargeState::discharge) return line("Discharging → " + heldPct, Tone::moving);
+    if (state == ChargeState::discharge) return line(tr("Discharging → %1", {heldPct}), Tone::moving);
     if (state == ChargeState::hold) {
         if (held < charge && s.settings.discharge && status.dischargeFailed) {
-            return line(
-                "Discharge not possible", Tone::todo,
-                "This charger won’t let Torvel cut the power. Unplug and the battery comes back down to " +
-                    heldPct + "; Torvel tries again the next time you plug in.");
+            return line(tr("Discharge not possible"), Tone::todo,
+                        tr("This charger won’t let Torvel cut the power. Unplug and the battery comes back "
+                           "down to %1; "
+                           "Torvel tries again the next time you plug in.",
+                           {heldPct}));
         }
         // "Held at" also while the charge is still below: the service has not caught up yet.
-        if (charge <= held) return line("Held at " + heldPct, Tone::held);
-        return line("Above " + heldPct, Tone::idle);
+        if (charge <= held) return line(tr("Held at %1", {heldPct}), Tone::held);
+        return line(tr("Above %1", {heldPct}), Tone::idle);
     }
     if (state == ChargeState::allow && status.plugged) {
         // The system's own limit never pulls the charge down, so above it there is nothing to announce.
-        if (lock.usesNative && held < charge) return line("Plugged in", Tone::idle);
-        if (charge >= held) return line("Held at " + heldPct, Tone::held);
-        return line("Charging → " + heldPct, Tone::moving);
+        if (lock.usesNative && held < charge) return line(tr("Plugged in"), Tone::idle);
+        if (charge >= held) return line(tr("Held at %1", {heldPct}), Tone::held);
+        return line(tr("Charging → %1", {heldPct}), Tone::moving);
     }
-    return snapshotPluggedIn ? line("Plugged in", Tone::idle) : line("On battery", Tone::idle);
+    return snapshotPluggedIn ? line(tr("Plugged in"), Tone::idle) : line(tr("On battery"), Tone::idle);
 }
 
 }  // namespace
@@ -62,17 +64,17 @@ PanelState PanelState::make(const ChargeSettingsState& settings, ServiceState se
                             const SystemLock& lock, bool snapshotPluggedIn, long long charge) {
     if (lock.active) {
         const std::string major = std::to_string(lock.macOSMajor);
-        return line("Not on macOS " + major + " yet", Tone::todo,
-                    "Torvel can’t hold your limit on macOS " + major +
-                        " yet: your battery charges as it would without Torvel. Until then, macOS can hold "
-                        "80% on its own: System Settings ▸ Battery.");
+        return line(
+            tr("Not on macOS %1 yet", {major}), Tone::todo,
+            tr("Torvel can’t hold your limit on macOS %1 yet: your battery charges as it would without "
+               "Torvel. Until then, macOS can hold 80% on its own: System Settings ▸ Battery.",
+               {major}));
     }
     PanelState state = chargeLine(settings, serviceState, lock, snapshotPluggedIn, charge);
     const auto floor = settings.status.published.nativeFloor;
     if (!state.help && floor && settings.settings.limit < *floor) {
         const std::string floorPct = Fmt::percent(*floor);
-        state.help =
-            "macOS won’t hold a limit below " + floorPct + " on this Mac, so Torvel holds " + floorPct + ".";
+        state.help = tr("macOS won’t hold a limit below %1 on this Mac, so Torvel holds %1.", {floorPct});
     }
     return state;
 }
