@@ -39,7 +39,7 @@ class WindowRoute : public QObject {
     QString title() const { return titleOf(appSection()); }
 
     static QString titleOf(AppSection section) {
-        const std::string_view text = section.title();
+        const std::string text = section.title();
         return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
     }
 

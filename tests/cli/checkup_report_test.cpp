@@ -172,7 +172,7 @@ TEST_F(ReportCommand, TheReportAsTheAppCopiesIt) {
               "Published state: unknown\n"
               "MagSafe light: supported\n"
               "Forced discharge: supported\n"
-              "History: 2 day(s), 2 kB\n"
+              "History: 2 days, 2 kB\n"
               "\n"
               "config.json\n"
               "{\"limit\": 75}\n"

@@ -42,7 +42,7 @@ TEST(DiagnosticsReport, WholeTextLineByLine) {
               "Published state: hold\n"
               "MagSafe light: supported\n"
               "Forced discharge: supported\n"
-              "History: 12 day(s), 1.2 MB\n"
+              "History: 12 days, 1.2 MB\n"
               "\n"
               "config.json\n"
               "{\"limit\":80}\n"
