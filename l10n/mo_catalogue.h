@@ -34,7 +34,8 @@ class FallbackCatalogue final : public Catalogue {
     FallbackCatalogue(const Catalogue* first, const Catalogue* second) : first_(first), second_(second) {}
 
     std::optional<std::string> text(std::string_view key) const override;
-    std::optional<std::string> plural(std::string_view one, std::string_view other, long long n) const override;
+    std::optional<std::string> plural(std::string_view one, std::string_view other,
+                                      long long n) const override;
 
   private:
     const Catalogue* first_;
