@@ -22,7 +22,7 @@ status=0
 
 for command in "${commands[@]}"; do
     # shellcheck disable=SC2086
-    output=$(LC_ALL= LANGUAGE= LANG=en_US.UTF-8 "$torvelctl" $command 2>&1)
+    output=$(LC_ALL= LC_MESSAGES= LANGUAGE= LANG=en_US.UTF-8 "$torvelctl" $command 2>&1)
     if found=$(grep -n -E '\bMac\b|macOS|MagSafe|\bDock\b|menu bar|Applications folder|System Settings' <<<"$output"); then
         echo "torvelctl $command names another platform in English:" >&2
         echo "$found" >&2
@@ -46,7 +46,7 @@ done
 
 # The locale from the environment reaches texts and numbers alike: French puts a space before the per cent sign.
 # shellcheck disable=SC2086
-french=$(LC_ALL= LANG=fr_FR.UTF-8 "$torvelctl" status --now $now --service-installed yes)
+french=$(LC_ALL= LC_MESSAGES= LANGUAGE= LANG=fr_FR.UTF-8 "$torvelctl" status --now $now --service-installed yes)
 if ! grep -q $'80\u202f%\|80\u00a0%' <<<"$french"; then
     echo "LANG=fr_FR.UTF-8 did not reach the percentages: $(head -n 1 <<<"$french")" >&2
     status=1
