@@ -2,6 +2,9 @@
 # torvelctl's words as a Linux laptop owner reads them: in English no notion of another platform, and under the
 # pseudo-locale no text that escaped the catalogue. Arguments: torvelctl, the source tree.
 set -uo pipefail
+# sed and grep below work on UTF-8 text whatever the caller's locale; each run of torvelctl sets its own.
+export LC_ALL=C.UTF-8
+unset LANGUAGE LC_MESSAGES
 torvelctl=$1
 source_dir=$2
 export TORVEL_ROOT="$source_dir/samples/datadir"
