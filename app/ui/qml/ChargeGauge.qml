@@ -168,9 +168,13 @@ FocusScope {
     Accessible.name: "Charge limit"
     Accessible.onIncreaseAction: gauge.stepped(1)
     Accessible.onDecreaseAction: gauge.stepped(-1)
-    Keys.onPressed: (event) => { gauge.quietFocus = false; event.accepted = false }
-    Keys.onRightPressed: gauge.stepped(1)
-    Keys.onUpPressed: gauge.stepped(1)
-    Keys.onLeftPressed: gauge.stepped(-1)
-    Keys.onDownPressed: gauge.stepped(-1)
+    // A step from the keyboard shows where the keyboard is.
+    function keyed(delta) {
+        quietFocus = false
+        stepped(delta)
+    }
+    Keys.onRightPressed: gauge.keyed(1)
+    Keys.onUpPressed: gauge.keyed(1)
+    Keys.onLeftPressed: gauge.keyed(-1)
+    Keys.onDownPressed: gauge.keyed(-1)
 }
