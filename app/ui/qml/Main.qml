@@ -21,7 +21,7 @@ Window {
     // a menu does.
     onActiveChanged: {
         if (popup && !active) visible = false
-        if (active) panel.takeKeyboard()
+        if (popup && active) panel.takeKeyboard()
     }
 
     GaugePanel {
