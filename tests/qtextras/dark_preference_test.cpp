@@ -65,13 +65,5 @@ TEST(DarkPreference, FollowsThePortalsColorSchemeLive) {
     }
 }
 
-TEST(DarkPreference, WithoutAPortalQtsPaletteDecides) {
-    qtApp();
-    PrivateBus bus;
-    DarkPreference preference(bus.connect(QStringLiteral("app")));
-    spinUntil([] { return false; }, 300);
-    EXPECT_EQ(preference.dark(), std::nullopt);
-}
-
 }  // namespace
 }  // namespace torvel::app::testing
