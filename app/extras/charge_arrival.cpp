@@ -76,10 +76,6 @@ void ChargeArrivalController::flashNow() {
     flash();
 }
 
-bool ChargeArrivalController::placesOwnWindows() {
-    return QGuiApplication::platformName() != u"wayland";
-}
-
 QRect ChargeArrivalController::placement(const QScreen& screen) {
     const QRect whole = screen.geometry();
     const QRect usable = screen.availableGeometry();
@@ -125,7 +121,7 @@ ChargeArrivalController::Presenter ChargeArrivalController::notification(NoticeP
         .screenAvailable = [] { return !QGuiApplication::screens().isEmpty(); },
         .present =
             [transientNotice = std::move(transientNotice)](const std::optional<QString>& label) {
-                transientNotice(label.value_or(QStringLiteral("⚡")).toStdString(), {}, [](bool) {});
+                transientNotice(label.value_or(QStringLiteral("⚡")).toStdString(), {}, {}, [](bool) {});
             },
     };
 }

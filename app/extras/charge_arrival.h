@@ -47,15 +47,14 @@ class ChargeArrivalController : public QObject {
     const ChargeArrival& state() const { return arrival_; }
     std::optional<QString> label() const;
 
-    // How a running copy shows it: an overlay window, or on Wayland, where a client cannot place its own
-    // window, a transient silent desktop notification with the same words.
+    // How a running copy shows it: an overlay window, or where that cannot be placed or drawn translucent, a
+    // transient silent desktop notification with the same words.
     struct Presenter {
         std::function<bool()> screenAvailable;
         std::function<void(const std::optional<QString>& label)> present;
     };
     static Presenter overlay(std::function<QQmlApplicationEngine&()> engine, QObject* context);
     static Presenter notification(NoticePoster transientNotice);
-    static bool placesOwnWindows();
 
     // Where the overlay goes on `screen`: centred under its top panel.
     static QRect placement(const QScreen& screen);

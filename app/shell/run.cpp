@@ -1,12 +1,16 @@
 #include "shell/run.h"
 
 #include <QApplication>
+#include <QCommandLineOption>
+#include <QCommandLineParser>
+#include <QDBusConnection>
+#include <QIcon>
 #include <QQuickWindow>
 #include <QSGRendererInterface>
-#include <QSystemTrayIcon>
 #include <QTime>
 #include <QTimer>
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -16,42 +20,15 @@
 #include "locale_setup.h"
 #include "service/charge_settings_model.h"
 #include "shell/main_window.h"
+#include "shell/single_instance.h"
 #include "ui/panel_model.h"
 
 namespace torvel::app {
 
-QString CommandLine::usage() {
-    return QStringLiteral(
-        "Usage: torvel [SWITCHES]\n"
-        "Keeps the battery inside the charge range you choose, from the system tray.\n"
-        "\n"
-        "  --settings SECTION    open the main window at a section: today, settings, mac, memory,\n"
-        "                        calibration (--reglages is the same)\n"
-        "  --panel               show the tray panel in an ordinary window (--panneau is the same)\n"
-        "  --onboarding          open the first-run flow for review\n"
-        "  --arrival             play the charger's arrival animation once, shortly after start\n"
-        "  --dark                draw in the dark appearance whatever the desktop's\n"
-        "  --step NAME           with --screenshot --onboarding, the screen to render: welcome,\n"
-        "                        service, installFailed, awaitingApproval, handOver, tuning, done,\n"
-        "                        checking, unsupported or probeFailed\n"
-        "  --screenshot FILE     render the panel, or with --settings that section of the main\n"
-        "                        window, with --onboarding a first-run screen, with --arrival the\n"
-        "                        charger's arrival, into FILE (PNG) offscreen, then exit\n"
-        "  --headless            no window: print the charge and the panel's line every second\n"
-        "  --seconds N           stop a headless run after N seconds\n"
-        "  --locale ID           the locale of numbers and dates, such as en or ja\n"
-        "  --range RANGE         the span Long memory shows: day, week, month or year\n"
-        "  --help                show this and exit\n");
-}
-
 namespace {
-// The review switches core reads; the one in the second list takes the next word with it.
-bool isReviewSwitch(const QString& word) {
-    return word == u"--arrival" || word == u"--onboarding" || word == u"--panel" || word == u"--panneau";
-}
-bool isSectionSwitch(const QString& word) {
-    return word == u"--settings" || word == u"--reglages";
-}
+
+// Qt's own options (-platform, -style, ...) are QApplication's to read, with their values; the parser sees
+// the rest.
 bool takesValue(const QString& qtOption) {
     static const QStringList withValue{QStringLiteral("-platform"),
                                        QStringLiteral("-platformpluginpath"),
@@ -69,70 +46,143 @@ bool takesValue(const QString& qtOption) {
                                        QStringLiteral("-session")};
     return withValue.contains(qtOption);
 }
+
+QStringList withoutToolkitOptions(const QStringList& arguments) {
+    QStringList kept;
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        const QString& word = arguments[i];
+        if (i > 0 && word.startsWith(u'-') && !word.startsWith(u"--") && word != u"-h" && word != u"-v") {
+            if (takesValue(word) && i + 1 < arguments.size()) ++i;
+            continue;
+        }
+        kept << word;
+    }
+    return kept;
+}
+
+struct Switches {
+    QCommandLineOption section{
+        {QStringLiteral("settings"), QStringLiteral("reglages")},
+        QStringLiteral("Open the main window at a section: today, settings, mac, memory or "
+                       "calibration."),
+        QStringLiteral("section")};
+    QCommandLineOption window{
+        QStringLiteral("window"),
+        QStringLiteral("Open the main window, as the launcher in the application list does.")};
+    QCommandLineOption panel{{QStringLiteral("panel"), QStringLiteral("panneau")},
+                             QStringLiteral("Show the tray panel in an ordinary window.")};
+    QCommandLineOption onboarding{QStringLiteral("onboarding"),
+                                  QStringLiteral("Open the first-run flow for review.")};
+    QCommandLineOption arrival{
+        QStringLiteral("arrival"),
+        QStringLiteral("Play the charger's arrival animation once, shortly after start.")};
+    QCommandLineOption dark{QStringLiteral("dark"),
+                            QStringLiteral("Draw in the dark appearance whatever the desktop's.")};
+    QCommandLineOption step{
+        QStringLiteral("step"),
+        QStringLiteral("With --screenshot --onboarding, the screen to render: welcome, service, "
+                       "installFailed, awaitingApproval, handOver, tuning, done, checking, "
+                       "unsupported or probeFailed."),
+        QStringLiteral("name")};
+    QCommandLineOption screenshot{
+        QStringLiteral("screenshot"),
+        QStringLiteral("Render the panel, or with --settings that section of the main "
+                       "window, with --onboarding a first-run screen, with --arrival the "
+                       "charger's arrival, into a PNG file offscreen, then exit."),
+        QStringLiteral("file")};
+    QCommandLineOption headless{
+        QStringLiteral("headless"),
+        QStringLiteral("No window: print the charge and the panel's line every second.")};
+    QCommandLineOption seconds{QStringLiteral("seconds"),
+                               QStringLiteral("Stop a headless run after N seconds."), QStringLiteral("N")};
+    QCommandLineOption locale{QStringLiteral("locale"),
+                              QStringLiteral("The locale of numbers and dates, such as en or ja."),
+                              QStringLiteral("id")};
+    QCommandLineOption range{QStringLiteral("range"),
+                             QStringLiteral("The span Long memory shows: day, week, month or year."),
+                             QStringLiteral("range")};
+    QCommandLineOption help{{QStringLiteral("h"), QStringLiteral("help")},
+                            QStringLiteral("Show this and exit.")};
+    QCommandLineOption version{{QStringLiteral("v"), QStringLiteral("version")},
+                               QStringLiteral("Show the version and exit.")};
+
+    void addTo(QCommandLineParser& parser) const {
+        parser.setApplicationDescription(
+            QStringLiteral("Keeps the battery inside the charge range you choose, from the system tray."));
+        parser.addOptions({section, window, panel, onboarding, arrival, dark, step, screenshot, headless,
+                           seconds, locale, range, help, version});
+    }
+};
+
 }  // namespace
+
+QString CommandLine::usage() {
+    QCommandLineParser parser;
+    Switches().addTo(parser);
+    QString text = parser.helpText();
+    // The parser names the program after argv[0]; the usage line names the installed command.
+    const qsizetype end = text.indexOf(u'\n');
+    return QStringLiteral("Usage: torvel [options]") + text.mid(end);
+}
 
 CommandLine CommandLine::parse(const QStringList& arguments) {
     CommandLine line;
-    std::vector<std::string> words;
-    for (qsizetype i = 1; i < arguments.size(); ++i) {
-        const QString& word = arguments[i];
-        if (word == u"--help" || word == u"-h") {
-            line.help = true;
-        } else if (isSectionSwitch(word)) {
-            if (i + 1 >= arguments.size()) {
-                line.error =
-                    word + QStringLiteral(" needs a section: today, settings, mac, memory or calibration");
-                return line;
-            }
-            words.push_back(word.toStdString());
-            words.push_back(arguments[++i].toStdString());
-        } else if (isReviewSwitch(word)) {
-            words.push_back(word.toStdString());
-        } else if (word.startsWith(u'-') && !word.startsWith(u"--")) {
-            // Qt's own options (-platform, -style, ...) are QApplication's to read, with their values.
-            if (takesValue(word) && i + 1 < arguments.size()) ++i;
-        } else if (word == u"--screenshot") {
-            if (i + 1 >= arguments.size()) {
-                line.error = QStringLiteral("--screenshot needs a file name");
-                return line;
-            }
-            line.screenshot = arguments[++i];
-        } else if (word == u"--step") {
-            if (i + 1 >= arguments.size()) {
-                line.error = QStringLiteral("--step needs the name of an onboarding screen");
-                return line;
-            }
-            line.step = arguments[++i];
-        } else if (word == u"--headless") {
-            line.headless = true;
-        } else if (word == u"--seconds") {
-            bool ok = false;
-            const int n = i + 1 < arguments.size() ? arguments[++i].toInt(&ok) : 0;
-            if (!ok || n < 0) {
-                line.error = QStringLiteral("--seconds needs a whole number of seconds");
-                return line;
-            }
-            line.seconds = n;
-        } else if (word == u"--dark") {
-            line.options.dark = true;
-        } else if (word == u"--locale") {
-            if (i + 1 >= arguments.size() || arguments[i + 1].isEmpty()) {
-                line.error = QStringLiteral("--locale needs a locale identifier such as en or ja");
-                return line;
-            }
-            line.locale = arguments[++i].toStdString();
-        } else if (word == u"--range") {
-            if (i + 1 >= arguments.size() ||
-                !torvel::HistoryModel::rangeNamed(arguments[i + 1].toStdString())) {
-                line.error = QStringLiteral("--range needs one of day, week, month or year");
-                return line;
-            }
-            line.range = arguments[++i];
-        } else {
-            line.error = QStringLiteral("unknown switch %1 (try --help)").arg(word);
+    QCommandLineParser parser;
+    const Switches switches;
+    switches.addTo(parser);
+    if (!parser.parse(withoutToolkitOptions(arguments))) {
+        line.error = parser.errorText() + QStringLiteral(" (try --help)");
+        return line;
+    }
+    if (!parser.positionalArguments().isEmpty()) {
+        line.error =
+            QStringLiteral("unknown switch %1 (try --help)").arg(parser.positionalArguments().first());
+        return line;
+    }
+    line.help = parser.isSet(switches.help);
+    line.version = parser.isSet(switches.version);
+    if (parser.isSet(switches.screenshot)) line.screenshot = parser.value(switches.screenshot);
+    if (parser.isSet(switches.step)) line.step = parser.value(switches.step);
+    line.headless = parser.isSet(switches.headless);
+    if (parser.isSet(switches.seconds)) {
+        bool ok = false;
+        const int n = parser.value(switches.seconds).toInt(&ok);
+        if (!ok || n < 0) {
+            line.error = QStringLiteral("--seconds needs a whole number of seconds");
             return line;
         }
+        line.seconds = n;
     }
+    line.options.dark = parser.isSet(switches.dark);
+    if (parser.isSet(switches.locale)) {
+        if (parser.value(switches.locale).isEmpty()) {
+            line.error = QStringLiteral("--locale needs a locale identifier such as en or ja");
+            return line;
+        }
+        line.locale = parser.value(switches.locale).toStdString();
+    }
+    if (parser.isSet(switches.range)) {
+        if (!torvel::HistoryModel::rangeNamed(parser.value(switches.range).toStdString())) {
+            line.error = QStringLiteral("--range needs one of day, week, month or year");
+            return line;
+        }
+        line.range = parser.value(switches.range);
+    }
+
+    // The review switches are core's to read, as words; they are also what a second launch hands over.
+    std::vector<std::string> words;
+    const auto add = [&](const QString& word) {
+        words.push_back(word.toStdString());
+        line.handOver << word;
+    };
+    if (parser.isSet(switches.section)) {
+        add(QStringLiteral("--settings"));
+        add(parser.value(switches.section));
+    }
+    if (parser.isSet(switches.window)) add(QStringLiteral("--window"));
+    if (parser.isSet(switches.panel)) add(QStringLiteral("--panel"));
+    if (parser.isSet(switches.onboarding)) add(QStringLiteral("--onboarding"));
+    if (parser.isSet(switches.arrival)) add(QStringLiteral("--arrival"));
     line.options.switches = LaunchSwitches::parse(words);
     if (line.screenshot) line.options.watchDevices = false;
     if (line.screenshot || line.headless) line.options.useTray = false;
@@ -178,6 +228,10 @@ int run(int argc, char** argv) {
         std::fputs(qPrintable(CommandLine::usage()), stdout);
         return 0;
     }
+    if (line.version) {
+        std::printf("torvel %s\n", TORVEL_VERSION);
+        return 0;
+    }
     if (line.screenshot || line.headless) {
         // No display needed, and the same pixels on every machine: offscreen, software-rendered, at 2x.
         if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
@@ -189,11 +243,32 @@ int run(int argc, char** argv) {
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
     }
 
-    QApplication application(argc, argv);
+    // X11 desktops tie a window to its launcher by WM_CLASS: its instance part is the app id, as the desktop
+    // entry's StartupWMClass says. (Wayland goes by the desktop file name, set below.) Qt's -name sets it for
+    // this process alone, where RESOURCE_NAME would pass on to the terminal the app opens.
+    std::vector<char*> withName(argv, argv + argc);
+    static char nameSwitch[] = "-name";
+    static char appId[] = "com.torvel.Torvel";
+    if (argc > 0 && !arguments.contains(QStringLiteral("-name")))
+        withName.insert(withName.begin() + 1, {nameSwitch, appId});
+    int withNameCount = static_cast<int>(withName.size());
+    withName.push_back(nullptr);
+    QApplication application(withNameCount, withName.data());
     QApplication::setApplicationName(QStringLiteral("Torvel"));
     QApplication::setOrganizationName(QStringLiteral("Torvel"));
     QApplication::setApplicationVersion(QStringLiteral(TORVEL_VERSION));
-    QApplication::setDesktopFileName(QStringLiteral("torvel"));
+    // The app id: the desktop entry's name, which the desktop ties the windows, the launcher and the
+    // notification settings to.
+    QApplication::setDesktopFileName(QStringLiteral("com.torvel.Torvel"));
+    QApplication::setWindowIcon(TorvelApp::appIcon());
+
+    // Pictures and headless runs are tools beside the app; a copy looking at another data directory (the
+    // demo's) is another app. Everything else is the one copy of the session.
+    std::unique_ptr<SingleInstance> instance;
+    if (!line.screenshot && !line.headless && !processEnvironment("TORVEL_ROOT")) {
+        instance = std::make_unique<SingleInstance>(QDBusConnection::sessionBus());
+        if (instance->claim(line.handOver) == SingleInstance::Outcome::handedOver) return 0;
+    }
 
     TorvelApp torvel(line.options);
     if (line.range) torvel.history().setRangeName(*line.range);
@@ -213,9 +288,16 @@ int run(int argc, char** argv) {
         return 0;
     }
     if (line.headless) return watchHeadless(torvel, line.seconds);
-    // With a tray icon, closing the panel leaves the app in the tray; without one, the window is the app.
-    QApplication::setQuitOnLastWindowClosed(!QSystemTrayIcon::isSystemTrayAvailable());
+    if (instance) {
+        instance->onActivate([&torvel](const QStringList& switches) {
+            const CommandLine handed = CommandLine::parse(QStringList{QStringLiteral("torvel")} + switches);
+            if (!handed.error) torvel.open(StartUpPlan::handedOver(handed.options.switches));
+        });
+    }
     torvel.start();
+    // In the tray, or in the background without a tray host, closing a window leaves the app running; only
+    // the panel's review window, opened for its own sake, is the app.
+    QApplication::setQuitOnLastWindowClosed(!torvel.inTray() && line.options.switches.panel);
     return QApplication::exec();
 }
 

@@ -18,6 +18,8 @@ struct CommandLine {
     std::optional<std::string> locale;  // --locale ID: the display locale of numbers, dates and counts
     std::optional<QString> range;       // --range NAME: the span the Long memory page opens on
     bool help = false;                  // --help: print the switches and exit
+    bool version = false;               // --version: print the version and exit
+    QStringList handOver;               // the switches a second launch gives the copy already running
     std::optional<QString> error;
 
     static QString usage();

@@ -23,6 +23,7 @@
 #include "battery/battery_monitor.h"
 #include "bus.h"
 #include "extras/charge_arrival.h"
+#include "extras/compositor.h"
 #include "extras/login_item_model.h"
 #include "extras/updater_model.h"
 #include "history/history_model.h"
@@ -38,6 +39,7 @@
 #include "status/mac_page_model.h"
 #include "ui/calibration_model.h"
 #include "ui/chart_item.h"
+#include "ui/dark_preference.h"
 #include "ui/ember.h"
 #include "ui/looks.h"
 #include "ui/panel_model.h"
@@ -46,10 +48,6 @@
 namespace torvel::app {
 
 namespace {
-
-// zlib's fastest levels: at twice the window's size the default level spends longer compressing the picture
-// than the app spends drawing it, for files only a little smaller.
-constexpr int screenshotQuality = 80;
 
 std::optional<std::filesystem::path> existing(const std::filesystem::path& path) {
     std::error_code error;
@@ -117,7 +115,12 @@ TorvelApp::TorvelApp(Options options, QObject* parent)
     const auto appearance = processEnvironment("TORVEL_APPEARANCE");
     ember_->setDark(options_.dark ||
                     (appearance ? *appearance == "dark" : Ember::prefersDark(QGuiApplication::palette())));
-    if (!options_.dark && !appearance) qApp->installEventFilter(this);
+    if (!options_.dark && !appearance) {
+        // The desktop's own preference, through the settings portal, where one answers; Qt's palette else.
+        darkPreference_ = new DarkPreference(QDBusConnection::sessionBus(), this);
+        connect(darkPreference_, &DarkPreference::changed, this, &TorvelApp::followAppearance);
+        qApp->installEventFilter(this);
+    }
 
     const auto unitState = processEnvironment("TORVEL_UNIT_STATE");
     bus_ = client::Bus::system();
@@ -139,14 +142,16 @@ TorvelApp::TorvelApp(Options options, QObject* parent)
     history_ = std::make_unique<HistoryModel>(paths_.history, &TorvelApp::wallClock);
 
     defaults_ = std::make_unique<SettingsDefaults>();
+    auto* noticeActions = new NoticeActions(QDBusConnection::sessionBus(), this);
     notifier_ = std::make_unique<DesktopNotifier>(
-        *defaults_, DesktopNotifier::sessionBus(QDBusConnection::sessionBus(), this), lock_);
+        *defaults_, DesktopNotifier::sessionBus(QDBusConnection::sessionBus(), noticeActions), lock_);
     connect(settings_.get(), &ChargeSettings::statusRefreshed, notifier_.get(),
             &DesktopNotifier::statusRefreshed);
     connect(history_.get(), &HistoryModel::journalReady, notifier_.get(), &DesktopNotifier::historyReady);
 
     panel_ = std::make_unique<PanelModel>(*battery_, *settings_, *history_, lock_, PanelModel::userFiles());
     connect(panel_.get(), &PanelModel::sectionRequested, this, &TorvelApp::openSection);
+    connect(noticeActions, &NoticeActions::sectionRequested, this, &TorvelApp::openSection);
     connect(panel_.get(), &PanelModel::quitRequested, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
 
     updater_ = std::make_unique<Updater>(Updater::buildConfig());
@@ -211,12 +216,22 @@ TorvelApp::TorvelApp(Options options, QObject* parent)
     connect(settings_.get(), &ChargeSettings::serviceNeedsMigrationChanged, onboarding_.get(),
             &OnboardingWindowController::syncMigration);
 
-    const auto presenter =
-        ChargeArrivalController::placesOwnWindows()
-            ? ChargeArrivalController::overlay([this]() -> QQmlApplicationEngine& { return engine(); }, this)
-            : ChargeArrivalController::notification(DesktopNotifier::transientSessionBus(
-                  QDBusConnection::sessionBus(), this,
-                  static_cast<int>(ChargeArrival::visibleSeconds * 1000)));
+    // The overlay where the app can place it and draw it translucent; elsewhere (Wayland, an X11 desktop
+    // without a compositor, where it would be a black box) the same words as a silent notice.
+    const auto overlay =
+        ChargeArrivalController::overlay([this]() -> QQmlApplicationEngine& { return engine(); }, this);
+    const auto notice = ChargeArrivalController::notification(DesktopNotifier::transientSessionBus(
+        QDBusConnection::sessionBus(), this, static_cast<int>(ChargeArrival::visibleSeconds * 1000)));
+    const ChargeArrivalController::Presenter presenter{
+        .screenAvailable =
+            [overlay, notice] {
+                return translucentOverlayShown() ? overlay.screenAvailable() : notice.screenAvailable();
+            },
+        .present =
+            [overlay, notice](const std::optional<QString>& label) {
+                translucentOverlayShown() ? overlay.present(label) : notice.present(label);
+            },
+    };
     arrival_ = std::make_unique<ChargeArrivalController>(ChargeArrivalController::Sources{
         .battery = battery_.get(),
         .settings = settings_.get(),
@@ -238,10 +253,13 @@ TorvelApp::~TorvelApp() {
 }
 
 bool TorvelApp::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == qApp && event->type() == QEvent::ApplicationPaletteChange) {
-        ember_->setDark(Ember::prefersDark(QGuiApplication::palette()));
-    }
+    if (watched == qApp && event->type() == QEvent::ApplicationPaletteChange) followAppearance();
     return QObject::eventFilter(watched, event);
+}
+
+void TorvelApp::followAppearance() {
+    const auto portal = darkPreference_ ? darkPreference_->dark() : std::nullopt;
+    ember_->setDark(portal.value_or(Ember::prefersDark(QGuiApplication::palette())));
 }
 
 void TorvelApp::start() {
@@ -255,8 +273,20 @@ void TorvelApp::start() {
     const StartUpPlan plan =
         StartUpPlan::decide(options_.switches, defaults_->boolean("onboardingSeen"), settings_->migrating());
     if (options_.useTray) setUpTray();
-    // Without a tray host the panel would be unreachable, so it opens as a window.
-    if (plan.showPanelWindow || (options_.useTray && !tray_)) showPanel();
+    if (options_.useTray && !tray_ && !defaults_->boolean("trayNoteSeen")) {
+        macPage_->tellNoTray();
+        connect(macPage_.get(), &MacPageModel::trayNoteRead, this,
+                [this] { defaults_->setBoolean("trayNoteSeen", true); });
+    }
+    // Without a tray host nothing opens by itself: started at login the app works in the background, and the
+    // launcher's --window or a second launch brings the main window.
+    open(plan);
+    onboarding_->syncApproval();
+    onboarding_->syncMigration();
+}
+
+void TorvelApp::open(const StartUpPlan& plan) {
+    if (plan.showPanelWindow) showPanel();
     if (plan.playArrival) {
         QTimer::singleShot(
             std::chrono::milliseconds(static_cast<int>(StartUpPlan::arrivalDelaySeconds * 1000)),
@@ -265,8 +295,6 @@ void TorvelApp::start() {
     if (plan.showOnboarding) onboarding_->show({});
     if (plan.reviewOnboarding) onboarding_->show({.review = true});
     if (plan.mainWindowSection) windows_->show(*plan.mainWindowSection);
-    onboarding_->syncApproval();
-    onboarding_->syncMigration();
 }
 
 QQmlApplicationEngine& TorvelApp::engine() {
@@ -292,82 +320,6 @@ QQmlApplicationEngine& TorvelApp::engine() {
     return *engine_;
 }
 
-QQuickWindow* TorvelApp::panelWindow() {
-    if (window_) return window_;
-    engine();
-    engine_->load(QUrl(QStringLiteral("qrc:/Torvel/Main.qml")));
-    const auto roots = engine_->rootObjects();
-    if (roots.isEmpty()) return nullptr;
-    window_ = qobject_cast<QQuickWindow*>(roots.constLast());
-    if (window_) {
-        // An open panel watches live: the service's state is polled quickly only while someone looks.
-        connect(window_, &QWindow::visibleChanged, this, [this](bool visible) {
-            if (visible)
-                settings_->watchLive();
-            else
-                settings_->unwatchLive();
-        });
-    }
-    return window_;
-}
-
-QQuickWindow* TorvelApp::showPanel(std::optional<QRect> popupNear) {
-    QQuickWindow* window = panelWindow();
-    if (!window) return nullptr;
-    window->setProperty("popup", popupNear.has_value());
-    if (popupNear) {
-        // Under the icon when the tray sits at the top of the screen, above it otherwise.
-        const QScreen* screen = QGuiApplication::screenAt(popupNear->center());
-        const QRect area = screen ? screen->availableGeometry() : QRect(0, 0, 1920, 1080);
-        const QSize size = window->size();
-        int x = popupNear->center().x() - size.width() / 2;
-        int y = popupNear->center().y() < area.center().y() ? popupNear->bottom() + 6
-                                                            : popupNear->top() - size.height() - 6;
-        x = std::clamp(x, area.left() + 6, area.right() - size.width() - 6);
-        y = std::clamp(y, area.top() + 6, area.bottom() - size.height() - 6);
-        window->setPosition(x, y);
-    }
-    window->show();
-    window->raise();
-    window->requestActivate();
-    return window;
-}
-
-void TorvelApp::setUpTray() {
-    if (!QSystemTrayIcon::isSystemTrayAvailable()) return;
-    QIcon glyph(QStringLiteral(":/Torvel/icons/tray.svg"));
-    glyph.setIsMask(true);
-    tray_ = std::make_unique<QSystemTrayIcon>(glyph);
-    tray_->setToolTip(QStringLiteral("Torvel"));
-    trayMenu_ = std::make_unique<QMenu>();
-    trayMenu_->addAction(QStringLiteral("Open Torvel"), this, [this] { togglePopup(); });
-    trayMenu_->addSeparator();
-    for (const auto section : AppSection::all) {
-        trayMenu_->addAction(WindowRoute::titleOf(section), this,
-                             [this, section] { windows_->show(section); });
-    }
-    trayMenu_->addSeparator();
-    trayMenu_->addAction(QStringLiteral("Quit Torvel"), qApp, &QCoreApplication::quit);
-    tray_->setContextMenu(trayMenu_.get());
-    connect(tray_.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
-        if (reason == QSystemTrayIcon::Trigger) togglePopup();
-    });
-    tray_->show();
-}
-
-void TorvelApp::togglePopup() {
-    if (window_ && window_->isVisible()) {
-        window_->hide();
-        return;
-    }
-    QRect icon = tray_ ? tray_->geometry() : QRect();
-    if (icon.isEmpty()) {
-        // Some trays do not tell where the icon is; the cursor is where the user just clicked.
-        icon = QRect(QCursor::pos(), QSize(1, 1));
-    }
-    showPanel(icon);
-}
-
 void TorvelApp::openSection(const QString& section) {
     windows_->show(AppSection::named(section.toStdString()).value_or(AppSection::today));
 }
@@ -377,112 +329,6 @@ void TorvelApp::openTerminal(const QString& command) {
     // one that opens may not take a command.
     QGuiApplication::clipboard()->setText(command);
     QProcess::startDetached(QStringLiteral("x-terminal-emulator"), {});
-}
-
-void TorvelApp::closePopup() {
-    // Only the popup by the tray goes; the panel's review window is an ordinary window and stays.
-    if (window_ && window_->isVisible() && window_->property("popup").toBool()) window_->hide();
-}
-
-namespace {
-
-// Waits, asleep between events, until the window is on screen and nothing it shows is still loading, lets its
-// opening animations run for `settleMs`, then writes what it shows. Sleeping matters: the journal's reload
-// runs on the other core, and a year of it should not share that core with a busy wait.
-std::optional<QString> grabWhenReady(QQuickWindow* window, const QString& file, const QString& what,
-                                     const std::function<bool()>& loading, int settleMs) {
-    QElapsedTimer waited;
-    waited.start();
-    QTimer deadline;
-    deadline.start(3000);
-    while ((loading() || !window->isExposed()) && waited.elapsed() < 3000) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
-    }
-    QElapsedTimer settle;
-    settle.start();
-    do {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    } while (settle.elapsed() < settleMs);
-    const QImage image = window->grabWindow();
-    if (image.isNull()) return QStringLiteral("cannot render the %1").arg(what);
-    if (!image.save(file, "PNG", screenshotQuality)) return QStringLiteral("cannot write %1").arg(file);
-    return std::nullopt;
-}
-
-}  // namespace
-
-std::optional<QString> TorvelApp::screenshotSection(const QString& file, AppSection section) {
-    start();
-    if (!windows_->show(section)) return QStringLiteral("cannot load the main window");
-    QQuickWindow* window = windows_->window();
-    // The picture is always the window's first size, wherever the user last left it.
-    window->resize(TorvelWindowController::firstSize);
-    return grabWhenReady(
-        window, file, QStringLiteral("main window"), [this] { return history_->reloadsInFlight() > 0; }, 0);
-}
-
-namespace {
-
-// The screen each step shows in a picture, with words a user could meet there.
-std::optional<OnboardingFlow::Step> sampleStep(const QString& name) {
-    using Kind = OnboardingFlow::Step::Kind;
-    using Step = OnboardingFlow::Step;
-    const std::string wanted = name.isEmpty() ? std::string("welcome") : name.toStdString();
-    for (int k = 0; k <= static_cast<int>(Kind::done); ++k) {
-        const auto kind = static_cast<Kind>(k);
-        if (torvel::name(kind) != wanted) continue;
-        switch (kind) {
-            case Kind::welcome:
-                return Step::welcome({.discharge = true, .led = false});
-            case Kind::installFailed:
-                return Step::installFailed("Torvel wasn’t allowed to change the charge service.");
-            case Kind::unsupported:
-                return Step::unsupported(HardwareProbe::Unsupported::unknownHardware);
-            case Kind::probeFailed:
-                return Step::probeFailed("Part of Torvel is missing. Download it again and try once more.");
-            default:
-                return Step::plain(kind);
-        }
-    }
-    return std::nullopt;
-}
-
-}  // namespace
-
-std::optional<QString> TorvelApp::screenshotOnboarding(const QString& file, const QString& step) {
-    const auto shown = sampleStep(step);
-    if (!shown) {
-        return QStringLiteral(
-                   "unknown step %1: welcome, service, installFailed, awaitingApproval, handOver, "
-                   "tuning, done, checking, unsupported or probeFailed")
-            .arg(step);
-    }
-    if (!onboarding_->show({})) return QStringLiteral("cannot load the onboarding window");
-    onboarding_->model()->preview(*shown);
-    return grabWhenReady(
-        onboarding_->window(), file, QStringLiteral("onboarding window"), [] { return false; }, 450);
-}
-
-std::optional<QString> TorvelApp::screenshotArrival(const QString& file) {
-    battery_->refresh();
-    const QString label = arrival_->label().value_or(QStringLiteral("64% → 80%"));
-    QQuickWindow* window = ChargeArrivalController::stillOverlay(engine(), label);
-    if (!window) return QStringLiteral("cannot load the arrival overlay");
-    window->show();
-    auto error = grabWhenReady(
-        window, file, QStringLiteral("arrival overlay"), [] { return false; }, 450);
-    delete window;
-    return error;
-}
-
-std::optional<QString> TorvelApp::screenshotPanel(const QString& file) {
-    // The journal is read as start-up reads it, so the readings and the sparkline are the ones a user sees.
-    history_->refresh(settings_->thermalLimit());
-    QQuickWindow* window = showPanel();
-    if (!window) return QStringLiteral("cannot load the panel view");
-    // The first reloads of the journal land first, so the readings row is the one a user would see.
-    return grabWhenReady(
-        window, file, QStringLiteral("panel"), [this] { return history_->reloadsInFlight() > 0; }, 0);
 }
 
 }  // namespace torvel::app

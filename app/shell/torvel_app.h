@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QPointer>
 #include <QRect>
@@ -13,6 +14,7 @@
 #include "common/paths.h"
 #include "service/charge_settings.h"
 
+class QIcon;
 class QMenu;
 class QQmlApplicationEngine;
 class QQuickWindow;
@@ -29,6 +31,7 @@ namespace torvel::app {
 class BatteryMonitor;
 class BusPump;
 class CalibrationModel;
+class DarkPreference;
 class ChargeArrivalController;
 class ChargeService;
 class ChargeSettings;
@@ -47,8 +50,8 @@ class SettingsPageModel;
 class TorvelWindowController;
 class Updater;
 
-// The application: owns the three long-lived models and everything around them, puts the flame in the tray
-// and runs the start-up sequence once.
+// The application: owns the three long-lived models and everything around them and runs the start-up sequence
+// once. The tray and its popup live in tray_popup.cpp, the offscreen pictures in screenshots.cpp.
 class TorvelApp : public QObject {
     Q_OBJECT
 
@@ -79,6 +82,12 @@ class TorvelApp : public QObject {
 
     // The one-time sequence: history ticking, a status refresh, and what the switches ask to open.
     void start();
+    // Opens what a plan names: at start-up, or when a second launch hands its switches over.
+    void open(const StartUpPlan& plan);
+    // Whether the flame is in a tray: without a tray host the app runs in the background.
+    bool inTray() const { return tray_ != nullptr; }
+    // The app's icon from the installed icon theme, the copy inside the binary when there is none.
+    static QIcon appIcon();
     // The panel in a window of its own; `popupNear` places it as a frameless popup by the tray icon.
     QQuickWindow* showPanel(std::optional<QRect> popupNear = std::nullopt);
     // Renders the panel offscreen into `file` (PNG). Returns an error text, or none when written.
@@ -98,6 +107,7 @@ class TorvelApp : public QObject {
 
   private:
     bool eventFilter(QObject* watched, QEvent* event) override;
+    void followAppearance();
     QQuickWindow* panelWindow();
     void setUpTray();
     void togglePopup();
@@ -135,6 +145,9 @@ class TorvelApp : public QObject {
     std::unique_ptr<ChargeArrivalController> arrival_;
     std::unique_ptr<QQmlApplicationEngine> engine_;
     QPointer<QQuickWindow> window_;
+    DarkPreference* darkPreference_ = nullptr;
+    // When the popup last went away: the click on the tray icon that took its focus should not reopen it.
+    QElapsedTimer popupClosed_;
     std::unique_ptr<QMenu> trayMenu_;
     std::unique_ptr<QSystemTrayIcon> tray_;
     bool started_ = false;

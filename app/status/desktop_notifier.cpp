@@ -2,6 +2,7 @@
 
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
 #include <QPointer>
 #include <QStringList>
 #include <QVariantMap>
@@ -38,38 +39,74 @@ void DesktopNotifier::historyReady(const QString& summary) {
     notifier_.historyReady(summary.toStdString());
 }
 
+NoticeActions::NoticeActions(QDBusConnection bus, QObject* parent) : QObject(parent) {
+    const QString path = QStringLiteral("/org/freedesktop/Notifications");
+    const QString interface = QStringLiteral("org.freedesktop.Notifications");
+    bus.connect({}, path, interface, QStringLiteral("ActionInvoked"), this,
+                SLOT(actionInvoked(uint, QString)));
+    bus.connect({}, path, interface, QStringLiteral("NotificationClosed"), this, SLOT(closed(uint, uint)));
+}
+
+void NoticeActions::posted(uint id, const QString& section) {
+    sections_.insert(id, section);
+}
+
+void NoticeActions::actionInvoked(uint id, const QString& action) {
+    // Ids are the server's, shared by every program: one not ours is not ours to follow.
+    const auto found = sections_.constFind(id);
+    if (found == sections_.constEnd() || action != u"default") return;
+    emit sectionRequested(*found);
+}
+
+void NoticeActions::closed(uint id, uint) {
+    sections_.remove(id);
+}
+
 namespace {
 
-NoticePoster notifyOn(QDBusConnection bus, QObject* context, QVariantMap hints, int expireMs) {
-    return [bus, guard = QPointer<QObject>(context), hints, expireMs](
-               const std::string& title, const std::string& body, std::function<void(bool)> completion) {
+NoticePoster notifyOn(QDBusConnection bus, QPointer<NoticeActions> actions, QObject* context,
+                      QVariantMap hints, int expireMs) {
+    hints.insert(QStringLiteral("desktop-entry"), QString::fromLatin1(DesktopNotifier::desktopEntry));
+    return [bus, actions, guard = QPointer<QObject>(context), hints, expireMs](
+               const std::string& title, const std::string& body, const std::string& opens,
+               std::function<void(bool)> completion) {
         if (!guard || !bus.isConnected()) return completion(false);
+        const QString section = QString::fromStdString(opens);
+        QStringList buttons;
+        if (actions && !section.isEmpty()) {
+            buttons << QStringLiteral("default")
+                    << QString::fromUtf8(Notifier::openAction.data(),
+                                         static_cast<qsizetype>(Notifier::openAction.size()));
+        }
         QDBusMessage notify = QDBusMessage::createMethodCall(
             QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("/org/freedesktop/Notifications"),
             QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("Notify"));
-        notify << QStringLiteral("Torvel") << 0u << QStringLiteral("torvel") << QString::fromStdString(title)
-               << QString::fromStdString(body) << QStringList{} << hints << expireMs;
+        notify << QStringLiteral("Torvel") << 0u << QString::fromLatin1(DesktopNotifier::desktopEntry)
+               << QString::fromStdString(title) << QString::fromStdString(body) << buttons << hints
+               << expireMs;
         auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(notify), guard.data());
         QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher,
-                         [watcher, completion](QDBusPendingCallWatcher*) {
+                         [watcher, completion, actions, section](QDBusPendingCallWatcher*) {
                              watcher->deleteLater();
-                             completion(!watcher->isError());
+                             const QDBusPendingReply<uint> reply = *watcher;
+                             if (!reply.isError() && actions && !section.isEmpty())
+                                 actions->posted(reply.value(), section);
+                             completion(!reply.isError());
                          });
     };
 }
 
 }  // namespace
 
-NoticePoster DesktopNotifier::sessionBus(QDBusConnection bus, QObject* context) {
-    return notifyOn(std::move(bus), context, {}, -1);
+NoticePoster DesktopNotifier::sessionBus(QDBusConnection bus, NoticeActions* actions) {
+    return notifyOn(std::move(bus), actions, actions, {}, -1);
 }
 
 NoticePoster DesktopNotifier::transientSessionBus(QDBusConnection bus, QObject* context, int expireMs) {
     const QVariantMap hints{{QStringLiteral("transient"), true},
                             {QStringLiteral("suppress-sound"), true},
-                            {QStringLiteral("urgency"), QVariant::fromValue(uchar(0))},
-                            {QStringLiteral("desktop-entry"), QStringLiteral("torvel")}};
-    return notifyOn(std::move(bus), context, hints, expireMs);
+                            {QStringLiteral("urgency"), QVariant::fromValue(uchar(0))}};
+    return notifyOn(std::move(bus), nullptr, context, hints, expireMs);
 }
 
 }  // namespace torvel::app

@@ -223,6 +223,11 @@ QString MacPageModel::privacyNote() const {
     return QStringLiteral("Torvel sends nothing: no analytics, no device ID.");
 }
 
+void MacPageModel::tellNoTray() {
+    trayNote_ = QString::fromStdString(MacPage::trayNote(false).value_or(std::string()));
+    emit trayNoteChanged();
+}
+
 QString MacPageModel::websiteUrl() const {
     return QStringLiteral(TORVEL_WEBSITE);
 }

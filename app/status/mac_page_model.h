@@ -54,6 +54,7 @@ class MacPageModel : public QObject {
     Q_PROPERTY(QString removeError READ removeError NOTIFY removeErrorChanged)
 
     Q_PROPERTY(QString privacyNote READ privacyNote CONSTANT)
+    Q_PROPERTY(QString trayNote READ trayNote NOTIFY trayNoteChanged)
     Q_PROPERTY(QString websiteUrl READ websiteUrl CONSTANT)
     Q_PROPERTY(QString privacyUrl READ privacyUrl CONSTANT)
     Q_PROPERTY(QString contactUrl READ contactUrl CONSTANT)
@@ -120,6 +121,11 @@ class MacPageModel : public QObject {
     QString removeError() const;
 
     QString privacyNote() const;
+    QString trayNote() const { return trayNote_; }
+    // No tray host, and the note not yet read: the page tells where the app went.
+    void tellNoTray();
+    // The page showed the note; it stays for the rest of the session.
+    Q_INVOKABLE void trayNoteShown() { emit trayNoteRead(); }
     QString websiteUrl() const;
     QString privacyUrl() const;
     QString contactUrl() const;
@@ -142,6 +148,8 @@ class MacPageModel : public QObject {
     void openLoginItems();
 
   signals:
+    void trayNoteChanged();
+    void trayNoteRead();
     void levelChanged();
     void headlineChanged();
     void sublineChanged();
@@ -181,6 +189,7 @@ class MacPageModel : public QObject {
     void announce(const std::vector<QVariant>& before);
     QString errorOf(ServiceInstaller::Operation operation) const;
 
+    QString trayNote_;
     ChargeSettings& settings_;
     ServiceInstaller& installer_;
     Sources sources_;

@@ -11,6 +11,7 @@ LaunchSwitches LaunchSwitches::parse(std::span<const std::string> arguments) {
         if (word == "--arrival") switches.arrival = true;
         if (word == "--onboarding") switches.onboarding = true;
         if (word == "--panel" || word == "--panneau") switches.panel = true;
+        if (word == "--window") switches.window = true;
         if ((word == "--settings" || word == "--reglages") && i + 1 < arguments.size()) {
             switches.settingsSection = arguments[i + 1];
         }
@@ -28,7 +29,15 @@ StartUpPlan StartUpPlan::decide(const LaunchSwitches& switches, bool onboardingS
     if (switches.settingsSection) {
         // Someone asked for the window; an unknown name still opens it, on the first tab.
         plan.mainWindowSection = AppSection::named(*switches.settingsSection).value_or(AppSection::today);
+    } else if (switches.window) {
+        plan.mainWindowSection = AppSection::today;
     }
+    return plan;
+}
+
+StartUpPlan StartUpPlan::handedOver(const LaunchSwitches& switches) {
+    StartUpPlan plan = decide(switches, true, false);
+    if (plan == StartUpPlan{}) plan.mainWindowSection = AppSection::today;
     return plan;
 }
 

@@ -14,6 +14,7 @@ struct LaunchSwitches {
     bool arrival = false;                        // "--arrival"
     bool onboarding = false;                     // "--onboarding"
     bool panel = false;                          // "--panel" or "--panneau"
+    bool window = false;                         // "--window": the launcher's, the main window at once
     std::optional<std::string> settingsSection;  // the word after "--settings" or "--reglages"
 
     // `arguments` without the program name; words the app does not know are left to others (Qt's own).
@@ -36,6 +37,9 @@ struct StartUpPlan {
     // `settingUpService` is the settings model's flag for a service replacement under way: the flow would
     // only get in its way.
     static StartUpPlan decide(const LaunchSwitches& switches, bool onboardingSeen, bool settingUpService);
+    // What a second launch asks of the copy already running: what its switches name, else the main window,
+    // since a user who starts the app again wants to see it.
+    static StartUpPlan handedOver(const LaunchSwitches& switches);
 };
 
 // Whether the app shows a Dock icon (and a menu bar of its own) or runs as an accessory.

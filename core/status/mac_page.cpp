@@ -226,6 +226,12 @@ std::string MacPage::runningTime(std::optional<double> startedAt, double now) {
     return tr("Running for %1", {DayWords::protectedTotal(seconds)});
 }
 
+std::optional<std::string> MacPage::trayNote(bool inTray) {
+    if (inTray) return std::nullopt;
+    return "This desktop shows no tray icons, so Torvel keeps working in the background: open it from the "
+           "application list whenever you want to see or change how your battery is charged.";
+}
+
 std::optional<std::string> MacPage::historyAmount(const HistoryStore::Summary& history) {
     if (history.days <= 0) return std::nullopt;
     return trn("%1 day recorded, %2", "%1 days recorded, %2", history.days,

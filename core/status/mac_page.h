@@ -85,6 +85,8 @@ struct MacPage {
 
     // "Running for 3d 4h"; "Not running" without a start time.
     static std::string runningTime(std::optional<double> startedAt, double now);
+    // Told once, on a desktop with no tray host: where the app went. Absent when the icon is in a tray.
+    static std::optional<std::string> trayNote(bool inTray);
     // "12 days recorded, 1.2 MB"; absent when nothing is recorded yet.
     static std::optional<std::string> historyAmount(const HistoryStore::Summary& history);
     // The control files the service writes, or what holds the charge instead.

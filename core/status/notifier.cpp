@@ -10,11 +10,11 @@ Notifier::Notifier(DefaultsStore& defaults, NoticePoster poster, SystemLock lock
       lock_(lock),
       systemLockedPosting_(std::make_shared<std::atomic<bool>>(false)) {}
 
-void Notifier::post(const std::string& title, const std::string& body, std::string_view key,
-                    std::function<void(bool)> alsoOnCompletion) {
+void Notifier::post(const std::string& title, const std::string& body, const std::string& opens,
+                    std::string_view key, std::function<void(bool)> alsoOnCompletion) {
     if (!poster_) return;
     DefaultsStore* defaults = &defaults_;
-    poster_(title, body, [defaults, key, then = std::move(alsoOnCompletion)](bool added) {
+    poster_(title, body, opens, [defaults, key, then = std::move(alsoOnCompletion)](bool added) {
         if (added) defaults->setBoolean(key, true);
         if (then) then(added);
     });
@@ -31,7 +31,7 @@ void Notifier::limitState(std::optional<bool> working) {
     post(tr("Torvel isn’t holding the charge"),
          tr("The charge limit is set, but this Mac keeps charging anyway. Your battery isn’t being protected "
             "right now. Open Torvel to see what it found."),
-         limitKey);
+         "mac", limitKey);
 }
 
 void Notifier::systemLocked(bool locked) {
@@ -47,7 +47,7 @@ void Notifier::systemLocked(bool locked) {
             "charges as "
             "it would without Torvel. Open Torvel to see what you can do in the meantime.",
             {major}),
-         lockedKey, [posting = systemLockedPosting_](bool added) {
+         "mac", lockedKey, [posting = systemLockedPosting_](bool added) {
              if (!added) posting->store(false);
          });
 }
@@ -56,7 +56,7 @@ void Notifier::historyReady(std::string_view summary) {
     if (defaults_.boolean(historyKey)) return;
     post(tr("Your battery journal is ready"),
          tr("Twenty-four hours of readings: the last-24-hours curve is now complete. %1", {summary}),
-         historyKey);
+         "today", historyKey);
 }
 
 }  // namespace torvel

@@ -21,9 +21,11 @@ class DefaultsStore {
 };
 
 // Shows one notice and reports, possibly later and from another thread, whether it was added. A refused
-// authorisation, a missing notification service or an error all report false.
-using NoticePoster = std::function<void(const std::string& title, const std::string& body,
-                                        std::function<void(bool added)> completion)>;
+// authorisation, a missing notification service or an error all report false. `opens` names the section
+// (as AppSection reads it) that clicking the notice opens; empty, the notice leads nowhere.
+using NoticePoster =
+    std::function<void(const std::string& title, const std::string& body, const std::string& opens,
+                       std::function<void(bool added)> completion)>;
 
 // The app's three notices. Each is shown at most once until its cause goes away (the journal notice once
 // ever); a key is set only when the notice was really added, so a refusal is retried on the next occasion.
@@ -32,6 +34,8 @@ class Notifier {
     static constexpr std::string_view limitKey = "notifiedLimitNotWorking";
     static constexpr std::string_view lockedKey = "notifiedSystemLocked";
     static constexpr std::string_view historyKey = "notifiedHistoryReady";
+    // The words of a notice's default action, for the notification servers that show it as a button.
+    static constexpr std::string_view openAction = "Open Torvel";
 
     // `defaults` must outlive every completion the poster may still call.
     Notifier(DefaultsStore& defaults, NoticePoster poster, SystemLock lock);
@@ -44,8 +48,8 @@ class Notifier {
     void historyReady(std::string_view summary);
 
   private:
-    void post(const std::string& title, const std::string& body, std::string_view key,
-              std::function<void(bool)> alsoOnCompletion = {});
+    void post(const std::string& title, const std::string& body, const std::string& opens,
+              std::string_view key, std::function<void(bool)> alsoOnCompletion = {});
 
     DefaultsStore& defaults_;
     NoticePoster poster_;

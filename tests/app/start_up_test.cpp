@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
 #include <vector>
 
 // Each plan names only what it opens.
@@ -34,11 +35,26 @@ TEST(StartUp, WhatTheSwitchesOpen) {
         {"an unknown section opens the first tab", {"--settings", "nowhere"}, true, false, today},
         {"a section switch without a name", {"--settings"}, true, false, nothing},
         {"toolkit arguments are ignored", {"-platform", "offscreen", "--arrival"}, true, false, arrival},
+        {"from the launcher", {"--window"}, true, false, today},
+        {"from the launcher at a section", {"--window", "--settings", "advanced"}, true, false, mac},
     };
     // clang-format on
     for (const auto& c : cases) {
         EXPECT_EQ(StartUpPlan::decide(LaunchSwitches::parse(c.arguments), c.seen, c.settingUp), c.plan)
             << c.what;
+    }
+}
+
+TEST(StartUp, WhatASecondLaunchOpensInTheFirst) {
+    const StartUpPlan panel{.showPanelWindow = true}, mac{.mainWindowSection = AppSection::mac},
+        today{.mainWindowSection = AppSection::today};
+    const std::pair<std::vector<std::string>, StartUpPlan> cases[] = {
+        {{}, today},  // never the first run again, and never nothing at all
+        {{"--settings", "advanced"}, mac},
+        {{"--panel"}, panel},
+    };
+    for (const auto& [arguments, plan] : cases) {
+        EXPECT_EQ(StartUpPlan::handedOver(LaunchSwitches::parse(arguments)), plan) << arguments.size();
     }
 }
 

@@ -25,6 +25,7 @@ class PrivateBus {
         daemon_.waitForFinished(5000);
     }
     bool running() const { return !address_.isEmpty(); }
+    const QString& address() const { return address_; }
 
     // A name unique to the process: QtDBus hands back an existing connection, perhaps to an earlier bus,
     // for a name it knows.

@@ -28,14 +28,16 @@ struct Centre {
     struct Request {
         std::string title;
         std::string body;
+        std::string opens;
         std::function<void(bool)> completion;
     };
     std::vector<Request> requests;
     bool authorised = true;
 
     NoticePoster poster() {
-        return [this](const std::string& title, const std::string& body, std::function<void(bool)> done) {
-            requests.push_back({title, body, std::move(done)});
+        return [this](const std::string& title, const std::string& body, const std::string& opens,
+                      std::function<void(bool)> done) {
+            requests.push_back({title, body, opens, std::move(done)});
         };
     }
     void answerAll() {
@@ -83,6 +85,7 @@ TEST(NotifierLimit, ARefusalIsRetriedAtTheNextFailure) {
     ASSERT_EQ(centre.requests.size(), 2u);
     EXPECT_TRUE(defaults.boolean(Notifier::limitKey));
     EXPECT_EQ(centre.requests[1].title, "Torvel isn’t holding the charge");
+    EXPECT_EQ(centre.requests[1].opens, "mac");  // the checkup says what it found
 }
 
 TEST(NotifierSystemLock, OnceARunUnlessRefusedAndNeverForAPretendedRelease) {
@@ -127,6 +130,7 @@ TEST(NotifierHistory, JournalNoticeOnceEver) {
     Notifier(defaults, centre.poster(), SystemLock{}).historyReady("Another day.");
     ASSERT_EQ(centre.requests.size(), 1u);
     EXPECT_EQ(centre.requests[0].title, "Your battery journal is ready");
+    EXPECT_EQ(centre.requests[0].opens, "today");
     EXPECT_EQ(centre.requests[0].body,
               "Twenty-four hours of readings: the last-24-hours curve is now complete. A calm day.");
 }

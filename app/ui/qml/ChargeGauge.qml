@@ -17,6 +17,9 @@ FocusScope {
 
     implicitHeight: column.implicitHeight
     activeFocusOnTab: true
+    // Focus a pointer or the panel's opening gave: no ring until a key is pressed.
+    property bool quietFocus: false
+    onActiveFocusChanged: if (!activeFocus) quietFocus = false
 
     function position(value) {
         const clamped = Math.max(minimum, Math.min(maximum, value))
@@ -120,7 +123,7 @@ FocusScope {
                 anchors.bottomMargin: -6
                 cursorShape: Qt.SizeHorCursor
                 preventStealing: true
-                onPressed: (mouse) => { gauge.forceActiveFocus(); gauge.dragged(gauge.valueAt(mouse.x)) }
+                onPressed: (mouse) => { gauge.quietFocus = true; gauge.forceActiveFocus(); gauge.dragged(gauge.valueAt(mouse.x)) }
                 onPositionChanged: (mouse) => { if (pressed) gauge.dragged(gauge.valueAt(mouse.x)) }
                 onReleased: gauge.released()
             }
@@ -158,15 +161,20 @@ FocusScope {
         color: "transparent"
         border.width: 2
         border.color: Qt.rgba(Ember.ember.r, Ember.ember.g, Ember.ember.b, 0.5)
-        visible: gauge.activeFocus && !pointer.pressed
+        visible: gauge.activeFocus && !gauge.quietFocus
     }
 
     Accessible.role: Accessible.Slider
     Accessible.name: "Charge limit"
     Accessible.onIncreaseAction: gauge.stepped(1)
     Accessible.onDecreaseAction: gauge.stepped(-1)
-    Keys.onRightPressed: gauge.stepped(1)
-    Keys.onUpPressed: gauge.stepped(1)
-    Keys.onLeftPressed: gauge.stepped(-1)
-    Keys.onDownPressed: gauge.stepped(-1)
+    // A step from the keyboard shows where the keyboard is.
+    function keyed(delta) {
+        quietFocus = false
+        stepped(delta)
+    }
+    Keys.onRightPressed: gauge.keyed(1)
+    Keys.onUpPressed: gauge.keyed(1)
+    Keys.onLeftPressed: gauge.keyed(-1)
+    Keys.onDownPressed: gauge.keyed(-1)
 }

@@ -9,6 +9,12 @@ Rectangle {
     color: Ember.screen
     readonly property real padding: 18
 
+    // The keyboard starts on the limit, the one thing a user comes to change; the ring waits for a key.
+    function takeKeyboard() {
+        gauge.quietFocus = true
+        gauge.forceActiveFocus()
+    }
+
     Column {
         id: body
         x: panel.padding
@@ -72,6 +78,8 @@ Rectangle {
         }
 
         ChargeGauge {
+            id: gauge
+            objectName: "gauge"
             width: parent.width
             charge: Panel.charge
             chargeKnown: Panel.chargeKnown

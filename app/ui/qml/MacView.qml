@@ -44,6 +44,15 @@ Column {
         }
     }
 
+    NoteCard {
+        objectName: "trayNote"
+        visible: MacPage.trayNote.length > 0
+        width: parent.width
+        text: MacPage.trayNote
+        onVisibleChanged: if (visible) MacPage.trayNoteShown()
+        Component.onCompleted: if (visible) MacPage.trayNoteShown()
+    }
+
     SettingsCard {
         width: parent.width
         title: "Checkup"

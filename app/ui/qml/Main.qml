@@ -14,11 +14,19 @@ Window {
     maximumHeight: panel.implicitHeight
     color: Ember.screen
     title: popup ? "Torvel" : "Panel (review)"
-    flags: popup ? (Qt.Popup | Qt.FramelessWindowHint) : Qt.Window
-    // A popup goes away when the user turns to something else, as a menu does.
-    onActiveChanged: if (popup && !active) visible = false
+    // A window the window manager gives the keyboard to, drawn without a frame above the others: an X11
+    // popup is never given input focus, so its keys and its closing on focus loss would never work.
+    flags: popup ? (Qt.Tool | Qt.FramelessWindowHint | Qt.WindowStaysOnTopHint) : Qt.Window
+    // A popup goes away when the user turns to something else (a click outside takes the focus with it), as
+    // a menu does.
+    onActiveChanged: {
+        if (popup && !active) visible = false
+        if (popup && active) panel.takeKeyboard()
+    }
 
     GaugePanel {
         id: panel
+        focus: true
+        Keys.onEscapePressed: if (window.popup) window.visible = false
     }
 }
