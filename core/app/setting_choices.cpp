@@ -178,7 +178,8 @@ std::string lockBanner(const SystemLock& lock) {
     return "Torvel can’t hold your limit on macOS " + std::to_string(lock.macOSMajor) + " yet.";
 }
 
-std::string limitFootnote(int limit, const SystemLock& lock) {
+std::optional<std::string> limitFootnote(int limit, bool limitOn, const SystemLock& lock) {
+    if (!limitOn) return std::nullopt;
     if (lock.usesNative) {
         return "On macOS " + std::to_string(lock.macOSMajor) +
                ", macOS itself tops the battery up, 5 points below the limit.";
