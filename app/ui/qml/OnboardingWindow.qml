@@ -71,6 +71,9 @@ Window {
             width: parent.width - 96
             sourceComponent: [welcome, installFailed, unsupported, probeFailed, checking, handOver, service,
                               awaitingApproval, tuning, done][window.model.step]
+            // A new screen takes the keys back: the control that had them (Skip, Copy) may be gone with the
+            // old one, and Return must still go on.
+            onLoaded: keys.forceActiveFocus()
         }
 
         Item {
