@@ -59,12 +59,16 @@ QVariantList ChartModel::chargeTicks() const {
     return tickList(plot_.chargeTicks);
 }
 
+QVariantList ChartModel::temperatureTicks() const {
+    return tickList(plot_.temperatureTicks);
+}
+
 double ChartModel::selectedX() const {
     return selection_ ? series_.buckets[*selection_].position : 0;
 }
 
 double ChartModel::selectedY() const {
-    return selection_ ? ChartPlot::chargeLevel(series_.buckets[*selection_].pct, frame_.lowest) : 0;
+    return selection_ ? ChartPlot::chargeHeight(series_.buckets[*selection_].pct, frame_) : 0;
 }
 
 void ChartModel::select(double position) {

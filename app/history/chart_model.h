@@ -16,6 +16,7 @@ class ChartModel : public QObject {
     Q_PROPERTY(bool empty READ empty NOTIFY plotChanged)
     Q_PROPERTY(QVariantList timeTicks READ timeTicks NOTIFY plotChanged)
     Q_PROPERTY(QVariantList chargeTicks READ chargeTicks NOTIFY plotChanged)
+    Q_PROPERTY(QVariantList temperatureTicks READ temperatureTicks NOTIFY plotChanged)
     Q_PROPERTY(int limit READ limit WRITE setLimit NOTIFY limitChanged)
     Q_PROPERTY(int thermalLimit READ thermalLimit WRITE setThermalLimit NOTIFY thermalLimitChanged)
     Q_PROPERTY(bool selected READ selected NOTIFY selectionChanged)
@@ -39,6 +40,7 @@ class ChartModel : public QObject {
     bool empty() const { return series_.buckets.empty(); }
     QVariantList timeTicks() const;
     QVariantList chargeTicks() const;
+    QVariantList temperatureTicks() const;
     int limit() const { return frame_.limit.value_or(0); }
     void setLimit(int limit);
     int thermalLimit() const { return frame_.thermalLimit.value_or(0); }

@@ -94,6 +94,7 @@ OnboardingModel::OnboardingModel(Dependencies dependencies, OnboardingFlow::Mode
         emit restingFloorChanged();
         emit chosenProfileChanged();
         emit commandChanged();
+        emit wordsChanged();
     });
     check();
 }
@@ -157,6 +158,31 @@ QVariantList OnboardingModel::profiles() const {
 QString OnboardingModel::command() const {
     return QString::fromStdString(OnboardingFlow::commandToCopy(settings_.value(), settings_.installation(),
                                                                 installCommand_.toStdString()));
+}
+
+QVariantMap OnboardingModel::words() const {
+    const auto text = [](const std::string& words) { return QString::fromStdString(words); };
+    const OnboardingWords words = onboardingWords(flow_.mode(), helperReady(), limit(), restingFloor());
+    QVariantList rows;
+    for (const auto& row : words.handOverRows) {
+        rows.append(QVariantMap{{QStringLiteral("label"), text(row.label)},
+                                {QStringLiteral("value"), text(row.value)},
+                                {QStringLiteral("ticked"), row.ticked}});
+    }
+    QVariantList rail;
+    for (const RailStop stop : railStops(flow_.progress(lock_.usesNative), lock_.usesNative, helperReady()))
+        rail.append(static_cast<int>(stop));
+    const auto& step = flow_.step();
+    return {{QStringLiteral("handOverTitle"), text(words.handOverTitle)},
+            {QStringLiteral("handOverSubtitle"), text(words.handOverSubtitle)},
+            {QStringLiteral("handOverRows"), rows},
+            {QStringLiteral("restingTitle"), text(words.restingTitle)},
+            {QStringLiteral("restingText"), text(words.restingText)},
+            {QStringLiteral("doneSubtitle"), text(words.doneSubtitle)},
+            {QStringLiteral("failure"), step.kind == OnboardingFlow::Step::Kind::installFailed
+                                            ? text(installFailureSentence(step.message))
+                                            : QString()},
+            {QStringLiteral("rail"), rail}};
 }
 
 void OnboardingModel::check() {
@@ -274,6 +300,7 @@ void OnboardingModel::settle(const Snapshot& before, bool mayFinish) {
     }
     if (after.canGoBack != before.canGoBack) emit canGoBackChanged();
     if (after.progress != before.progress) emit progressChanged();
+    if (!(after.step == before.step) || after.progress != before.progress) emit wordsChanged();
     syncPolling();
     if (mayFinish && after.step.kind == OnboardingFlow::Step::Kind::done &&
         before.step.kind != OnboardingFlow::Step::Kind::done)

@@ -62,6 +62,9 @@ class OnboardingModel : public QObject {
     Q_PROPERTY(QVariantList profiles READ profiles CONSTANT)
     Q_PROPERTY(QString daemonSizeText READ daemonSizeText CONSTANT)
     Q_PROPERTY(QString command READ command NOTIFY commandChanged)
+    // The words of the screens that depend on whether the service is there, and how the rail draws each
+    // stop; they change with the step and with the service.
+    Q_PROPERTY(QVariantMap words READ words NOTIFY wordsChanged)
 
   public:
     enum class Step {
@@ -130,6 +133,7 @@ class OnboardingModel : public QObject {
     QVariantList profiles() const;
     QString daemonSizeText() const { return daemonSizeText_; }
     QString command() const;
+    QVariantMap words() const;
 
   public slots:
     void check();
@@ -159,7 +163,8 @@ class OnboardingModel : public QObject {
     void restingFloorChanged();
     void chosenProfileChanged();
     void commandChanged();
-    // The flow reached `done`: the window closes.
+    void wordsChanged();
+    // The flow reached `done` and the first run is recorded as seen; the window stays on its last screen.
     void finished();
 
   private:

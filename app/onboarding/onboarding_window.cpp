@@ -48,10 +48,6 @@ bool OnboardingWindowController::show(OnboardingFlow::Mode mode) {
         const QRect area = screen->availableGeometry();
         window_->setPosition(area.center() - QPoint(size.width() / 2, size.height() / 2));
     }
-    // Finishing the whole flow is the user's own last click; a short flow ends by itself when the service
-    // comes up, so its last screen stays to say so.
-    if (!mode.approvalOnly && !mode.migrationOnly)
-        connect(model_.get(), &OnboardingModel::finished, window_, &QWindow::close);
     connect(window_, &QWindow::visibleChanged, this, [this](bool shown) {
         if (!shown) closed();
     });

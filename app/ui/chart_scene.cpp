@@ -182,6 +182,7 @@ ChartScene ChartScene::compose(const ChartPlot& plot, QSizeF size, const ChartSt
         const qreal x = std::round(tick.at * size.width() - 0.5) + 0.5;
         scene.lines.push_back({{{x, 0}, {x, size.height()}}, style.grid, 1});
     }
+    for (const auto& tick : plot.temperatureTicks) addLevel(scene, tick.at, plotArea, style.grid, 1);
     if (plot.heatLevel) addLevel(scene, *plot.heatLevel, plotArea, style.heat, 1, heatDashes);
     for (const auto& run : plot.temperature) {
         Line line{{}, style.temperature, style.quietWidth};
@@ -194,7 +195,7 @@ ChartScene ChartScene::compose(const ChartPlot& plot, QSizeF size, const ChartSt
         Line line{{}, style.charge, style.chargeWidth};
         line.points.reserve(run.size());
         for (const auto& point : run) line.points.push_back(toPixels(point, plotArea));
-        scene.areas.push_back({line.points, plotArea.height(), style.fill});
+        scene.areas.push_back({line.points, (1 - plot.chargeBase) * plotArea.height(), style.fill});
         scene.lines.push_back(std::move(line));
     }
     if (style.latestDot && !plot.charge.empty() && !selection) {

@@ -106,7 +106,8 @@ QString SettingsPageModel::restingHelp() const {
     return qs(C::restingFor(limit(), hysteresis()).help);
 }
 QString SettingsPageModel::limitFootnote() const {
-    return qs(C::limitFootnote(limit(), lock_));
+    const auto footnote = C::limitFootnote(limit(), limitOn(), lock_);
+    return footnote ? qs(*footnote) : QString();
 }
 QString SettingsPageModel::nativeNote() const {
     const auto note = C::nativeNote(limit(), settings_.value().status.published.nativeFloor, lock_);

@@ -183,7 +183,8 @@ std::string lockBanner(const SystemLock& lock) {
     return tr("Torvel can’t hold your limit on macOS %1 yet.", {std::to_string(lock.macOSMajor)});
 }
 
-std::string limitFootnote(int limit, const SystemLock& lock) {
+std::optional<std::string> limitFootnote(int limit, bool limitOn, const SystemLock& lock) {
+    if (!limitOn) return std::nullopt;
     if (lock.usesNative) {
         return tr("On macOS %1, macOS itself tops the battery up, 5 points below the limit.",
                   {std::to_string(lock.macOSMajor)});

@@ -83,7 +83,8 @@ int limitStep(bool native);
 
 // The sentences of the limit card and the cards around it.
 std::string lockBanner(const SystemLock& lock);
-std::string limitFootnote(int limit, const SystemLock& lock);
+// Absent while the limit is off: there is no resting range to explain.
+std::optional<std::string> limitFootnote(int limit, bool limitOn, const SystemLock& lock);
 std::optional<std::string> nativeNote(int limit, std::optional<int> nativeFloor, const SystemLock& lock);
 std::string heatLine(std::optional<double> celsius);
 

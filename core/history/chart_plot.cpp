@@ -41,6 +41,24 @@ double ChartPlot::chargeLevel(double pct, int lowest) {
     return unit((pct - bottom) / (100 - bottom));
 }
 
+namespace {
+
+bool ownTemperatureLane(const ChartPlot::Frame& frame) {
+    return frame.temperature && frame.ticks;
+}
+
+}  // namespace
+
+double ChartPlot::chargeHeight(double pct, const Frame& frame) {
+    const double level = chargeLevel(pct, frame.lowest);
+    return ownTemperatureLane(frame) ? chargeLaneBottom + level * (1 - chargeLaneBottom) : level;
+}
+
+double ChartPlot::temperatureHeight(double celsius, const Frame& frame) {
+    const double level = temperatureLevel(celsius);
+    return ownTemperatureLane(frame) ? level * temperatureLaneTop : level;
+}
+
 std::vector<ChartPlot::Tick> ChartPlot::ticksFor(Instant start, Instant end) {
     const double span = end - start;
     std::vector<Instant> instants;
@@ -101,13 +119,21 @@ std::vector<ChartPlot::Tick> ChartPlot::ticksFor(Instant start, Instant end) {
 
 ChartPlot ChartPlot::lay(const ChartSeries& series, const Frame& frame) {
     ChartPlot plot;
-    if (frame.limit) plot.limitLevel = chargeLevel(*frame.limit, frame.lowest);
-    if (frame.temperature && frame.thermalLimit) plot.heatLevel = temperatureLevel(*frame.thermalLimit);
+    plot.chargeBase = chargeHeight(frame.lowest, frame);
+    if (frame.limit) plot.limitLevel = chargeHeight(*frame.limit, frame);
+    if (frame.temperature && frame.thermalLimit)
+        plot.heatLevel = temperatureHeight(*frame.thermalLimit, frame);
     if (frame.ticks) {
         plot.timeTicks = ticksFor(series.start, series.end);
         for (const int pct : {0, 50, 100}) {
-            const double level = chargeLevel(pct, frame.lowest);
+            const double level = chargeHeight(pct, frame);
             plot.chargeTicks.push_back({level, Fmt::percent(pct), level});
+        }
+    }
+    if (ownTemperatureLane(frame)) {
+        for (const int celsius : {25, 45}) {
+            const double level = temperatureHeight(celsius, frame);
+            plot.temperatureTicks.push_back({level, std::to_string(celsius) + " °C", level});
         }
     }
     const auto& buckets = series.buckets;
@@ -118,12 +144,13 @@ ChartPlot ChartPlot::lay(const ChartSeries& series, const Frame& frame) {
     for (const auto& bucket : buckets) {
         const bool joined = previous && !gapBetween(series, slotCount, *previous, bucket);
         if (!joined) plot.charge.emplace_back();
-        plot.charge.back().push_back({unit(bucket.position), chargeLevel(bucket.pct, frame.lowest)});
+        plot.charge.back().push_back({unit(bucket.position), chargeHeight(bucket.pct, frame)});
 
         // A bucket without a temperature breaks the temperature line only.
         if (bucket.temp && frame.temperature) {
             if (!joined || !temperatureOpen) plot.temperature.emplace_back();
-            plot.temperature.back().push_back({unit(bucket.position), temperatureLevel(*bucket.temp)});
+            plot.temperature.back().push_back(
+                {unit(bucket.position), temperatureHeight(*bucket.temp, frame)});
         }
         temperatureOpen = bucket.temp.has_value() && frame.temperature;
 

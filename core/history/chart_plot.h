@@ -52,10 +52,13 @@ struct ChartPlot {
         bool plugged = false;
     };
 
-    // The quiet temperature line shares the plot's height on a fixed scale, so two charts compare at a
-    // glance.
+    // The quiet temperature line has a fixed scale, so two charts compare at a glance. On a chart that is
+    // read (one with ticks) it keeps a lane of its own under the charge, with its own degrees: on a shared
+    // height the heat limit lay wherever a charge limit happened to, and the two dashed lines merged.
     static constexpr double coolest = 15;
     static constexpr double hottest = 55;
+    static constexpr double temperatureLaneTop = 0.22;
+    static constexpr double chargeLaneBottom = 0.3;
     // A journal that stops for longer than this is not joined up: the analysis stops counting time after ten
     // minutes too.
     static constexpr double gapSeconds = 600;
@@ -67,6 +70,9 @@ struct ChartPlot {
     std::optional<double> heatLevel;
     std::vector<Tick> timeTicks;
     std::vector<Tick> chargeTicks;
+    std::vector<Tick> temperatureTicks;
+    // Where 0 % (or the sparkline's lowest charge) lies: the charge's area is filled down to here.
+    double chargeBase = 0;
 
     static ChartPlot lay(const ChartSeries& series, const Frame& frame);
 
@@ -78,6 +84,9 @@ struct ChartPlot {
                            const ChartSeries::Bucket& later);
     static double temperatureLevel(double celsius);
     static double chargeLevel(double pct, int lowest);
+    // Where a charge or a temperature lies in a plot laid out with `frame`.
+    static double chargeHeight(double pct, const Frame& frame);
+    static double temperatureHeight(double celsius, const Frame& frame);
     static std::vector<Tick> ticksFor(Instant start, Instant end);
     static Reading reading(const ChartSeries& series, const ChartSeries::Bucket& bucket);
 };

@@ -219,6 +219,87 @@ std::string_view name(OnboardingFlow::Step::Kind kind) {
     return {};
 }
 
+namespace {
+
+bool mentions(std::string_view text, std::string_view word) {
+    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+    return std::search(text.begin(), text.end(), word.begin(), word.end(),
+                       [&](char a, char b) { return lower(a) == lower(b); }) != text.end();
+}
+
+std::string percent(int value) {
+    return std::to_string(value) + "%";
+}
+
+}  // namespace
+
+OnboardingWords onboardingWords(OnboardingFlow::Mode mode, bool ready, int limit, int restingFloor) {
+    OnboardingWords words;
+    if (ready) {
+        words.handOverTitle = "The service takes it from here";
+        words.handOverSubtitle =
+            "The charge service holds your limit by itself: with this window closed, after a restart, before "
+            "anyone logs in.";
+        words.handOverRows = {{"The limit", "Held by the service, always", true},
+                              {"The tray flame", "The charge and what the service does", true},
+                              {"Your readings", "Kept on this laptop, never sent", true}};
+        words.restingTitle =
+            "Charging stops at " + percent(limit) + " and starts again below " + percent(restingFloor) + ".";
+        words.restingText = "The battery rests in between, so it spends less of its life full.";
+    } else {
+        words.handOverTitle = "The charge service is still to install";
+        words.handOverSubtitle =
+            "Until it is installed, nothing holds your limit and the battery charges to full as before. You "
+            "can install it later from the main window, or with the command below.";
+        words.handOverRows = {{"The limit", "Held once the service is installed", false},
+                              {"The tray flame", "The charge, and that the service is missing", true},
+                              {"Your readings", "Kept on this laptop once the service runs", false}};
+        words.restingTitle = "Once the service runs, charging stops at " + percent(limit) +
+                             " and starts again below " + percent(restingFloor) + ".";
+        words.restingText = "Until then the battery charges to full, as it did before Torvel.";
+    }
+    if (mode.migrationOnly) {
+        words.doneSubtitle =
+            "The charge service that came with this version is running, with your settings and history.";
+    } else if (mode.approvalOnly) {
+        words.doneSubtitle = "The charge service is allowed and running again.";
+    } else if (ready) {
+        words.doneSubtitle =
+            "Torvel lives in the tray. Click the flame for the charge and the limit; the main window has the "
+            "rest.";
+    } else {
+        words.doneSubtitle =
+            "Torvel lives in the tray, but the charge service isn’t installed yet, so nothing holds your "
+            "limit: "
+            "install it from the main window whenever you’re ready.";
+    }
+    return words;
+}
+
+std::string installFailureSentence(std::string_view detail) {
+    if (mentions(detail, "bus"))
+        return "Torvel couldn’t reach the system’s service manager, so the charge service wasn’t installed.";
+    if (mentions(detail, "pkexec") || mentions(detail, "sudo") || mentions(detail, "cannot run"))
+        return "Torvel couldn’t ask for an administrator’s password, so the charge service wasn’t installed.";
+    if (mentions(detail, "allowed") || mentions(detail, "not authori"))
+        return "The system didn’t allow the install, so the charge service wasn’t installed.";
+    return "The install stopped before it finished, so the charge service wasn’t installed.";
+}
+
+std::vector<RailStop> railStops(std::optional<int> progress, bool usesNative, bool ready) {
+    std::vector<RailStop> stops(usesNative ? 3 : 4, RailStop::ahead);
+    if (!progress) return stops;
+    constexpr int serviceStop = 1;
+    for (int index = 0; index < static_cast<int>(stops.size()); ++index) {
+        auto& stop = stops[static_cast<std::size_t>(index)];
+        if (index == *progress)
+            stop = RailStop::here;
+        else if (index < *progress)
+            stop = index == serviceStop && !ready ? RailStop::toDo : RailStop::passed;
+    }
+    return stops;
+}
+
 std::optional<OnboardingFlow::Mode> OnboardingWindowSync::syncApproval(bool serviceNeedsApproval,
                                                                        bool onboardingSeen,
                                                                        bool windowVisible) const {

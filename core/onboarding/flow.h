@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "battery/probe.h"
 #include "service/charge_settings.h"
@@ -141,6 +142,34 @@ class OnboardingFlow {
 };
 
 std::string_view name(OnboardingFlow::Step::Kind kind);
+
+// What the screens after the service step say. A user who skipped the install, or whose install failed,
+// has no service holding the limit yet, and these screens must not pretend otherwise.
+struct OnboardingWords {
+    struct Row {
+        std::string label;
+        std::string value;
+        bool ticked = false;
+        bool operator==(const Row&) const = default;
+    };
+    std::string handOverTitle;
+    std::string handOverSubtitle;
+    std::vector<Row> handOverRows;
+    std::string restingTitle;
+    std::string restingText;
+    std::string doneSubtitle;
+};
+// `ready` is whether the service is installed and current now, not whether the user pressed Install.
+OnboardingWords onboardingWords(OnboardingFlow::Mode mode, bool ready, int limit, int restingFloor);
+
+// The product's own sentence over the system's words when the install fails; the system's words go
+// beneath it unchanged, for whoever has to look into it.
+std::string installFailureSentence(std::string_view detail);
+
+// How each stop of the rail at the top of the window is drawn. The service stop is never ticked while
+// the service is missing: the user went past it, but it is still to do.
+enum class RailStop { ahead, here, passed, toDo };
+std::vector<RailStop> railStops(std::optional<int> progress, bool usesNative, bool ready);
 
 // The onboarding window's two self-opening flows; a flow the user dismissed is not pushed again.
 struct OnboardingWindowSync {

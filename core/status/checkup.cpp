@@ -20,7 +20,8 @@ Checkup::Checkup(const ChargeSettingsState& settings, ServiceState serviceState,
       nativeLimit_(settings.status.published.nativeLimit),
       login_(login),
       led_(settings.settings.led),
-      ledSupported_(settings.status.published.ledSupported),
+      ledSupported_(settings.status.published.ts ? std::optional(settings.status.published.ledSupported)
+                                                 : std::nullopt),
       history_(settings.settings.history),
       updates_(updates) {
     if (const auto& other = settings.status.published.otherWriter) otherWriter_ = other->program;
@@ -86,7 +87,9 @@ Checkup::Reading Checkup::reading(Piece piece) const {
             if (login_ == LoginItem::Status::enabled) return {piece, Level::ok, tr("On")};
             return {piece, Level::off, tr("Off")};
         case Piece::led:
-            if (!led_ || !ledSupported_) return {piece, Level::off, tr("By macOS")};
+            if (!led_) return {piece, Level::off, tr("By macOS")};
+            if (!ledSupported_) return {piece, Level::off, tr("Not yet")};
+            if (!*ledSupported_) return {piece, Level::off, tr("By macOS")};
             return {piece, Level::ok, tr("Driven")};
         case Piece::history:
             return history_ ? Reading{piece, Level::ok, tr("Recording")}

@@ -72,7 +72,8 @@ class Checkup {
     std::optional<int> nativeLimit_;
     LoginItem::Status login_;
     bool led_;
-    bool ledSupported_;
+    // Absent until the service has published a status: a fresh install knows nothing of the light yet.
+    std::optional<bool> ledSupported_;
     bool history_;
     UpdaterState updates_;
 };

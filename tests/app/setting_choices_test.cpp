@@ -85,8 +85,10 @@ TEST(SettingChoices, TheNativeNoteTellsTheFloorWhenTheLimitIsBelowIt) {
     EXPECT_EQ(C::nativeNote(85, 80, native),
               "On macOS 26, Torvel sets macOS’s own charge limit. Change it here, not in System Settings.");
     EXPECT_EQ(C::nativeNote(70, 80, SystemLock{}), std::nullopt);
-    EXPECT_EQ(C::limitFootnote(80, native),
+    EXPECT_EQ(C::limitFootnote(80, true, native),
               "On macOS 26, macOS itself tops the battery up, 5 points below the limit.");
+    EXPECT_EQ(C::limitFootnote(80, false, SystemLock{}), std::nullopt)
+        << "no resting range while the limit is off";
 }
 
 }  // namespace

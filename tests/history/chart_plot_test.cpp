@@ -107,23 +107,6 @@ TEST(ChartPlotLay, GapsBreakTheLinesAndBandsFollowThePlug) {
     }
 }
 
-TEST(ChartPlotLay, LevelsAndPointsOnTheirScales) {
-    const ChartSeries series{{{0.5, 60, 35.0, false}}, march7, march7 + oneDay};
-    const auto plot = ChartPlot::lay(series, frame(80, 80));
-    EXPECT_DOUBLE_EQ(*plot.limitLevel, 0.8);
-    EXPECT_DOUBLE_EQ(*plot.heatLevel, 0.625);
-    EXPECT_EQ(plot.charge.front().front(), (Point{0.5, 0.6}));
-    EXPECT_EQ(plot.temperature.front().front(), (Point{0.5, 0.5}));
-
-    // The sparkline shares the gauge's scale; a charge below it rests on the bottom edge.
-    const ChartSeries low{{{0.5, 10, {}, false}}, march7, march7 + oneDay};
-    const auto spark = ChartPlot::lay(low, frame(80, 80, 20, false));
-    EXPECT_DOUBLE_EQ(*spark.limitLevel, 0.75);
-    EXPECT_EQ(spark.charge.front().front().y, 0);
-    EXPECT_FALSE(spark.heatLevel);
-    EXPECT_TRUE(spark.temperature.empty());
-}
-
 std::vector<double> positions(const std::vector<ChartPlot::Tick>& ticks) {
     std::vector<double> at;
     for (const auto& tick : ticks) at.push_back(tick.at);
@@ -139,6 +122,35 @@ std::vector<std::string> labels(const std::vector<ChartPlot::Tick>& ticks) {
         words.push_back(tick.label);
     }
     return words;
+}
+
+TEST(ChartPlotLay, LevelsAndPointsOnTheirScales) {
+    const ChartSeries series{{{0.5, 60, 35.0, false}}, march7, march7 + oneDay};
+    // A chart that is read gives the temperature its own lane and degrees under the charge's: a 62 % limit
+    // and a 40 °C heat limit no longer share a height.
+    auto read = frame(80, 62);
+    const auto plot = ChartPlot::lay(series, read);
+    EXPECT_DOUBLE_EQ(*plot.limitLevel, 0.3 + 0.62 * 0.7);
+    EXPECT_DOUBLE_EQ(*plot.heatLevel, 0.625 * 0.22);
+    EXPECT_DOUBLE_EQ(plot.chargeBase, 0.3);
+    EXPECT_DOUBLE_EQ(plot.charge.front().front().y, 0.3 + 0.6 * 0.7);
+    EXPECT_DOUBLE_EQ(plot.temperature.front().front().y, 0.5 * 0.22);
+    EXPECT_EQ(labels(plot.temperatureTicks), (std::vector<std::string>{"25 °C", "45 °C"}));
+    EXPECT_LT(plot.temperatureTicks.back().at, plot.chargeTicks.front().at);
+    // Without its scale (no ticks) the line shares the height, as in the panel.
+    read.ticks = false;
+    const auto bare = ChartPlot::lay(series, read);
+    EXPECT_DOUBLE_EQ(*bare.heatLevel, 0.625);
+    EXPECT_EQ(bare.temperature.front().front(), (Point{0.5, 0.5}));
+    EXPECT_TRUE(bare.temperatureTicks.empty());
+
+    // The sparkline shares the gauge's scale; a charge below it rests on the bottom edge.
+    const ChartSeries low{{{0.5, 10, {}, false}}, march7, march7 + oneDay};
+    const auto spark = ChartPlot::lay(low, frame(80, 80, 20, false));
+    EXPECT_DOUBLE_EQ(*spark.limitLevel, 0.75);
+    EXPECT_EQ(spark.charge.front().front().y, 0);
+    EXPECT_FALSE(spark.heatLevel);
+    EXPECT_TRUE(spark.temperature.empty());
 }
 
 TEST(ChartPlotTicks, FollowTheLocalClockAcrossADaylightSavingChange) {

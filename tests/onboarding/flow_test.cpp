@@ -144,6 +144,51 @@ TEST(OnboardingFlow, InstallOutcome) {
     }
 }
 
+TEST(OnboardingFlow, WithoutTheServiceTheLaterScreensSaySoAndTheRailLeavesItOpen) {
+    using enum RailStop;
+    struct Case {
+        const char* what;
+        Kind at;
+        bool usesNative, ready;
+        std::vector<RailStop> rail;
+    };
+    const Case cases[] = {
+        {"welcome", Kind::welcome, false, false, {here, ahead, ahead, ahead}},
+        {"installed, hand-over", Kind::handOver, false, true, {passed, passed, here, ahead}},
+        {"skipped, hand-over", Kind::handOver, false, false, {passed, toDo, here, ahead}},
+        {"skipped, profile, system limit", Kind::tuning, true, false, {passed, toDo, here}},
+        {"finished", Kind::done, false, false, {ahead, ahead, ahead, ahead}},
+    };
+    for (const auto& c : cases) {
+        const OnboardingFlow flow = at(c.at);
+        EXPECT_EQ(railStops(flow.progress(c.usesNative), c.usesNative, c.ready), c.rail) << c.what;
+    }
+
+    const auto held = onboardingWords({}, true, 80, 60);
+    const auto missing = onboardingWords({}, false, 80, 60);
+    EXPECT_TRUE(held.handOverRows.front().ticked);
+    EXPECT_FALSE(missing.handOverRows.front().ticked) << "no tick on a limit nothing holds";
+    EXPECT_EQ(held.restingTitle, "Charging stops at 80% and starts again below 60%.");
+    EXPECT_EQ(missing.restingTitle,
+              "Once the service runs, charging stops at 80% and starts again below 60%.");
+    EXPECT_NE(missing.doneSubtitle.find("isn’t installed yet"), std::string::npos);
+    EXPECT_EQ(onboardingWords(approvalOnly, true, 80, 60).doneSubtitle,
+              "The charge service is allowed and running again.");
+
+    struct Failure {
+        std::string_view detail, sentenceBegins;
+    };
+    const Failure failures[] = {
+        {"Failed to connect to bus: Host is down", "Torvel couldn’t reach the system’s service manager"},
+        {"cannot run pkexec: No such file or directory",
+         "Torvel couldn’t ask for an administrator’s password"},
+        {"Torvel wasn’t allowed to change the charge service.", "The system didn’t allow the install"},
+        {"install-service: no executable at /x", "The install stopped before it finished"},
+    };
+    for (const auto& f : failures)
+        EXPECT_TRUE(installFailureSentence(f.detail).starts_with(f.sentenceBegins)) << f.detail;
+}
+
 TEST(OnboardingFlow, PollingFollowsTheStep) {
     using Change = OnboardingFlow::PollingChange;
     const OnboardingFlow waiting = at(Kind::service);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QKeyEvent>
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickItem>
@@ -195,6 +196,66 @@ TEST(CalibrationPage, StartWhenPossibleStopWhileRunning) {
         EXPECT_EQ(named(*rig.app, "stopButton")->isVisible(), c.stopShown) << c.status;
         EXPECT_EQ(model.progressText(), c.progress) << c.status;
     }
+}
+
+// Every item under `root`, depth first.
+void collect(QQuickItem* root, std::vector<QQuickItem*>& into) {
+    into.push_back(root);
+    for (QQuickItem* child : root->childItems()) collect(child, into);
+}
+
+// Keys a page's controls leave alone scroll the page; a control the focus moves to under the fold is brought
+// into view; a switch shows its focus ring while it has the keyboard focus, and only then.
+TEST(MainWindow, ThePageScrollsFromTheKeyboardAndFollowsTheFocus) {
+    AppRig rig;
+    ASSERT_TRUE(rig.app->windows().show(AppSection::settings));
+    QQuickWindow* window = rig.app->windows().window();
+    window->requestActivate();
+    ASSERT_TRUE(testing::spinUntil([window] { return window->isActive(); }));
+    QQuickItem* scroller = named(*rig.app, "pageScroller");
+    const auto at = [scroller] { return scroller->property("contentY").toDouble(); };
+    const double bottom = scroller->property("contentHeight").toDouble() - scroller->height();
+    ASSERT_GT(bottom, scroller->height()) << "the settings page is longer than two windows";
+    const auto press = [window](int key) {
+        QKeyEvent down(QEvent::KeyPress, key, Qt::NoModifier);
+        QCoreApplication::sendEvent(window, &down);
+    };
+    const struct {
+        int key;
+        double from;
+        double to;
+    } keys[] = {
+        {Qt::Key_End, 0, bottom}, {Qt::Key_Home, bottom, 0},
+        {Qt::Key_Down, 0, 48},    {Qt::Key_PageDown, 48, 48 + scroller->height() - 48},
+        {Qt::Key_Up, 48, 0},      {Qt::Key_PageUp, 100, 0},
+    };
+    for (const auto& k : keys) {
+        scroller->setProperty("contentY", k.from);
+        press(k.key);
+        EXPECT_DOUBLE_EQ(at(), k.to) << "key " << std::hex << k.key;
+    }
+
+    std::vector<QQuickItem*> items;
+    collect(scroller, items);
+    QQuickItem* last = nullptr;
+    QQuickItem* ring = nullptr;
+    for (QQuickItem* item : items) {
+        if (item->activeFocusOnTab() && item->isVisible()) last = item;
+        if (!ring && QByteArray(item->metaObject()->className()).startsWith("FocusRing") &&
+            QByteArray(item->parentItem()->metaObject()->className()).startsWith("EmberSwitch"))
+            ring = item;
+    }
+    ASSERT_NE(last, nullptr);
+    ASSERT_NE(ring, nullptr) << "a switch draws a focus ring";
+    scroller->setProperty("contentY", 0);
+    last->forceActiveFocus(Qt::TabFocusReason);
+    const double top = last->mapToItem(scroller, QPointF(0, 0)).y();
+    EXPECT_GE(top, 0);
+    EXPECT_LE(top + last->height(), scroller->height()) << "the focused control is scrolled into view";
+
+    EXPECT_FALSE(ring->isVisible());
+    ring->parentItem()->forceActiveFocus(Qt::TabFocusReason);
+    EXPECT_TRUE(ring->isVisible());
 }
 
 // QML faults surface only when a view is made; every block of the design system is made once here, with the

@@ -209,6 +209,35 @@ TEST(OnboardingModel, WhereAnInstallLeadsAndWhatTheProbeSays) {
     }
 }
 
+TEST(OnboardingModel, AFailedInstallThenSkippedLeavesTheServiceToDoOnEveryLaterScreen) {
+    Flow flow;
+    flow.steps.leaves = Status::notRegistered;
+    flow.steps.error = "Failed to connect to bus: Host is down";
+    OnboardingModel& model = flow.open();
+    Count words(&model, &OnboardingModel::wordsChanged);
+    flow.probe.answer(capable);
+    model.next();
+    model.install();
+    ASSERT_EQ(model.step(), Step::InstallFailed);
+    EXPECT_EQ(model.message(), QStringLiteral("Failed to connect to bus: Host is down"))
+        << "the system's words stay, beneath the product's sentence";
+    EXPECT_TRUE(
+        model.words()[QStringLiteral("failure")].toString().startsWith(QStringLiteral("Torvel couldn")));
+
+    model.next();
+    ASSERT_EQ(model.step(), Step::HandOver);
+    const QVariantMap said = model.words();
+    EXPECT_EQ(said[QStringLiteral("rail")].toList().value(1).toInt(), static_cast<int>(RailStop::toDo));
+    EXPECT_FALSE(
+        said[QStringLiteral("handOverRows")].toList().value(0).toMap()[QStringLiteral("ticked")].toBool());
+    model.next();
+    model.next();
+    EXPECT_EQ(model.step(), Step::Done);
+    EXPECT_TRUE(
+        model.words()[QStringLiteral("doneSubtitle")].toString().contains(QStringLiteral("isn’t installed")));
+    EXPECT_GE(words.count(), 4) << "the screens' words follow each step";
+}
+
 TEST(OnboardingModel, ThePollMovesOnOnceTheServiceRunsButNotForOneThatWasAlreadyThere) {
     {
         Flow flow;

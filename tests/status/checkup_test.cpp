@@ -22,6 +22,7 @@ struct Machine {
     Login login = Login::enabled;
     bool led = true;
     bool ledSupported = true;
+    bool published = true;
     bool history = true;
     bool automatic = true;
     const char* available = nullptr;
@@ -35,6 +36,7 @@ struct Machine {
         if (writeError) s.writeError = "refused";
         s.status.published.gateVerified = gate;
         s.status.published.ledSupported = ledSupported;
+        if (published) s.status.published.ts = 1;
         s.settings.led = led;
         s.settings.history = history;
         if (chargeError) s.status.published.chargeError = chargeError;
@@ -81,6 +83,7 @@ TEST(CheckupReading, FirstHoldingConditionPerPiece) {
         {{.led = false}, Piece::led, Level::off, "By macOS"},
         {{.ledSupported = false}, Piece::led, Level::off, "By macOS"},
         {{}, Piece::led, Level::ok, "Driven"},
+        {{.published = false}, Piece::led, Level::off, "Not yet"},
         {{}, Piece::history, Level::ok, "Recording"},
         {{.history = false}, Piece::history, Level::off, "Off"},
         {{.critical = true}, Piece::updates, Level::todo, "Available"},

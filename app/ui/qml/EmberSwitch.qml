@@ -59,4 +59,6 @@ Item {
         cursorShape: control.enabled ? Qt.PointingHandCursor : Qt.ArrowCursor
         onClicked: control.flip()
     }
+    // A click never takes the focus, so the ring only ever follows the keyboard.
+    FocusRing { target: control; radius: 14 }
 }

@@ -1,8 +1,9 @@
 import QtQuick
 import Torvel
 
-// A chart that is read closely: the plot, the charge scale on the left, hours or days along the bottom, and
-// above it the reading under the pointer or the arrow keys. The model decides every mark; this only places.
+// A chart that is read closely: the plot, the charge scale on the left and the temperature's on the right,
+// hours or days along the bottom, and above it the reading under the pointer or the arrow keys. The model
+// decides every mark; this only places.
 Item {
     id: chart
     property ChartModel model
@@ -41,7 +42,7 @@ Item {
         id: plot
         x: chart.scaleWidth
         y: readout.height + 8
-        width: chart.width - chart.scaleWidth
+        width: chart.width - 2 * chart.scaleWidth
         height: chart.height - y - 24 - legend.height - 10
         model: chart.model
         ember: Ember
@@ -58,6 +59,19 @@ Item {
             required property var modelData
             width: chart.scaleWidth - 8
             horizontalAlignment: Text.AlignRight
+            y: plot.y + (1 - modelData.at) * plot.height - height / 2
+            text: modelData.label
+            font: Ember.words(11, "medium")
+            color: Ember.text3
+        }
+    }
+
+    // The temperature's own scale, in its lane under the charge, on the side the charge's is not.
+    Repeater {
+        model: chart.model ? chart.model.temperatureTicks : []
+        delegate: Text {
+            required property var modelData
+            x: plot.x + plot.width + 6
             y: plot.y + (1 - modelData.at) * plot.height - height / 2
             text: modelData.label
             font: Ember.words(11, "medium")

@@ -144,13 +144,16 @@ Surface {
             }
         }
 
-        Rectangle { width: parent.width; height: 1; color: Ember.hair }
+        Rectangle { visible: notes.visible; width: parent.width; height: 1; color: Ember.hair }
 
         Column {
+            id: notes
+            visible: SettingsPage.limitFootnote.length > 0 || SettingsPage.nativeNote.length > 0
             width: parent.width
             spacing: 8
             Text {
                 width: parent.width
+                visible: text.length > 0
                 text: SettingsPage.limitFootnote
                 wrapMode: Text.WordWrap
                 lineHeight: 1.3

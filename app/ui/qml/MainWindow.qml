@@ -27,57 +27,93 @@ Window {
         }
     }
 
+    // Keys the focused control leaves alone reach the page: the arrows, Page Up and Page Down, Home and End
+    // scroll it, wherever the focus is (a tab, a card's control, or nothing yet).
     Item {
-        id: header
-        width: parent.width
-        height: 64
-        Row {
-            x: 22
-            anchors.verticalCenter: parent.verticalCenter
-            spacing: 8
-            FlameMark { size: 20; anchors.verticalCenter: parent.verticalCenter }
-            Text {
+        id: keys
+        anchors.fill: parent
+        focus: true
+        Keys.onPressed: (event) => {
+            const step = {
+                [Qt.Key_Up]: -48, [Qt.Key_Down]: 48,
+                [Qt.Key_PageUp]: -(scroller.height - 48), [Qt.Key_PageDown]: scroller.height - 48,
+                [Qt.Key_Home]: -scroller.contentHeight, [Qt.Key_End]: scroller.contentHeight
+            }[event.key]
+            if (step === undefined || event.modifiers & (Qt.ControlModifier | Qt.AltModifier)) return
+            scroller.scrollTo(scroller.contentY + step)
+            event.accepted = true
+        }
+
+        Item {
+            id: header
+            width: parent.width
+            height: 64
+            Row {
+                x: 22
                 anchors.verticalCenter: parent.verticalCenter
-                text: "Torvel"
-                font: Ember.words(16, "bold")
-                color: Ember.text
+                spacing: 8
+                FlameMark { size: 20; anchors.verticalCenter: parent.verticalCenter }
+                Text {
+                    anchors.verticalCenter: parent.verticalCenter
+                    text: "Torvel"
+                    font: Ember.words(16, "bold")
+                    color: Ember.text
+                }
+            }
+            WindowTabs {
+                id: tabs
+                anchors.centerIn: parent
+            }
+            Rectangle {
+                anchors.bottom: parent.bottom
+                width: parent.width
+                height: 1
+                color: Ember.hair
             }
         }
-        WindowTabs {
-            id: tabs
-            anchors.centerIn: parent
-        }
-        Rectangle {
+
+        Flickable {
+            id: scroller
+            objectName: "pageScroller"
+            anchors.top: header.bottom
+            anchors.left: parent.left
+            anchors.right: parent.right
             anchors.bottom: parent.bottom
-            width: parent.width
-            height: 1
-            color: Ember.hair
+            contentWidth: width
+            contentHeight: page.height + 64
+            clip: true
+            boundsBehavior: Flickable.StopAtBounds
+            ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
+
+            function scrollTo(y) {
+                contentY = Math.max(0, Math.min(y, contentHeight - height))
+            }
+            // Brings a control Tab moved to into view, with a little of what surrounds it.
+            function reveal(item) {
+                let inside = item
+                while (inside && inside !== scroller.contentItem) inside = inside.parent
+                if (!inside) return
+                const top = item.mapToItem(scroller.contentItem, 0, 0).y
+                const margin = 24
+                if (top - margin < contentY)
+                    scrollTo(top - margin)
+                else if (top + item.height + margin > contentY + height)
+                    scrollTo(Math.min(top - margin, top + item.height + margin - height))
+            }
+
+            Loader {
+                id: page
+                objectName: "page"
+                x: Math.max(32, (scroller.width - width) / 2)
+                y: 30
+                width: Math.min(760, scroller.width - 64)
+                sourceComponent: [todayPage, settingsPage, macPage, memoryPage, calibrationPage][Route.section]
+                onLoaded: scroller.contentY = 0
+            }
         }
     }
 
-    Flickable {
-        id: scroller
-        objectName: "pageScroller"
-        anchors.top: header.bottom
-        anchors.left: parent.left
-        anchors.right: parent.right
-        anchors.bottom: parent.bottom
-        contentWidth: width
-        contentHeight: page.height + 64
-        clip: true
-        boundsBehavior: Flickable.StopAtBounds
-        ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
-
-        Loader {
-            id: page
-            objectName: "page"
-            x: Math.max(32, (scroller.width - width) / 2)
-            y: 30
-            width: Math.min(760, scroller.width - 64)
-            sourceComponent: [todayPage, settingsPage, macPage, memoryPage, calibrationPage][Route.section]
-            onLoaded: scroller.contentY = 0
-        }
-    }
+    onActiveFocusItemChanged: scroller.reveal(activeFocusItem)
 
     Component {
         id: todayPage

@@ -1,11 +1,14 @@
 import QtQuick
 import Torvel
 
-// Where the user is in the first run: one stop per screen, the ones behind ticked, the current one in ember.
+// Where the user is in the first run: one stop per screen, the ones behind ticked, the current one in ember;
+// a stop the user went past without doing it (the service, skipped) stays open, marked as still to do.
 Row {
     id: rail
     property var stops: []
     property int current: -1
+    // One state a stop, as the model decides them: 0 ahead, 1 here, 2 passed, 3 still to do.
+    property var states: []
     spacing: 6
     Accessible.role: Accessible.ProgressBar
     Accessible.name: current >= 0 ? "Step " + (current + 1) + " of " + stops.length + ": " + stops[current] : ""
@@ -15,17 +18,21 @@ Row {
         delegate: Row {
             required property string modelData
             required property int index
-            readonly property bool passed: index < rail.current
-            readonly property bool here: index === rail.current
+            readonly property int state: index < rail.states.length ? rail.states[index]
+                                         : index === rail.current ? 1 : index < rail.current ? 2 : 0
+            readonly property bool passed: state === 2
+            readonly property bool here: state === 1
+            readonly property bool toDo: state === 3
             spacing: 6
             Rectangle {
                 anchors.verticalCenter: parent.verticalCenter
                 width: 20
                 height: 20
                 radius: 10
-                color: here ? Ember.ember : passed ? Ember.toneFill(Looks.Accent) : Ember.well
+                color: here ? Ember.ember : passed ? Ember.toneFill(Looks.Accent)
+                     : toDo ? Ember.toneFill(Looks.Todo) : Ember.well
                 border.width: here ? 0 : 1
-                border.color: passed ? Ember.toneBorder(Looks.Accent) : Ember.hair
+                border.color: passed ? Ember.toneBorder(Looks.Accent) : toDo ? Ember.toneBorder(Looks.Todo) : Ember.hair
                 Glyph {
                     visible: passed
                     anchors.centerIn: parent
@@ -37,16 +44,16 @@ Row {
                 Text {
                     visible: !passed
                     anchors.centerIn: parent
-                    text: index + 1
+                    text: toDo ? "!" : index + 1
                     font: Ember.words(11, "bold")
-                    color: here ? Ember.on : Ember.text3
+                    color: here ? Ember.on : toDo ? Ember.toneText(Looks.Todo) : Ember.text3
                 }
             }
             Text {
                 anchors.verticalCenter: parent.verticalCenter
                 text: modelData
                 font: Ember.words(12.5, here ? "semibold" : "medium")
-                color: here ? Ember.text : Ember.text3
+                color: here ? Ember.text : toDo ? Ember.toneText(Looks.Todo) : Ember.text3
             }
             Rectangle {
                 visible: index < rail.stops.length - 1

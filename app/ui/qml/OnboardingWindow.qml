@@ -56,6 +56,7 @@ Window {
                 anchors.verticalCenter: parent.verticalCenter
                 visible: window.model.progress >= 0
                 current: window.model.progress
+                states: window.model.words.rail
                 stops: window.model.usesNative ? ["Welcome", "Service", "Profile"]
                                                : ["Welcome", "Service", "Hand-over", "Profile"]
             }
@@ -70,6 +71,9 @@ Window {
             width: parent.width - 96
             sourceComponent: [welcome, installFailed, unsupported, probeFailed, checking, handOver, service,
                               awaitingApproval, tuning, done][window.model.step]
+            // A new screen takes the keys back: the control that had them (Skip, Copy) may be gone with the
+            // old one, and Return must still go on.
+            onLoaded: keys.forceActiveFocus()
         }
 
         Item {
@@ -255,7 +259,7 @@ Window {
                 glyph: Glyphs.warning
                 tone: Looks.Broken
                 title: "The service couldn’t be installed"
-                subtitle: "Nothing on this laptop was changed. Try again, or install it from a terminal."
+                subtitle: "Try again, or install it from a terminal with the command below."
                 primaryTitle: window.model.busy ? "Installing…" : "Try again"
                 primaryEnabled: !window.model.busy
                 secondaryTitle: "Skip for now"
@@ -265,7 +269,7 @@ Window {
                     width: parent.width
                     icon: Glyphs.warning
                     tone: Looks.Broken
-                    title: "What went wrong"
+                    title: window.model.words.failure
                     text: window.model.message
                 }
                 CommandCard {
@@ -279,25 +283,40 @@ Window {
         Component {
             id: handOver
             OnboardingScreen {
-                glyph: Glyphs.boltCircle
-                tone: Looks.Good
-                title: "The service takes it from here"
-                subtitle: "The charge service holds your limit by itself: with this window closed, after a restart, before anyone logs in."
+                glyph: window.model.helperReady ? Glyphs.boltCircle : Glyphs.clock
+                tone: window.model.helperReady ? Looks.Good : Looks.Todo
+                title: window.model.words.handOverTitle
+                subtitle: window.model.words.handOverSubtitle
                 primaryTitle: "Continue"
                 onPrimary: window.model.next()
                 SettingsCard {
                     width: parent.width
                     Column {
                         width: parent.width
-                        InfoRow { width: parent.width; label: "The limit"; value: "Held by the service, always"
-                                  icon: Glyphs.check; iconColor: Ember.mintText }
-                        RowDivider { inset: 0 }
-                        InfoRow { width: parent.width; label: "The tray flame"; value: "The charge and what the service does"
-                                  icon: Glyphs.check; iconColor: Ember.mintText }
-                        RowDivider { inset: 0 }
-                        InfoRow { width: parent.width; label: "Your readings"; value: "Kept on this laptop, never sent"
-                                  icon: Glyphs.check; iconColor: Ember.mintText }
+                        Repeater {
+                            model: window.model.words.handOverRows
+                            Column {
+                                required property var modelData
+                                required property int index
+                                width: parent.width
+                                RowDivider { visible: index > 0; inset: 0 }
+                                InfoRow {
+                                    width: parent.width
+                                    label: modelData.label
+                                    value: modelData.value
+                                    valueColor: modelData.ticked ? Ember.text : Ember.text3
+                                    icon: modelData.ticked ? Glyphs.check : ""
+                                    iconColor: Ember.mintText
+                                }
+                            }
+                        }
                     }
+                }
+                CommandCard {
+                    visible: !window.model.helperReady
+                    width: parent.width
+                    command: window.model.command
+                    onCopy: window.model.copyCommand()
                 }
             }
         }
@@ -331,8 +350,8 @@ Window {
                     width: parent.width
                     icon: Glyphs.info
                     tone: Looks.Quiet
-                    title: "Charging stops at " + window.model.limit + "%"
-                    text: "and starts again below " + window.model.restingFloor + "%, so the battery rests in between."
+                    title: window.model.words.restingTitle
+                    text: window.model.words.restingText
                 }
             }
         }
@@ -343,10 +362,7 @@ Window {
                 glyph: Glyphs.check
                 tone: Looks.Good
                 title: "You’re all set"
-                subtitle: window.model.migrationOnly
-                          ? "The charge service that came with this version is running, with your settings and history."
-                          : window.model.approvalOnly ? "The charge service is allowed and running again."
-                          : "Torvel lives in the tray. Click the flame for the charge and the limit; the main window has the rest."
+                subtitle: window.model.words.doneSubtitle
                 primaryTitle: "Close"
                 onPrimary: window.close()
             }

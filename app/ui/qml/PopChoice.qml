@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls
+import QtQuick.Window
 import Torvel
 
 // A compact choice: the chosen label in a small field, the options with their help in a menu under it.
@@ -73,12 +74,30 @@ Item {
 
     Popup {
         id: menu
+        // The option the arrow keys are on; Return or Space picks it.
+        property int cursor: -1
         x: field.x + field.width - width
-        y: field.y + field.height + 6
+        // Under the field where the window has room for it, else over it (decided as it opens, where the page
+        // has been scrolled to); never past the window's edges.
+        property bool above: false
+        y: above ? field.y - 6 - implicitHeight : field.y + field.height + 6
+        margins: 8
         width: 240
         padding: 6
         modal: false
         focus: true
+        onAboutToShow: {
+            cursor = Math.max(0, choice.chosen)
+            const window = choice.Window.window
+            const fieldTop = field.mapToItem(null, 0, 0).y
+            const roomBelow = window ? window.height - (fieldTop + field.height + 6) - margins : implicitHeight
+            const roomAbove = fieldTop - 6 - margins
+            above = implicitHeight > roomBelow && roomAbove > roomBelow
+        }
+        function pick(index) {
+            close()
+            if (index >= 0 && index !== choice.chosen) choice.picked(choice.options[index].value)
+        }
         background: Rectangle {
             radius: 12
             color: Ember.raised
@@ -86,6 +105,12 @@ Item {
             border.color: Ember.hair
         }
         contentItem: Column {
+            focus: true
+            Keys.onUpPressed: menu.cursor = Math.max(0, menu.cursor - 1)
+            Keys.onDownPressed: menu.cursor = Math.min(choice.options.length - 1, menu.cursor + 1)
+            Keys.onReturnPressed: menu.pick(menu.cursor)
+            Keys.onEnterPressed: menu.pick(menu.cursor)
+            Keys.onSpacePressed: menu.pick(menu.cursor)
             Repeater {
                 model: choice.options
                 delegate: Rectangle {
@@ -94,7 +119,7 @@ Item {
                     width: 228
                     height: rowText.implicitHeight + 14
                     radius: 8
-                    color: rowPointer.containsMouse ? Ember.well : "transparent"
+                    color: rowPointer.containsMouse || index === menu.cursor ? Ember.well : "transparent"
                     Accessible.role: Accessible.MenuItem
                     Accessible.name: modelData.label
                     Column {
@@ -132,10 +157,7 @@ Item {
                         anchors.fill: parent
                         hoverEnabled: true
                         cursorShape: Qt.PointingHandCursor
-                        onClicked: {
-                            menu.close()
-                            if (index !== choice.chosen) choice.picked(modelData.value)
-                        }
+                        onClicked: menu.pick(index)
                     }
                 }
             }
