@@ -28,7 +28,10 @@ constexpr uint percentageUnknown = 101;
 
 PackageKitUpdates::PackageKitUpdates(QDBusConnection bus, std::chrono::milliseconds checkDeadline,
                                      std::chrono::milliseconds installDeadline, QObject* parent)
-    : QObject(parent), bus_(std::move(bus)), checkDeadline_(checkDeadline), installDeadline_(installDeadline) {
+    : QObject(parent),
+      bus_(std::move(bus)),
+      checkDeadline_(checkDeadline),
+      installDeadline_(installDeadline) {
     deadline_.setSingleShot(true);
     connect(&deadline_, &QTimer::timeout, this, [this] {
         // Nothing waits for it any more: a transaction left running would still install or hold the lock.
@@ -85,33 +88,34 @@ void PackageKitUpdates::run(const QString& method, const QVariantList& arguments
     const auto create =
         QDBusMessage::createMethodCall(service, rootPath, service, QStringLiteral("CreateTransaction"));
     auto* watcher = new QDBusPendingCallWatcher(bus_.asyncCall(create), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, method, arguments, generation] {
-        watcher->deleteLater();
-        const QDBusPendingReply<QDBusObjectPath> reply = *watcher;
-        if (generation != generation_ || !finished_) return;  // the deadline came first
-        if (reply.isError()) {
-            finish({.failure = callFailure(reply.error()), .packages = {}});
-            return;
-        }
-        transaction_ = reply.value().path();
-        // Subscribed before the call, so a transaction that ends at once is not missed.
-        subscribe(true);
-        // Lets polkit ask for a password instead of refusing outright. Not awaited: the bus delivers one
-        // connection's calls in order.
-        auto hints =
-            QDBusMessage::createMethodCall(service, transaction_, transactionInterface, QStringLiteral("SetHints"));
-        hints << QStringList{QStringLiteral("interactive=true")};
-        bus_.asyncCall(hints);
-        auto call = QDBusMessage::createMethodCall(service, transaction_, transactionInterface, method);
-        call.setArguments(arguments);
-        auto* callWatcher = new QDBusPendingCallWatcher(bus_.asyncCall(call), this);
-        connect(callWatcher, &QDBusPendingCallWatcher::finished, this, [this, callWatcher, generation] {
-            callWatcher->deleteLater();
-            const QDBusPendingReply<> answer = *callWatcher;
-            if (answer.isError() && generation == generation_ && finished_)
-                finish({.failure = callFailure(answer.error()), .packages = {}});
+    connect(
+        watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, method, arguments, generation] {
+            watcher->deleteLater();
+            const QDBusPendingReply<QDBusObjectPath> reply = *watcher;
+            if (generation != generation_ || !finished_) return;  // the deadline came first
+            if (reply.isError()) {
+                finish({.failure = callFailure(reply.error()), .packages = {}});
+                return;
+            }
+            transaction_ = reply.value().path();
+            // Subscribed before the call, so a transaction that ends at once is not missed.
+            subscribe(true);
+            // Lets polkit ask for a password instead of refusing outright. Not awaited: the bus delivers one
+            // connection's calls in order.
+            auto hints = QDBusMessage::createMethodCall(service, transaction_, transactionInterface,
+                                                        QStringLiteral("SetHints"));
+            hints << QStringList{QStringLiteral("interactive=true")};
+            bus_.asyncCall(hints);
+            auto call = QDBusMessage::createMethodCall(service, transaction_, transactionInterface, method);
+            call.setArguments(arguments);
+            auto* callWatcher = new QDBusPendingCallWatcher(bus_.asyncCall(call), this);
+            connect(callWatcher, &QDBusPendingCallWatcher::finished, this, [this, callWatcher, generation] {
+                callWatcher->deleteLater();
+                const QDBusPendingReply<> answer = *callWatcher;
+                if (answer.isError() && generation == generation_ && finished_)
+                    finish({.failure = callFailure(answer.error()), .packages = {}});
+            });
         });
-    });
 }
 
 void PackageKitUpdates::subscribe(bool on) {
@@ -125,7 +129,8 @@ void PackageKitUpdates::subscribe(bool on) {
         {transactionInterface, "Package", SLOT(onPackage(uint, QString, QString))},
         {transactionInterface, "ErrorCode", SLOT(onErrorCode(uint, QString))},
         {transactionInterface, "Finished", SLOT(onFinished(uint, uint))},
-        {propertiesInterface, "PropertiesChanged", SLOT(onPropertiesChanged(QString, QVariantMap, QStringList))},
+        {propertiesInterface, "PropertiesChanged",
+         SLOT(onPropertiesChanged(QString, QVariantMap, QStringList))},
     };
     for (const auto& signal : signals_) {
         const QString name = QString::fromLatin1(signal.name);
@@ -159,7 +164,7 @@ void PackageKitUpdates::onFinished(uint exit, uint) {
         finish({.failure = std::nullopt, .packages = packages_});
         return;
     }
-    const UpdateProblem problem = exit == exitCancelled                ? UpdateProblem::cancelled
+    const UpdateProblem problem = exit == exitCancelled              ? UpdateProblem::cancelled
                                   : errorCode_ == errorNotAuthorized ? UpdateProblem::notAllowed
                                                                      : failed_;
     finish({.failure = Failure{problem, errorDetails_}, .packages = {}});

@@ -85,7 +85,8 @@ std::string PackageUpdates::displayVersion(std::string_view packageVersion) {
 std::string UpdateActionWords::problem(UpdateProblem problem) {
     switch (problem) {
         case UpdateProblem::notSetUp:
-            return "This copy of Torvel wasn’t installed from a package, so there is nothing to update it from.";
+            return "This copy of Torvel wasn’t installed from a package, so there is nothing to update it "
+                   "from.";
         case UpdateProblem::packageKitMissing:
             return "The package manager service (PackageKit) isn’t available on this laptop.";
         case UpdateProblem::tooSlow:
@@ -127,14 +128,16 @@ std::string UpdateActionWords::automaticLabel() {
 
 std::string UpdateActionWords::help(std::optional<UpdateSource> source, std::string_view feedHost) {
     if (source == UpdateSource::repository) {
-        return "Torvel asks the package manager whether your software sources hold a newer Torvel, once a day "
+        return "Torvel asks the package manager whether your software sources hold a newer Torvel, once a "
+               "day "
                "when automatic checks are on. Nothing installs until you say yes, and the system asks for "
                "your password first.";
     }
     if (source == UpdateSource::vendorFeed) {
         return fillSentence(
             "Torvel asks %1 whether a newer version exists, once a day when automatic checks are on, and "
-            "nothing else: no profile of this laptop, no identifier, no usage. Nothing installs until you say "
+            "nothing else: no profile of this laptop, no identifier, no usage. Nothing installs until you "
+            "say "
             "yes.",
             {feedHost});
     }

@@ -30,18 +30,18 @@ struct Rig {
         if (parameters) {
             EXPECT_TRUE(packageKit.emplace(bus, *parameters).up());
         }
-        updater = std::make_unique<Updater>(Updater::Config{
-            .feed = {},
-            .publicKey = {},
-            .runningVersion = QStringLiteral("1.2"),
-            .timeout = 1s,
-            .deadline = 1s,
-            .settingsFile = dir.filePath(QStringLiteral("Torvel.conf")),
-            .downloadDirectory = dir.path(),
-            .systemBus = bus.connect(QStringLiteral("app")),
-            .clock = [] { return Instant{1'763'900'000}; },
-            .source = UpdateSource::repository,
-            .installDeadline = 5s});
+        updater = std::make_unique<Updater>(
+            Updater::Config{.feed = {},
+                            .publicKey = {},
+                            .runningVersion = QStringLiteral("1.2"),
+                            .timeout = 1s,
+                            .deadline = 1s,
+                            .settingsFile = dir.filePath(QStringLiteral("Torvel.conf")),
+                            .downloadDirectory = dir.path(),
+                            .systemBus = bus.connect(QStringLiteral("app")),
+                            .clock = [] { return Instant{1'763'900'000}; },
+                            .source = UpdateSource::repository,
+                            .installDeadline = 5s});
     }
 
     Updater& checked() {
@@ -61,10 +61,16 @@ TEST(PackageKitUpdater, CheckFindsTorvelsUpdateNothingOrSaysWhyNot) {
         QString detail;
     };
     const Case cases[] = {
-        {"only other packages", R"({"updates": ["torvelctl-extra;9;amd64;x", "libc6;2.36-10;amd64;x"]})",
-         "Up to date", {}, {}},
-        {"the newest of ours", R"({"updates": ["torvel;1.2.5-1;amd64;x", ")" + ours + R"("]})",
-         "1.3.0 available", {}, {}},
+        {"only other packages",
+         R"({"updates": ["torvelctl-extra;9;amd64;x", "libc6;2.36-10;amd64;x"]})",
+         "Up to date",
+         {},
+         {}},
+        {"the newest of ours",
+         R"({"updates": ["torvel;1.2.5-1;amd64;x", ")" + ours + R"("]})",
+         "1.3.0 available",
+         {},
+         {}},
         {"an error", R"({"error": [33, "Repository bookworm-torvel is not available"]})", "Couldn’t check",
          problem(UpdateProblem::checkFailed), "Repository bookworm-torvel is not available"},
         {"no answer", R"({"hang": true})", "Couldn’t check", problem(UpdateProblem::tooSlow), {}},
@@ -139,8 +145,9 @@ TEST(PackageKitUpdater, InstallsTheUpdateFoundOrSaysWhyNot) {
         // A failed installation leaves the update there to try again.
         EXPECT_EQ(updater.canInstall(), !c.error.empty()) << c.install;
         if (c.error.empty()) {
-            EXPECT_EQ(notes, (QStringList{"Installing the update…", "Installing the update: 40% done.",
-                                          "Torvel 1.3.0 is installed. It takes over the next time Torvel starts."}));
+            EXPECT_EQ(notes,
+                      (QStringList{"Installing the update…", "Installing the update: 40% done.",
+                                   "Torvel 1.3.0 is installed. It takes over the next time Torvel starts."}));
         }
     }
 }
