@@ -91,6 +91,8 @@ Checkup::Reading Checkup::reading(Piece piece) const {
             return history_ ? Reading{piece, Level::ok, "Recording"} : Reading{piece, Level::off, "Off"};
         case Piece::updates:
             if (updates_.critical || updates_.available) return {piece, Level::todo, "Available"};
+            // A failed check knows nothing of the next version: "Up to date" would be a guess.
+            if (updates_.unreachable) return {piece, Level::todo, "Couldn’t check"};
             if (updates_.automatic) return {piece, Level::ok, "Up to date"};
             return {piece, Level::off, "Off"};
     }

@@ -68,6 +68,18 @@ Column {
                         onButtonClicked: modelData.piece === "updates" ? MacPage.checkForUpdates()
                                                                        : MacPage.openLoginItems()
                     }
+                    // The row's own button checks; the rest of the updater sits under its explanation.
+                    Loader {
+                        active: modelData.piece === "updates"
+                        width: parent.width
+                        height: item ? item.height + 10 : 0
+                        sourceComponent: UpdateControls {
+                            x: 62
+                            y: -6
+                            width: parent.width - x - 160
+                            showsCheck: false
+                        }
+                    }
                 }
             }
         }
