@@ -372,8 +372,9 @@ void Updater::packagesChecked(const PackageKitUpdates::CheckResult& result) {
     Appcast::Outcome outcome;
     if (foundPackage_) {
         const auto id = PackageUpdates::parseId(foundPackage_->toStdString());
-        outcome.update.emplace();
-        outcome.update->version = PackageUpdates::displayVersion(id ? id->version : "");
+        Appcast::Item item;
+        item.version = PackageUpdates::displayVersion(id ? id->version : "");
+        outcome.update = std::move(item);
     }
     change([&](UpdaterState& state) {
         Appcast::record(state, outcome, config_.runningVersion.toStdString(), now());

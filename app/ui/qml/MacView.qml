@@ -72,12 +72,15 @@ Column {
                     Loader {
                         active: modelData.piece === "updates"
                         width: parent.width
-                        height: item ? item.height + 10 : 0
-                        sourceComponent: UpdateControls {
-                            x: 62
-                            y: -6
-                            width: parent.width - x - 160
-                            showsCheck: false
+                        sourceComponent: Item {
+                            implicitHeight: controls.height + 8
+                            UpdateControls {
+                                id: controls
+                                x: 62
+                                y: -6
+                                width: parent.width - x - 160
+                                showsCheck: false
+                            }
                         }
                     }
                 }
