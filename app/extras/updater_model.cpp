@@ -14,6 +14,7 @@
 #include <cstdlib>
 
 #include "extras/appcast_reader.h"
+#include "extras/package_updates.h"
 
 namespace torvel::app {
 
@@ -100,15 +101,18 @@ void removePrivately(const QString& directory) {
 }  // namespace
 
 Updater::Config Updater::buildConfig() {
-    return Config{.feed = QUrl(QStringLiteral(TORVEL_UPDATE_FEED)),
-                  .publicKey = QStringLiteral(TORVEL_UPDATE_PUBLIC_KEY),
-                  .runningVersion = QStringLiteral(TORVEL_VERSION),
-                  .timeout = std::chrono::seconds(30),
-                  .deadline = std::chrono::minutes(2),
-                  .settingsFile = {},
-                  .downloadDirectory = {},
-                  .systemBus = QDBusConnection::systemBus(),
-                  .clock = {}};
+    return Config{
+        .feed = QUrl(QStringLiteral(TORVEL_UPDATE_FEED)),
+        .publicKey = QStringLiteral(TORVEL_UPDATE_PUBLIC_KEY),
+        .runningVersion = QStringLiteral(TORVEL_VERSION),
+        .timeout = std::chrono::seconds(30),
+        .deadline = std::chrono::minutes(2),
+        .settingsFile = {},
+        .downloadDirectory = {},
+        .systemBus = QDBusConnection::systemBus(),
+        .clock = {},
+        .source = PackageUpdates::sourceNamed(qEnvironmentVariable("TORVEL_UPDATE_SOURCE").toStdString()),
+        .installDeadline = std::chrono::minutes(15)};
 }
 
 Updater::Updater(Config config, QNetworkAccessManager* network, QObject* parent)
@@ -118,12 +122,19 @@ Updater::Updater(Config config, QNetworkAccessManager* network, QObject* parent)
       settings_(config_.settingsFile.isEmpty()
                     ? std::make_unique<QSettings>(QStringLiteral("Torvel"), QStringLiteral("Torvel"))
                     : std::make_unique<QSettings>(config_.settingsFile, QSettings::IniFormat)),
-      installer_(config_.systemBus) {
+      installer_(config_.systemBus),
+      packages_(config_.systemBus, config_.deadline, config_.installDeadline),
+      source_(config_.source) {
     if (!network_) {
         ownNetwork_ = std::make_unique<QNetworkAccessManager>();
         network_ = ownNetwork_.get();
     }
     key_ = UpdateVerification::publicKey(config_.publicKey.toStdString());
+    connect(&packages_, &PackageKitUpdates::progress, this, [this](int percent) {
+        if (installing_)
+            setNote(
+                fromStd(UpdateActionWords::installing(percent < 0 ? std::nullopt : std::optional(percent))));
+    });
 
     settings_->beginGroup(group);
     state_.automatic = settings_->value(QStringLiteral("automatic"), false).toBool();
@@ -134,6 +145,9 @@ Updater::Updater(Config config, QNetworkAccessManager* network, QObject* parent)
     const qlonglong seconds = settings_->value(QStringLiteral("lastCheck")).toLongLong(&ok);
     if (ok) state_.lastCheck = static_cast<Instant>(seconds);
     settings_->endGroup();
+
+    // Known early, so the page says where updates come from before anyone asks.
+    withSource([] {});
 
     // Polling a due date rather than arming a day-long timer: a monotonic timer stops while the laptop
     // sleeps, and the wall clock may be changed under it.
@@ -153,6 +167,7 @@ Updater::~Updater() {
         reply->abort();
     }
     if (versionReader_) disconnect(versionReader_, nullptr, this, nullptr);
+    if (sourceReader_) disconnect(sourceReader_, nullptr, this, nullptr);
 }
 
 QString Updater::available() const {
@@ -170,6 +185,26 @@ QString Updater::status() const {
 
 QString Updater::shortText() const {
     return fromStd(UpdateWords::shortText(state_));
+}
+
+bool Updater::canInstall() const {
+    return state_.available && !installing_ && !state_.checking;
+}
+
+QString Updater::checkTitle() const {
+    return fromStd(UpdateActionWords::checkTitle(state_.checking));
+}
+
+QString Updater::installTitle() const {
+    return fromStd(UpdateActionWords::installTitle(installing_));
+}
+
+QString Updater::automaticLabel() {
+    return fromStd(UpdateActionWords::automaticLabel());
+}
+
+QString Updater::help() const {
+    return fromStd(UpdateActionWords::help(source_, config_.feed.host().toStdString()));
 }
 
 void Updater::setAutomatic(bool on) {
@@ -198,18 +233,67 @@ void Updater::change(const std::function<void(UpdaterState&)>& edit) {
     if (state_.automatic != before.automatic) emit automaticChanged();
     if (status() != statusBefore) emit statusChanged();
     if (shortText() != shortBefore) emit shortTextChanged();
+    if (canInstall() != couldInstall_) {
+        couldInstall_ = canInstall();
+        emit canInstallChanged();
+    }
 }
 
-void Updater::setError(QString text) {
-    if (text == error_) return;
+void Updater::setError(QString text, QString detail) {
+    if (text == error_ && detail == errorDetail_) return;
     error_ = std::move(text);
+    errorDetail_ = std::move(detail);
     emit errorChanged();
+}
+
+void Updater::setProblem(UpdateProblem problem, QString detail) {
+    setError(fromStd(UpdateActionWords::problem(problem)), std::move(detail));
+}
+
+void Updater::setNote(QString text) {
+    if (text == note_) return;
+    note_ = std::move(text);
+    emit noteChanged();
 }
 
 void Updater::setInstalling(bool on) {
     if (on == installing_) return;
     installing_ = on;
     emit installingChanged();
+    if (canInstall() != couldInstall_) {
+        couldInstall_ = canInstall();
+        emit canInstallChanged();
+    }
+}
+
+void Updater::withSource(std::function<void()> then) {
+    if (source_) {
+        then();
+        return;
+    }
+    waitingForSource_.push_back(std::move(then));
+    if (sourceReader_) return;
+    sourceReader_ = new QProcess(this);
+    QProcess* reader = sourceReader_;
+    const auto decided = [this, reader](bool ran) {
+        reader->deleteLater();
+        const bool fromRepository =
+            ran && reader->exitStatus() == QProcess::NormalExit && reader->exitCode() == 0 &&
+            PackageUpdates::fromRepository(reader->readAllStandardOutput().toStdString());
+        source_ = PackageUpdates::source(fromRepository, feedConfigured());
+        emit helpChanged();
+        for (auto& waiting : std::exchange(waitingForSource_, {})) waiting();
+    };
+    connect(reader, &QProcess::finished, this, [decided] { decided(true); });
+    connect(reader, &QProcess::errorOccurred, this, [decided](QProcess::ProcessError error) {
+        if (error == QProcess::FailedToStart) decided(false);
+    });
+    auto environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C"));
+    reader->setProcessEnvironment(environment);
+    reader->setStandardErrorFile(QProcess::nullDevice());
+    reader->start(QStringLiteral("apt-cache"),
+                  {QStringLiteral("policy"), QString::fromUtf8(PackageUpdates::packageName)});
 }
 
 // The same keys the checkup reads through UpdaterState::fromSettings.
@@ -226,15 +310,17 @@ void Updater::save() {
     settings_->sync();
 }
 
-std::optional<QString> Updater::configurationProblem() const {
-    if (!config_.feed.isValid() || config_.feed.scheme() != QLatin1String("https") || !key_)
-        return QStringLiteral("Updates aren’t set up in this build");
-    return std::nullopt;
+bool Updater::feedConfigured() const {
+    return config_.feed.isValid() && config_.feed.scheme() == QLatin1String("https") && key_;
 }
 
 void Updater::checkIfDue() {
-    if (!state_.automatic || state_.checking || configurationProblem()) return;
-    if (Appcast::checkDue(state_.lastCheck, state_.unreachable, now())) checkNow();
+    if (!state_.automatic || state_.checking || installing_) return;
+    if (!Appcast::checkDue(state_.lastCheck, state_.unreachable, now())) return;
+    // A build with nowhere to ask stays quiet until the user asks.
+    withSource([this] {
+        if (source_ != UpdateSource::none) checkNow();
+    });
 }
 
 QNetworkReply* Updater::get(const QUrl& url, std::uint64_t largest) {
@@ -257,12 +343,75 @@ QNetworkReply* Updater::get(const QUrl& url, std::uint64_t largest) {
 
 void Updater::checkNow() {
     if (state_.checking) return;
-    if (auto problem = configurationProblem()) {
-        setError(*problem);
+    setError({});
+    setNote({});
+    change([](UpdaterState& state) { state.checking = true; });
+    withSource([this] {
+        if (source_ == UpdateSource::repository) {
+            checkPackages();
+        } else if (source_ == UpdateSource::vendorFeed && feedConfigured()) {
+            checkFeed();
+        } else {
+            change([](UpdaterState& state) { state.checking = false; });
+            setProblem(UpdateProblem::notSetUp);
+            if (std::exchange(installAfterCheck_, false)) setInstalling(false);
+        }
+    });
+}
+
+void Updater::checkPackages() {
+    packages_.check([this](const PackageKitUpdates::CheckResult& result) { packagesChecked(result); });
+}
+
+void Updater::packagesChecked(const PackageKitUpdates::CheckResult& result) {
+    if (const auto* failure = std::get_if<PackageKitUpdates::Failure>(&result)) {
+        checkFailed(fromStd(UpdateActionWords::problem(failure->problem)), failure->detail);
         return;
     }
-    setError({});
-    change([](UpdaterState& state) { state.checking = true; });
+    foundPackage_ = std::get<std::optional<QString>>(result);
+    Appcast::Outcome outcome;
+    if (foundPackage_) {
+        const auto id = PackageUpdates::parseId(foundPackage_->toStdString());
+        Appcast::Item item;
+        item.version = PackageUpdates::displayVersion(id ? id->version : "");
+        outcome.update = std::move(item);
+    }
+    change([&](UpdaterState& state) {
+        Appcast::record(state, outcome, config_.runningVersion.toStdString(), now());
+    });
+    save();
+    if (std::exchange(installAfterCheck_, false)) {
+        if (foundPackage_)
+            installPackage();
+        else
+            setInstalling(false);
+    }
+}
+
+void Updater::installPackage() {
+    setNote(fromStd(UpdateActionWords::installing(std::nullopt)));
+    packages_.install(*foundPackage_, [this](std::optional<PackageKitUpdates::Failure> failure) {
+        if (failure) {
+            setNote({});
+            failInstall(fromStd(UpdateActionWords::problem(failure->problem)), failure->detail);
+            return;
+        }
+        foundPackage_.reset();
+        succeeded();
+    });
+}
+
+void Updater::succeeded() {
+    const QString version = available();
+    // What was found is no longer waiting: the package manager has it now.
+    change([](UpdaterState& state) { state.noUpdateFound(); });
+    save();
+    setNote(fromStd(UpdateActionWords::installed(version.toStdString())));
+    setInstalling(false);
+    emit installed();
+}
+
+void Updater::checkFeed() {
     feedReply_ = get(config_.feed, largestFeed);
     // The reply owns the timer, so it cannot fire on a later check's reply.
     QTimer::singleShot(config_.deadline, feedReply_, [reply = feedReply_.data()] {
@@ -311,13 +460,13 @@ void Updater::feedArrived(QNetworkReply* reply) {
     }
 }
 
-void Updater::checkFailed(const QString& text) {
+void Updater::checkFailed(const QString& text, const QString& detail) {
     const Appcast::Outcome failed{.update = std::nullopt, .error = text.toStdString()};
     change([&](UpdaterState& state) {
         Appcast::record(state, failed, config_.runningVersion.toStdString(), now());
     });
     save();
-    setError(text);
+    setError(text, detail);
     if (installAfterCheck_) {
         installAfterCheck_ = false;
         setInstalling(false);
@@ -325,18 +474,19 @@ void Updater::checkFailed(const QString& text) {
 }
 
 void Updater::install() {
-    if (installing_) return;
-    if (auto problem = configurationProblem()) {
-        setError(*problem);
-        return;
-    }
+    if (installing_ || state_.checking) return;
     if (!state_.available) {
-        setError(QStringLiteral("There is no update to install"));
+        setProblem(UpdateProblem::nothingToInstall);
         return;
     }
     setError({});
+    setNote({});
     setInstalling(true);
-    if (found_) {
+    if (source_ == UpdateSource::repository && foundPackage_) {
+        installPackage();
+        return;
+    }
+    if (source_ == UpdateSource::vendorFeed && found_) {
         download();
         return;
     }
@@ -417,13 +567,12 @@ void Updater::installHere(const QString& directory, const QString& path) {
             failInstall(*error);
             return;
         }
-        setInstalling(false);
-        emit installed();
+        succeeded();
     });
 }
 
-void Updater::failInstall(const QString& text) {
-    setError(text);
+void Updater::failInstall(const QString& text, const QString& detail) {
+    setError(text, detail);
     setInstalling(false);
 }
 

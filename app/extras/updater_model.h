@@ -15,6 +15,7 @@
 
 #include "extras/appcast.h"
 #include "extras/package_installer.h"
+#include "extras/packagekit_updates.h"
 
 class QNetworkAccessManager;
 class QNetworkReply;
@@ -22,8 +23,10 @@ class QProcess;
 
 namespace torvel::app {
 
-// Checks the update feed and, when the user asks, installs the update it found. Nothing is downloaded
-// for installing and nothing installs until `install()` is called; every failure ends in `error`.
+// Checks for a newer Torvel and, when the user asks, installs it: through PackageKit when this copy came from
+// a package repository, from the signed feed when its package was installed by hand. Nothing is downloaded
+// for installing and nothing installs until `install()` is called; every failure ends in `error`, with the
+// system's own words apart in `errorDetail`.
 class Updater : public QObject {
     Q_OBJECT
     Q_PROPERTY(QString available READ available NOTIFY availableChanged)
@@ -36,6 +39,14 @@ class Updater : public QObject {
     Q_PROPERTY(QString shortText READ shortText NOTIFY shortTextChanged)
     Q_PROPERTY(bool installing READ installing NOTIFY installingChanged)
     Q_PROPERTY(QString error READ error NOTIFY errorChanged)
+    Q_PROPERTY(QString errorDetail READ errorDetail NOTIFY errorChanged)
+    Q_PROPERTY(bool canInstall READ canInstall NOTIFY canInstallChanged)
+    Q_PROPERTY(QString checkTitle READ checkTitle NOTIFY checkingChanged)
+    Q_PROPERTY(QString installTitle READ installTitle NOTIFY installingChanged)
+    // What an installation under way or just finished says: its progress, then its result.
+    Q_PROPERTY(QString note READ note NOTIFY noteChanged)
+    Q_PROPERTY(QString automaticLabel READ automaticLabel CONSTANT)
+    Q_PROPERTY(QString help READ help NOTIFY helpChanged)
 
   public:
     struct Config {
@@ -52,6 +63,10 @@ class Updater : public QObject {
         QString downloadDirectory;
         QDBusConnection systemBus = QDBusConnection::systemBus();
         std::function<Instant()> clock;  // empty: the wall clock
+        // Empty: TORVEL_UPDATE_SOURCE when it names one, else what apt says of the installed package.
+        std::optional<UpdateSource> source;
+        // PackageKit's installation waits for a password too.
+        std::chrono::milliseconds installDeadline{std::chrono::minutes(15)};
     };
 
     // The feed address and key this build was configured with, the running version and the system bus.
@@ -72,6 +87,13 @@ class Updater : public QObject {
     QString shortText() const;
     bool installing() const { return installing_; }
     QString error() const { return error_; }
+    QString errorDetail() const { return errorDetail_; }
+    bool canInstall() const;
+    QString checkTitle() const;
+    QString installTitle() const;
+    QString note() const { return note_; }
+    static QString automaticLabel();
+    QString help() const;
 
     const UpdaterState& state() const { return state_; }
 
@@ -91,31 +113,48 @@ class Updater : public QObject {
     void shortTextChanged();
     void installingChanged();
     void errorChanged();
+    void canInstallChanged();
+    void noteChanged();
+    void helpChanged();
     // PackageKit installed the update; it takes effect when the app starts again.
     void installed();
 
   private:
     Instant now() const;
     void change(const std::function<void(UpdaterState&)>& edit);
-    void setError(QString text);
+    void setError(QString text, QString detail = {});
+    void setProblem(UpdateProblem problem, QString detail = {});
+    void setNote(QString text);
     void setInstalling(bool on);
+    // Runs `then` once the source is known: at once, or when apt has answered.
+    void withSource(std::function<void()> then);
+    void checkPackages();
+    void packagesChecked(const PackageKitUpdates::CheckResult& result);
+    void installPackage();
+    void succeeded();
     void save();
     void checkIfDue();
     QNetworkReply* get(const QUrl& url, std::uint64_t largest);
     void feedArrived(QNetworkReply* reply);
-    void checkFailed(const QString& text);
+    void checkFeed();
+    void checkFailed(const QString& text, const QString& detail = {});
     void download();
     void packageArrived(QNetworkReply* reply, const Appcast::Item& item);
     void handOver(const QByteArray& package, const Appcast::Item& item);
     void installHere(const QString& directory, const QString& path);
-    void failInstall(const QString& text);
-    std::optional<QString> configurationProblem() const;
+    void failInstall(const QString& text, const QString& detail = {});
+    bool feedConfigured() const;
 
     Config config_;
     QNetworkAccessManager* network_;
     std::unique_ptr<QNetworkAccessManager> ownNetwork_;
     std::unique_ptr<QSettings> settings_;
     PackageInstaller installer_;
+    PackageKitUpdates packages_;
+    std::optional<UpdateSource> source_;
+    QPointer<QProcess> sourceReader_;
+    std::vector<std::function<void()>> waitingForSource_;
+    std::optional<QString> foundPackage_;
     QTimer schedule_;
     UpdaterState state_;
     std::optional<Appcast::Item> found_;
@@ -126,6 +165,9 @@ class Updater : public QObject {
     bool installing_ = false;
     bool installAfterCheck_ = false;
     QString error_;
+    QString errorDetail_;
+    QString note_;
+    bool couldInstall_ = false;
 };
 
 }  // namespace torvel::app

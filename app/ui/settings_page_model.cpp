@@ -178,13 +178,6 @@ bool SettingsPageModel::startupNeedsApproval() const {
 QString SettingsPageModel::startupError() const {
     return login_.error();
 }
-QString SettingsPageModel::updatesHelp() {
-    return QStringLiteral(
-               "Torvel asks %1 once a day whether a newer version exists, and nothing else: no profile "
-               "of your Mac, no identifier, no usage. Nothing installs until you say yes.")
-        .arg(QString::fromUtf8(updateHost));
-}
-
 void SettingsPageModel::setLimitOn(bool on) {
     if (!canReachService()) return;
     settings_.change([on](Settings& s) { s.enabled = on; });

@@ -59,12 +59,8 @@ class SettingsPageModel : public QObject {
     Q_PROPERTY(QVariantList startupOptions READ startupOptions CONSTANT)
     Q_PROPERTY(bool startupNeedsApproval READ startupNeedsApproval NOTIFY startupNeedsApprovalChanged)
     Q_PROPERTY(QString startupError READ startupError NOTIFY startupErrorChanged)
-    Q_PROPERTY(QString updatesHelp READ updatesHelp CONSTANT)
 
   public:
-    // The vendor's host the updater asks; told to the user in the updates help.
-    static constexpr const char* updateHost = "updates.torvel.app";
-
     SettingsPageModel(ChargeSettings& settings, BatteryMonitor& battery, LoginItemModel& login,
                       SystemLock lock, QObject* parent = nullptr);
 
@@ -106,7 +102,6 @@ class SettingsPageModel : public QObject {
     static QVariantList startupOptions();
     bool startupNeedsApproval() const;
     QString startupError() const;
-    static QString updatesHelp();
 
     Q_INVOKABLE void setLimitOn(bool on);
     // The resting bar while dragging moves the limit without saving; the release saves it.

@@ -84,9 +84,10 @@ std::optional<std::string> UpdateWords::mediumDate(Instant instant, std::string_
 namespace {
 
 // The cases both texts share, in the order the first match wins; `shortText` differs only for a found update
-// and for a completed check.
+// and for a completed check. With automatic checks off, a check the user asked for still tells its result:
+// the switch beside the line already says the checks are off.
 std::optional<std::string> sharedWords(const UpdaterState& updater) {
-    if (!updater.automatic) return tr("Checking is off");
+    if (!updater.automatic && !updater.lastCheck && !updater.available) return tr("Checking is off");
     if (updater.critical) return tr("This version should be replaced");
     return std::nullopt;
 }

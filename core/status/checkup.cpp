@@ -96,6 +96,8 @@ Checkup::Reading Checkup::reading(Piece piece) const {
                             : Reading{piece, Level::off, tr("Off")};
         case Piece::updates:
             if (updates_.critical || updates_.available) return {piece, Level::todo, tr("Available")};
+            // A failed check knows nothing of the next version: "Up to date" would be a guess.
+            if (updates_.unreachable) return {piece, Level::todo, tr("Couldn’t check")};
             if (updates_.automatic) return {piece, Level::ok, tr("Up to date")};
             return {piece, Level::off, tr("Off")};
     }

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "extras/package_updates.h"
+
 // Each state names only what differs from a fresh one.
 #pragma GCC diagnostic ignored "-Wmissing-field-initializers"
 
@@ -34,7 +36,8 @@ TEST(UpdateWords, FirstMatchWins) {
     };
     // clang-format off
     const Case cases[] = {
-        {"checking off beats a known update", {.available = "2.0", .critical = true}, "Checking is off", "Checking is off"},
+        {"checking off, never checked", {}, "Checking is off", "Checking is off"},
+        {"checking off, checked by hand", {.lastCheck = march7}, "Up to date, checked Mar 7, 2025", "Up to date"},
         {"critical", {.available = "2.0", .critical = true, .automatic = true}, "This version should be replaced", "This version should be replaced"},
         {"available", {.available = "2.0", .unreachable = true, .automatic = true}, "Version 2.0 is available", "2.0 available"},
         {"unreachable", {.lastCheck = march7, .unreachable = true, .automatic = true}, "Couldn’t check", "Couldn’t check"},
@@ -52,6 +55,51 @@ TEST(UpdaterSettings, ReadsTheUpdatesGroup) {
     EXPECT_EQ(UpdaterState::fromSettings("[General]\nonboardingSeen=true\n\n[updates]\nautomatic=true\n"
                                          "lastCheck=1741341600\navailable=2.1\ncritical=false\n"),
               (UpdaterState{.available = "2.1", .lastCheck = march7, .automatic = true}));
+}
+
+TEST(UpdateSource, OnlyAnInstalledPackageThatARepositoryKnowsIsUpdatedByThePackageManager) {
+    constexpr const char* fromRepository = R"(torvel:
+  Installed: 1.2.0-1
+  Candidate: 1.3.0-1
+  Version table:
+     1.3.0-1 500
+        500 https://apt.torvel.example bookworm/main amd64 Packages
+ *** 1.2.0-1 100
+        100 /var/lib/dpkg/status
+)";
+    // Installed from the repository, which now offers only the newer version: still its origin.
+    constexpr const char* byHand = R"(torvel:
+  Installed: 1.2.0-1
+  Candidate: 1.2.0-1
+  Version table:
+ *** 1.2.0-1 100
+        100 /var/lib/dpkg/status
+)";
+    constexpr const char* removedButKnown = R"(torvel:
+  Installed: (none)
+  Candidate: 1.3.0-1
+  Version table:
+     1.3.0-1 500
+        500 https://apt.torvel.example bookworm/main amd64 Packages
+)";
+    const std::pair<const char*, bool> cases[] = {{fromRepository, true},
+                                                  {byHand, false},
+                                                  {removedButKnown, false},
+                                                  {"N: Unable to locate package torvel\n", false}};
+    for (const auto& [policy, expected] : cases)
+        EXPECT_EQ(PackageUpdates::fromRepository(policy), expected) << policy;
+
+    EXPECT_EQ(PackageUpdates::source(false, true), UpdateSource::vendorFeed);
+    EXPECT_EQ(PackageUpdates::source(true, false), UpdateSource::repository);
+    EXPECT_EQ(PackageUpdates::source(false, false), UpdateSource::none);
+}
+
+TEST(PackageUpdates, PicksTheNewestOfTorvelsOwnIds) {
+    const std::vector<std::string> ids = {"torvel-extra;9.0;all;x", "torvel;1.10.0-1;amd64;x", "broken",
+                                          "torvel;1.9.0-1;amd64;x", "libc6;2.36;amd64;x"};
+    EXPECT_EQ(PackageUpdates::newestOfOurs(ids), "torvel;1.10.0-1;amd64;x");
+    EXPECT_EQ(PackageUpdates::newestOfOurs(std::span(ids).last(1)), std::nullopt);
+    EXPECT_EQ(PackageUpdates::displayVersion("1:1.10.0-2"), "1.10.0");
 }
 
 }  // namespace

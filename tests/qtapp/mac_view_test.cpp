@@ -7,6 +7,7 @@
 #include <QSet>
 #include <fstream>
 
+#include "extras/updater_model.h"
 #include "qt_support.h"
 #include "status/mac_page_model.h"
 #include "ui/ember.h"
@@ -27,6 +28,7 @@ struct PageHost {
     Ember ember;
     std::unique_ptr<ServiceInstaller> installer;
     std::unique_ptr<MacPageModel> model;
+    std::unique_ptr<Updater> updater;
     QQmlEngine engine;
     std::unique_ptr<QQuickWindow> window;
     QObject* page = nullptr;
@@ -57,8 +59,23 @@ struct PageHost {
                                   .loginItem = [] { return LoginItem::Status::enabled; },
                                   .updater = [] { return UpdaterState{}; },
                                   .clock = [this] { return rig.now; }});
+        // An update found by an earlier run, with automatic checks off and nowhere to check.
+        std::ofstream(dir / "Torvel.conf") << "[updates]\navailable=0.2.0\nautomatic=false\n";
+        updater = std::make_unique<Updater>(
+            Updater::Config{.feed = {},
+                            .publicKey = {},
+                            .runningVersion = QStringLiteral("0.1.0"),
+                            .timeout = std::chrono::seconds(1),
+                            .deadline = std::chrono::seconds(1),
+                            .settingsFile = QString::fromStdString((dir / "Torvel.conf").string()),
+                            .downloadDirectory = QString::fromStdString(dir.string()),
+                            .systemBus = QDBusConnection(QStringLiteral("no bus")),
+                            .clock = {},
+                            .source = UpdateSource::none,
+                            .installDeadline = std::chrono::seconds(1)});
         ember.setDark(dark);
         qmlRegisterSingletonInstance("Torvel", 1, 0, "Ember", &ember);
+        qmlRegisterSingletonInstance("Torvel", 1, 0, "Updater", updater.get());
         qmlRegisterSingletonInstance("Torvel", 1, 0, "MacPage", model.get());
         qmlRegisterSingletonInstance("Torvel", 1, 0, "ServiceInstaller", installer.get());
         qmlRegisterUncreatableMetaObject(Looks::staticMetaObject, "Torvel", 1, 0, "Looks",
@@ -81,6 +98,17 @@ struct PageHost {
     }
 
     QObject* find(const char* name) const { return page->findChild<QObject*>(QString::fromLatin1(name)); }
+    // Through the visual tree: a Repeater's delegates are no QObject children of the page.
+    static QQuickItem* findItem(QQuickItem* in, const QString& name) {
+        for (QQuickItem* child : in->childItems()) {
+            if (child->objectName() == name) return child;
+            if (QQuickItem* found = findItem(child, name)) return found;
+        }
+        return nullptr;
+    }
+    QQuickItem* item(const char* name) const {
+        return findItem(qobject_cast<QQuickItem*>(page), QString::fromLatin1(name));
+    }
     void click(const char* name) const { QMetaObject::invokeMethod(find(name), "clicked"); }
     void answer(const std::string& how) const { std::ofstream(rig.root.path() / "answer") << how; }
     std::string asked() const {
@@ -148,6 +176,20 @@ TEST(MacView, RemovingAsksFirstAndAFailureStaysBesideTheButton) {
         EXPECT_EQ(host.model->removeError(), c.removeError);
         EXPECT_EQ(host.model->fixError(), QString()) << "the head does not repeat it";
     }
+}
+
+TEST(MacView, TheUpdatesRowSwitchesAutomaticChecksAndOffersTheUpdateFound) {
+    PageHost host;
+    ASSERT_NE(host.page, nullptr);
+    QQuickItem* automatic = host.item("automaticUpdates");
+    ASSERT_NE(automatic, nullptr);
+    EXPECT_FALSE(automatic->property("checked").toBool());
+    QMetaObject::invokeMethod(automatic, "flip");
+    EXPECT_TRUE(host.updater->automatic());
+    EXPECT_TRUE(automatic->property("checked").toBool());
+    // The row's own button checks; the install is the one the row adds.
+    EXPECT_FALSE(host.item("checkUpdates")->isVisible());
+    EXPECT_TRUE(host.item("installUpdate")->isVisible());
 }
 
 }  // namespace

@@ -3,12 +3,14 @@
 #include <sys/stat.h>
 
 #include <QDBusConnection>
+#include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QDBusVirtualObject>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+#include <QThread>
 
 namespace torvel::app::testing {
 
@@ -37,6 +39,37 @@ class PrivateBus {
   private:
     QProcess daemon_;
     QString address_;
+};
+
+// PackageKit as python-dbusmock plays it from fake_packagekit.py, with that file's parameters, up once it
+// owns its name on `bus`.
+class MockPackageKit {
+  public:
+    MockPackageKit(const PrivateBus& bus, const QByteArray& parameters) {
+        auto environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), bus.address());
+        mock_.setProcessEnvironment(environment);
+        mock_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        mock_.setStandardOutputFile(QProcess::nullDevice());
+        mock_.start(
+            QStringLiteral("/usr/bin/python3"),
+            {"-m", "dbusmock", "--system", "--template",
+             TORVEL_SOURCE_DIR "/tests/qtextras/fake_packagekit.py", "-p", QString::fromUtf8(parameters)});
+        const auto watcher = bus.connect(QStringLiteral("watcher"));
+        for (int tries = 0; tries < 250 && !up_; ++tries) {
+            QThread::msleep(20);
+            up_ = watcher.interface()->isServiceRegistered(QStringLiteral("org.freedesktop.PackageKit"));
+        }
+    }
+    ~MockPackageKit() {
+        mock_.kill();
+        mock_.waitForFinished(5000);
+    }
+    bool up() const { return up_; }
+
+  private:
+    QProcess mock_;
+    bool up_ = false;
 };
 
 // PackageKit as the installer meets it: one transaction that ends the way the test chose, remembering

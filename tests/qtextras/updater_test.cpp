@@ -113,7 +113,9 @@ struct Rig {
                             .settingsFile = settingsFile(),
                             .downloadDirectory = dir.filePath(QStringLiteral("downloads")),
                             .systemBus = std::move(bus),
-                            .clock = [this] { return clock; }},
+                            .clock = [this] { return clock; },
+                            .source = UpdateSource::vendorFeed,
+                            .installDeadline = 5s},
             &network);
         return *updater;
     }
@@ -321,11 +323,12 @@ TEST(Updater, InstallsAVerifiedPackageThroughPackageKitOnlyWhenAsked) {
 TEST(Updater, NothingToDoWithoutAnUpdateOrASecureAddress) {
     Rig rig;
     auto& updater = rig.make();
-    EXPECT_EQ(rig.installed(updater), QStringLiteral("There is no update to install"));
+    EXPECT_EQ(rig.installed(updater).toStdString(),
+              UpdateActionWords::problem(UpdateProblem::nothingToInstall));
     auto& plain = rig.make(QDBusConnection(QStringLiteral("no bus")), "http://torvel.example/appcast.xml");
     plain.checkNow();
     EXPECT_FALSE(plain.checking());
-    EXPECT_EQ(plain.error(), QStringLiteral("Updates aren’t set up in this build"));
+    EXPECT_EQ(plain.error().toStdString(), UpdateActionWords::problem(UpdateProblem::notSetUp));
 }
 
 }  // namespace

@@ -27,6 +27,7 @@ struct Machine {
     bool automatic = true;
     const char* available = nullptr;
     bool critical = false;
+    bool unreachable = false;
     const char* chargeError = nullptr;
     std::optional<int> nativeLimit;
     std::optional<OtherWriter::Program> other;
@@ -42,7 +43,7 @@ struct Machine {
         if (chargeError) s.status.published.chargeError = chargeError;
         s.status.published.nativeLimit = nativeLimit;
         if (other) s.status.published.otherWriter = OtherWriter{.program = *other};
-        UpdaterState updates{.critical = critical, .automatic = automatic};
+        UpdaterState updates{.critical = critical, .unreachable = unreachable, .automatic = automatic};
         if (available) updates.available = available;
         return Checkup(s, state, SystemLock{.active = locked}, login, updates);
     }
@@ -88,6 +89,7 @@ TEST(CheckupReading, FirstHoldingConditionPerPiece) {
         {{.history = false}, Piece::history, Level::off, "Off"},
         {{.critical = true}, Piece::updates, Level::todo, "Available"},
         {{.automatic = false, .available = "2.0"}, Piece::updates, Level::todo, "Available"},
+        {{.automatic = false, .unreachable = true}, Piece::updates, Level::todo, "Couldn’t check"},
         {{}, Piece::updates, Level::ok, "Up to date"},
         {{.automatic = false}, Piece::updates, Level::off, "Off"},
     };

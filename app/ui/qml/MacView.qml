@@ -77,6 +77,21 @@ Column {
                         onButtonClicked: modelData.piece === "updates" ? MacPage.checkForUpdates()
                                                                        : MacPage.openLoginItems()
                     }
+                    // The row's own button checks; the rest of the updater sits under its explanation.
+                    Loader {
+                        active: modelData.piece === "updates"
+                        width: parent.width
+                        sourceComponent: Item {
+                            implicitHeight: controls.height + 8
+                            UpdateControls {
+                                id: controls
+                                x: 62
+                                y: -6
+                                width: parent.width - x - 160
+                                showsCheck: false
+                            }
+                        }
+                    }
                 }
             }
         }

@@ -229,24 +229,8 @@ Column {
                 width: strip.cellWidth
                 glyph: Glyphs.download
                 title: "Updates"
-                help: SettingsPage.updatesHelp
-                Row {
-                    width: parent.width
-                    spacing: 10
-                    EmberButton {
-                        title: Updater.checking ? "Checking" : "Check"
-                        enabled: !Updater.checking
-                        onClicked: Updater.checkNow()
-                    }
-                    Text {
-                        width: parent.width - 90
-                        anchors.verticalCenter: parent.verticalCenter
-                        text: Updater.shortText
-                        elide: Text.ElideRight
-                        font: Ember.words(12.5, "medium")
-                        color: Ember.text2
-                    }
-                }
+                help: Updater.help
+                UpdateControls { width: parent.width }
             }
         }
     }
