@@ -52,6 +52,8 @@ void ChargeSettings::announce(const std::vector<QVariant>& before) {
             property.notifySignal().invoke(this, Qt::DirectConnection);
         }
     }
+    if (state_.sameForViews(announced_)) return;
+    announced_ = state_;
     emit changed();
 }
 

@@ -133,7 +133,8 @@ class ChargeSettings : public QObject {
     // The onboarding window follows these two.
     void serviceNeedsApprovalChanged();
     void serviceNeedsMigrationChanged();
-    // Anything in value() may have changed: the panel recomputes from the whole record.
+    // Something a view shows in value() moved: the models derived from the whole record recompute. A status
+    // read that brings nothing new is silent, so an idle tray recomputes nothing.
     void changed();
     // After each status refresh: whether the limit is verified to work (invalid: not yet known) and whether
     // the system is locked with the service installed. The notifier listens.
@@ -154,7 +155,8 @@ class ChargeSettings : public QObject {
     void finishMigration();
     // Every property's value, in declaration order, to compare against after a change.
     std::vector<QVariant> propertyValues() const;
-    // Emits the change signal of each property that differs from `before`, then changed().
+    // Emits the change signal of each property that differs from `before`, and changed() when the record
+    // moved since it was last announced.
     void announce(const std::vector<QVariant>& before);
 
     Paths paths_;
@@ -166,6 +168,7 @@ class ChargeSettings : public QObject {
     ChargeService::Scheduler after_;
 
     ChargeSettingsState state_;
+    ChargeSettingsState announced_;
     QTimer poll_;
     int liveWatchers_ = 0;
     double lastServiceSync_ = -std::numeric_limits<double>::infinity();

@@ -22,7 +22,11 @@ bool SettingsDefaults::boolean(std::string_view key) const {
 
 void SettingsDefaults::setBoolean(std::string_view key, bool value) {
     const std::lock_guard lock(mutex_);
-    settings_->setValue(QString::fromUtf8(key.data(), static_cast<qsizetype>(key.size())), value);
+    const QString name = QString::fromUtf8(key.data(), static_cast<qsizetype>(key.size()));
+    // The notifier clears its flags on every status read: writing only what moved keeps an idle app off the
+    // disk.
+    if (settings_->contains(name) && settings_->value(name).toBool() == value) return;
+    settings_->setValue(name, value);
     settings_->sync();
 }
 

@@ -192,6 +192,23 @@ TEST(ChargeSettings, RemovalReleasesChargingWithoutWaitingLongThenUnregisters) {
     EXPECT_FALSE(settings.daemonInstalled());
 }
 
+TEST(ChargeSettings, AStatusThatBringsNothingNewLeavesTheDerivedModelsAlone) {
+    Rig rig(Status::enabled);
+    ChargeSettings& settings = rig.make();
+    rig.writeStatus(R"("state":"hold","pct":80)");
+    settings.refreshStatus();
+    int recomputes = 0;
+    QObject::connect(&settings, &ChargeSettings::changed, [&recomputes] { ++recomputes; });
+    rig.now += 30;
+    rig.writeStatus(R"("state":"hold","pct":80)");
+    settings.refreshStatus();
+    EXPECT_EQ(recomputes, 0) << "only the time the service wrote the file moved";
+    rig.now += 30;
+    rig.writeStatus(R"("state":"hold","pct":79)");
+    settings.refreshStatus();
+    EXPECT_EQ(recomputes, 1);
+}
+
 TEST(ChargeSettings, EachPropertyAnnouncesItsOwnChangeAndOnlyWhenItChanges) {
     const QMetaObject& meta = ChargeSettings::staticMetaObject;
     std::set<QByteArray> signalNames;
