@@ -202,18 +202,6 @@ void ChargeSettings::syncService() {
     }
 }
 
-void ChargeSettings::removeService(std::function<void()> done) {
-    // The removal goes on whatever the service answers.
-    calls_.releaseCharge(
-        [this, done](const ServiceCalls::Result&) {
-            service_.remove([this, done] {
-                syncService();
-                if (done) done();
-            });
-        },
-        releaseTimeout);
-}
-
 void ChargeSettings::removeEverything(std::function<void()> done) {
     calls_.purgeAllData(
         [this, done](const ServiceCalls::Result&) {

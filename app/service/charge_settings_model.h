@@ -49,8 +49,6 @@ class ChargeSettings : public QObject {
     static constexpr double serviceSyncSeconds = 10;
     // Long enough for a progress indicator to show before the password prompt takes the screen.
     static constexpr std::chrono::milliseconds migrationPause{150};
-    // Removal hands charging back to the system at once; it never waits long on a service that hangs.
-    static constexpr std::chrono::milliseconds releaseTimeout = client::ServiceClient::removalTimeout;
 
     struct Dependencies {
         Paths paths;
@@ -111,7 +109,6 @@ class ChargeSettings : public QObject {
     void watchLive();
     void unwatchLive();
     void syncService();
-    void removeService(std::function<void()> done = {});
     void removeEverything(std::function<void()> done = {});
     void migrateLegacyService();
 

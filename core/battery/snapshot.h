@@ -107,7 +107,6 @@ class PlugInEdge {
   public:
     // True when this reading is a plug-in edge. Call once per published snapshot.
     bool observe(const BatterySnapshot& previous, const BatterySnapshot& next);
-    bool pluggedKnown() const { return pluggedKnown_; }
 
   private:
     bool pluggedKnown_ = false;

@@ -29,14 +29,4 @@ NotchGeometry NotchGeometry::on(const ScreenFacts& screen) {
              floatingWidth, floatingHeight}};
 }
 
-std::optional<NotchGeometry> NotchGeometry::current(std::span<const ScreenFacts> screens,
-                                                    std::optional<std::size_t> mainScreen) {
-    for (const auto& screen : screens) {
-        if (screen.frame.x == 0 && screen.frame.y == 0) return on(screen);
-    }
-    if (mainScreen && *mainScreen < screens.size()) return on(screens[*mainScreen]);
-    if (!screens.empty()) return on(screens.front());
-    return std::nullopt;
-}
-
 }  // namespace torvel

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <cstddef>
 #include <optional>
-#include <span>
 
 namespace torvel {
 
@@ -36,10 +34,6 @@ struct NotchGeometry {
 
     bool operator==(const NotchGeometry&) const = default;
 
-    // The placement on the menu-bar screen: the first whose frame starts at (0, 0), else the main screen,
-    // else the first; nothing without screens.
-    static std::optional<NotchGeometry> current(std::span<const ScreenFacts> screens,
-                                                std::optional<std::size_t> mainScreen);
     static NotchGeometry on(const ScreenFacts& screen);
 };
 

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <vector>
-
 namespace torvel {
 namespace {
 
@@ -29,18 +27,6 @@ TEST(NotchGeometry, PlacementFromTheScreen) {
         {"plain screen under a panel", {{0, 0, 1920, 1080}, 27, {}, {}}, {false, 27, {830, 963, 260, 86}}},
     };
     for (const auto& c : cases) EXPECT_EQ(NotchGeometry::on(c.screen), c.placement) << c.what;
-}
-
-TEST(NotchGeometry, TheMenuBarScreenFirst) {
-    const ScreenFacts external{{-1920, 0, 1920, 1080}, 0, {}, {}};
-    const ScreenFacts above{{0, 982, 2560, 1440}, 0, {}, {}};
-    const std::vector<ScreenFacts> withOrigin{external, notched()};
-    EXPECT_TRUE(NotchGeometry::current(withOrigin, 0)->hasNotch);
-
-    const std::vector<ScreenFacts> noOrigin{external, above};
-    EXPECT_EQ(NotchGeometry::current(noOrigin, 1)->frame.x, 1280 - 130);
-    EXPECT_EQ(NotchGeometry::current(noOrigin, std::nullopt)->frame.x, -960 - 130);
-    EXPECT_EQ(NotchGeometry::current({}, std::nullopt), std::nullopt);
 }
 
 }  // namespace

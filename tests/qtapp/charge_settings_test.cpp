@@ -176,19 +176,13 @@ TEST(ChargeSettings, MigrationFromTheHandInstalledServiceEndsByItsPromptAnswer) 
     }
 }
 
-TEST(ChargeSettings, RemovalReleasesChargingWithoutWaitingLongThenUnregisters) {
+TEST(ChargeSettings, RemovingEverythingPurgesThenUnregisters) {
     Rig rig(Status::enabled);
     ChargeSettings& settings = rig.make();
     bool done = false;
-    settings.removeService([&] { done = true; });
+    settings.removeEverything([&] { done = true; });
     EXPECT_TRUE(done);
-    EXPECT_EQ(rig.fake.log, "release 3000;disable;");
-    EXPECT_EQ(settings.serviceStateName(), QStringLiteral("notInstalled"));
-
-    rig.fake.state = Status::enabled;
-    settings.syncService();
-    settings.removeEverything();
-    EXPECT_EQ(rig.fake.log, "release 3000;disable;purge;disable;");
+    EXPECT_EQ(rig.fake.log, "purge;disable;");
     EXPECT_FALSE(settings.daemonInstalled());
 }
 
