@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "battery/system_lock.h"
+#include "status/other_program_fix.h"
 
 namespace torvel::app {
 
@@ -61,12 +62,19 @@ class SettingsPageModel : public QObject {
     Q_PROPERTY(QString startupError READ startupError NOTIFY startupErrorChanged)
     Q_PROPERTY(QString updatesHelp READ updatesHelp CONSTANT)
 
+    Q_PROPERTY(QString otherProgramText READ otherProgramText NOTIFY otherProgramTextChanged)
+    Q_PROPERTY(QString otherProgramFixTitle READ otherProgramFixTitle NOTIFY otherProgramFixTitleChanged)
+    Q_PROPERTY(bool otherProgramFixEnabled READ otherProgramFixEnabled NOTIFY otherProgramFixEnabledChanged)
+    Q_PROPERTY(QString otherProgramError READ otherProgramError NOTIFY otherProgramErrorChanged)
+
   public:
     // The vendor's host the updater asks; told to the user in the updates help.
     static constexpr const char* updateHost = "updates.torvel.app";
 
+    // `turnOffUPower`: none for UPower on the system bus.
     SettingsPageModel(ChargeSettings& settings, BatteryMonitor& battery, LoginItemModel& login,
-                      SystemLock lock, QObject* parent = nullptr);
+                      SystemLock lock, QObject* parent = nullptr,
+                      OtherProgramFix::TurnOff turnOffUPower = {});
 
     bool lockActive() const { return lock_.active; }
     QString lockText() const;
@@ -107,6 +115,11 @@ class SettingsPageModel : public QObject {
     bool startupNeedsApproval() const;
     QString startupError() const;
     static QString updatesHelp();
+    // Another program setting the charge limit too: what the note says, its one fix, and why that failed.
+    QString otherProgramText() const;
+    QString otherProgramFixTitle() const;
+    bool otherProgramFixEnabled() const;
+    QString otherProgramError() const;
 
     Q_INVOKABLE void setLimitOn(bool on);
     // The resting bar while dragging moves the limit without saving; the release saves it.
@@ -127,8 +140,13 @@ class SettingsPageModel : public QObject {
     Q_INVOKABLE void setStartup(int withTheComputer);
     // "Open": the desktop's startup settings are where an entry waiting for approval is approved.
     Q_INVOKABLE void openStartupApproval();
+    Q_INVOKABLE void fixOtherProgram();
 
   signals:
+    void otherProgramTextChanged();
+    void otherProgramFixTitleChanged();
+    void otherProgramFixEnabledChanged();
+    void otherProgramErrorChanged();
     void canReachServiceChanged();
     void unreachableTextChanged();
     void limitOnChanged();
@@ -166,6 +184,7 @@ class SettingsPageModel : public QObject {
     BatteryMonitor& battery_;
     LoginItemModel& login_;
     SystemLock lock_;
+    OtherProgramFix otherFix_;
     std::vector<QVariant> shown_;
 };
 
