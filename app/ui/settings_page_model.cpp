@@ -69,6 +69,9 @@ std::optional<OtherProgramNote> otherProgram(const ChargeSettings& settings) {
 }
 }  // namespace
 
+QString SettingsPageModel::saveNote() const {
+    return settings_.saveNote();
+}
 QString SettingsPageModel::otherProgramText() const {
     const auto note = otherProgram(settings_);
     return note ? qs(note->text) : QString();

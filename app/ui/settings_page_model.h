@@ -62,6 +62,7 @@ class SettingsPageModel : public QObject {
     Q_PROPERTY(QString startupError READ startupError NOTIFY startupErrorChanged)
     Q_PROPERTY(QString updatesHelp READ updatesHelp CONSTANT)
 
+    Q_PROPERTY(QString saveNote READ saveNote NOTIFY saveNoteChanged)
     Q_PROPERTY(QString otherProgramText READ otherProgramText NOTIFY otherProgramTextChanged)
     Q_PROPERTY(QString otherProgramFixTitle READ otherProgramFixTitle NOTIFY otherProgramFixTitleChanged)
     Q_PROPERTY(bool otherProgramFixEnabled READ otherProgramFixEnabled NOTIFY otherProgramFixEnabledChanged)
@@ -115,6 +116,8 @@ class SettingsPageModel : public QObject {
     bool startupNeedsApproval() const;
     QString startupError() const;
     static QString updatesHelp();
+    // What the service said of the last change: a limit the battery holds at another value, or did not take.
+    QString saveNote() const;
     // Another program setting the charge limit too: what the note says, its one fix, and why that failed.
     QString otherProgramText() const;
     QString otherProgramFixTitle() const;
@@ -143,6 +146,7 @@ class SettingsPageModel : public QObject {
     Q_INVOKABLE void fixOtherProgram();
 
   signals:
+    void saveNoteChanged();
     void otherProgramTextChanged();
     void otherProgramFixTitleChanged();
     void otherProgramFixEnabledChanged();

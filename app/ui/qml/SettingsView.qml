@@ -50,6 +50,15 @@ Column {
     }
 
     LimitHero { width: parent.width }
+    NoteCard {
+        // What the service said of the change just made: the battery holds another limit, or none.
+        objectName: "saveNote"
+        visible: SettingsPage.saveNote.length > 0
+        width: parent.width
+        tone: Looks.Todo
+        icon: Glyphs.info
+        title: SettingsPage.saveNote
+    }
 
     SectionHead { text: "Around the limit" }
 
