@@ -40,6 +40,12 @@ bool listed(const std::array<std::string_view, N>& names, std::string_view name)
     return false;
 }
 
+std::string trimmed(std::string_view text) {
+    const auto blank = " \t\r\n\v\f";
+    text.remove_prefix(std::min(text.size(), text.find_first_not_of(blank)));
+    return std::string(text.substr(0, text.find_last_not_of(blank) + 1));
+}
+
 }  // namespace
 
 std::string errorText(std::string_view errorName, std::string_view errorMessage) {
@@ -63,12 +69,21 @@ std::optional<std::string> replyResult(sd_bus_message* reply, std::string_view f
         return std::string(texts::unreachable);
     }
     if (ok) return std::nullopt;
-    std::string_view text = message;
-    const auto blank = " \t\r\n\v\f";
-    text.remove_prefix(std::min(text.size(), text.find_first_not_of(blank)));
-    text = text.substr(0, text.find_last_not_of(blank) + 1);
+    const std::string text = trimmed(message);
     if (text.empty()) return std::string(failureText);
-    return std::string(text);
+    return text;
+}
+
+std::optional<std::string> replyMessage(sd_bus_message* reply) {
+    int ok = 0;
+    const char* message = nullptr;
+    if (sd_bus_message_get_error(reply) != nullptr || !sd_bus_message_has_signature(reply, "bs") ||
+        sd_bus_message_rewind(reply, 1) < 0 || sd_bus_message_read(reply, "bs", &ok, &message) < 0) {
+        return std::nullopt;
+    }
+    std::string text = trimmed(message);
+    if (text.empty()) return std::nullopt;
+    return text;
 }
 
 }  // namespace torvel::client

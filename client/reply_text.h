@@ -26,4 +26,8 @@ std::string errorText(std::string_view errorName, std::string_view errorMessage)
 // `failureText` when it sent none. An answer of any other shape is not our service speaking.
 std::optional<std::string> replyResult(sd_bus_message* reply, std::string_view failureText);
 
+// The message of a (b ok, s message) answer, whatever ok says, trimmed; none when it is empty or the answer
+// is of any other shape.
+std::optional<std::string> replyMessage(sd_bus_message* reply);
+
 }  // namespace torvel::client

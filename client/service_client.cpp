@@ -36,11 +36,24 @@ void ServiceClient::call(const char* method, const std::string* argument, std::s
 void ServiceClient::apply(const Settings& settings, const SettingsExtra& extra, ApplyCompletion done,
                           Timeout timeout) {
     const std::string message = settingsMessage(settings, extra);
-    call("ApplySettings", &message, texts::refusedChange, timeout,
-         [message, config = config_, done = std::move(done)](const Result& callError) {
-             const Result error = settleApply(callError, [&] { return !writeWholeFile(config, message); });
-             done(Applied{.error = error, .serviceError = error ? std::nullopt : callError});
-         });
+    const auto appendMessage = [&message](sd_bus_message* call) {
+        return sd_bus_message_append(call, "s", message.c_str());
+    };
+    bus_.call({bus::serviceName, bus::objectPath, bus::interfaceName, "ApplySettings", true}, appendMessage,
+              timeout,
+              [alive = std::weak_ptr(alive_), message, config = config_, done = std::move(done)](
+                  sd_bus_message* reply, const sd_bus_error* failure) {
+                  if (alive.expired()) return;
+                  const Result callError =
+                      failure != nullptr ? errorText(failure->name != nullptr ? failure->name : "",
+                                                     failure->message != nullptr ? failure->message : "")
+                                         : replyResult(reply, texts::refusedChange);
+                  const Result error =
+                      settleApply(callError, [&] { return !writeWholeFile(config, message); });
+                  done(Applied{.error = error,
+                               .serviceError = error ? std::nullopt : callError,
+                               .note = failure != nullptr ? std::nullopt : replyMessage(reply)});
+              });
 }
 
 void ServiceClient::purgeAllData(Completion done, Timeout timeout) {

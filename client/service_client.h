@@ -28,6 +28,9 @@ class ServiceCalls {
         Result error;  // none: the settings are saved, by the service or in config.json
         // Why the service did not take them, when config.json was written directly instead.
         Result serviceError;
+        // What the service said of them when it answered with words: a limit the battery holds at another
+        // value, or did not take.
+        Result note = std::nullopt;
     };
     using ApplyCompletion = std::function<void(const Applied&)>;
 

@@ -154,6 +154,7 @@ void ChargeSettings::sendNextSave() {
             if (ledger_.finish(ticket, applied.error, outcome)) {
                 state_.writeError = outcome.writeError;
                 settingsAwaitingService_ = outcome.settingsAwaitingService;
+                saveNote_ = applied.note;
                 announce(before);
             }
             queue_.pop_front();

@@ -39,6 +39,7 @@ class ChargeSettings : public QObject {
     Q_PROPERTY(bool migrating READ migrating NOTIFY migratingChanged)
     Q_PROPERTY(bool migrationFallback READ migrationFallback NOTIFY migrationFallbackChanged)
     Q_PROPERTY(int liveWatchers READ liveWatchers NOTIFY liveWatchersChanged)
+    Q_PROPERTY(QString saveNote READ saveNote NOTIFY saveNoteChanged)
 
   public:
     using Clock = std::function<double()>;  // seconds since 1970
@@ -85,6 +86,8 @@ class ChargeSettings : public QObject {
     bool migrating() const { return state_.migrating; }
     bool migrationFallback() const { return state_.migrationFallback; }
     int liveWatchers() const { return liveWatchers_; }
+    // What the service said of the last save it answered (a limit held at another value, or not taken).
+    QString saveNote() const { return text(saveNote_); }
     bool settingsAwaitingService() const { return settingsAwaitingService_; }
     std::chrono::milliseconds pollInterval() const { return poll_.intervalAsDuration(); }
     // Saves handed to the service and not yet answered, the one in flight included.
@@ -127,6 +130,7 @@ class ChargeSettings : public QObject {
     void migratingChanged();
     void migrationFallbackChanged();
     void liveWatchersChanged();
+    void saveNoteChanged();
     // The onboarding window follows these two.
     void serviceNeedsApprovalChanged();
     void serviceNeedsMigrationChanged();
@@ -173,6 +177,7 @@ class ChargeSettings : public QObject {
     bool triedServiceRefresh_ = false;
     bool triedRepoint_ = false;
     bool settingsAwaitingService_ = false;
+    std::optional<std::string> saveNote_;
     SaveLedger ledger_;
     // The front entry is the save in flight; the others wait their turn.
     std::deque<QueuedSave> queue_;

@@ -55,7 +55,12 @@ bool isFix(ServiceInstaller::Operation operation) {
 
 MacPageModel::MacPageModel(ChargeSettings& settings, ServiceInstaller& installer, Sources sources,
                            QObject* parent)
-    : QObject(parent), settings_(settings), installer_(installer), sources_(std::move(sources)) {
+    : QObject(parent),
+      settings_(settings),
+      installer_(installer),
+      sources_(std::move(sources)),
+      otherFix_(settings, sources_.turnOffUPower) {
+    connect(&otherFix_, &OtherProgramFix::changed, this, &MacPageModel::recompute);
     connect(&settings_, &ChargeSettings::changed, this, &MacPageModel::recompute);
     connect(&installer_, &ServiceInstaller::operationChanged, this, &MacPageModel::recompute);
     connect(&installer_, &ServiceInstaller::errorChanged, this, &MacPageModel::recompute);
@@ -126,8 +131,14 @@ void MacPageModel::recompute() {
     fixAction_ = fix ? toFixAction(fix->action) : FixAction::none;
     fixBusy_ = fix && fix->busy;
 
+    // The control row's button is the other-program note's one fix, when it has one.
+    otherAction_ = facts.otherProgram && facts.otherProgram->fixTitle ? facts.otherProgram->action
+                                                                      : OtherProgramNote::Action::none;
+    otherProgramError_ = facts.otherProgram ? otherFix_.error() : QString();
     QVariantList rows;
-    for (const auto& row : MacPage::rows(checkup, facts)) {
+    for (auto& row : MacPage::rows(checkup, facts)) {
+        if (row.piece == Checkup::Piece::control && otherAction_ != OtherProgramNote::Action::none)
+            row.button = facts.otherProgram->fixTitle;
         rows.push_back(QVariantMap{
             {QStringLiteral("piece"), text(std::string(name(row.piece)))},
             {QStringLiteral("level"), QVariant::fromValue(static_cast<Level>(row.level))},
@@ -136,6 +147,7 @@ void MacPageModel::recompute() {
             {QStringLiteral("word"), text(row.word)},
             {QStringLiteral("explanation"), text(row.explanation)},
             {QStringLiteral("button"), row.button ? text(*row.button) : QString()},
+            {QStringLiteral("buttonEnabled"), row.piece != Checkup::Piece::control || !otherFix_.busy()},
         });
     }
     rows_ = rows;
@@ -146,6 +158,12 @@ void MacPageModel::recompute() {
     runningTime_ = text(MacPage::runningTime(published.startedAt, now));
     chargeMechanism_ = text(MacPage::chargeMechanism(published));
     forcedDischarge_ = text(MacPage::forcedDischarge(published));
+    QVariantList batteries;
+    for (const auto& line : MacPage::batteryLines(published)) {
+        batteries.push_back(QVariantMap{{QStringLiteral("label"), text(line.label)},
+                                        {QStringLiteral("value"), text(line.value)}});
+    }
+    batteries_ = batteries;
     const auto amount = MacPage::historyAmount(history);
     historyOnDisk_ = amount ? text(Diagnostics::byteCount(history.bytes)) : QStringLiteral("Nothing yet");
     announce(before);
@@ -273,6 +291,10 @@ void MacPageModel::activateFix() {
         case FixAction::reinstallService:
             return installer_.reinstall();
     }
+}
+
+void MacPageModel::fixOtherProgram() {
+    otherFix_.run(otherAction_);
 }
 
 void MacPageModel::resetCounter() {

@@ -13,6 +13,7 @@
 #include "extras/updater.h"
 #include "service/charge_settings_model.h"
 #include "service/service_installer.h"
+#include "status/other_program_fix.h"
 
 namespace torvel::app {
 
@@ -38,6 +39,8 @@ class MacPageModel : public QObject {
     Q_PROPERTY(QString chargeMechanism READ chargeMechanism NOTIFY chargeMechanismChanged)
     Q_PROPERTY(QString forcedDischarge READ forcedDischarge NOTIFY forcedDischargeChanged)
     Q_PROPERTY(QString historyOnDisk READ historyOnDisk NOTIFY historyOnDiskChanged)
+    Q_PROPERTY(QVariantList batteries READ batteries NOTIFY batteriesChanged)
+    Q_PROPERTY(QString otherProgramError READ otherProgramError NOTIFY otherProgramErrorChanged)
 
     Q_PROPERTY(bool copied READ copied NOTIFY copiedChanged)
     Q_PROPERTY(QString copyTitle READ copyTitle NOTIFY copyTitleChanged)
@@ -81,6 +84,8 @@ class MacPageModel : public QObject {
         std::function<LoginItem::Status()> loginItem;
         std::function<UpdaterState()> updater;
         std::function<double()> clock;  // seconds since 1970
+        // What turns UPower's charge threshold off; none: UPower on the system bus.
+        OtherProgramFix::TurnOff turnOffUPower = {};
     };
 
     MacPageModel(ChargeSettings& settings, ServiceInstaller& installer, Sources sources,
@@ -103,6 +108,10 @@ class MacPageModel : public QObject {
     QString chargeMechanism() const { return chargeMechanism_; }
     QString forcedDischarge() const { return forcedDischarge_; }
     QString historyOnDisk() const { return historyOnDisk_; }
+    // One {label, value} per battery, for the troubleshooting card.
+    QVariantList batteries() const { return batteries_; }
+    // Why the other-program fix (the control row's button) failed; empty otherwise.
+    QString otherProgramError() const { return otherProgramError_; }
 
     bool copied() const { return copied_; }
     QString copyTitle() const;
@@ -146,6 +155,8 @@ class MacPageModel : public QObject {
     void removeEverything();
     void checkForUpdates();
     void openLoginItems();
+    // The control row's button: lets Torvel hold the limit again over the program the row names.
+    void fixOtherProgram();
 
   signals:
     void trayNoteChanged();
@@ -165,6 +176,8 @@ class MacPageModel : public QObject {
     void chargeMechanismChanged();
     void forcedDischargeChanged();
     void historyOnDiskChanged();
+    void batteriesChanged();
+    void otherProgramErrorChanged();
     void copiedChanged();
     void copyTitleChanged();
     void copiedNoteChanged();
@@ -193,6 +206,7 @@ class MacPageModel : public QObject {
     ChargeSettings& settings_;
     ServiceInstaller& installer_;
     Sources sources_;
+    OtherProgramFix otherFix_;
 
     Level level_ = Level::ok;
     QString headline_;
@@ -208,6 +222,9 @@ class MacPageModel : public QObject {
     QString chargeMechanism_;
     QString forcedDischarge_;
     QString historyOnDisk_;
+    QVariantList batteries_;
+    QString otherProgramError_;
+    OtherProgramNote::Action otherAction_ = OtherProgramNote::Action::none;
     bool copied_ = false;
     ServiceInstaller::Operation lastOperation_ = ServiceInstaller::Operation::none;
 };

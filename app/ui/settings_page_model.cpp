@@ -33,8 +33,14 @@ QVariantList options(const std::vector<Choice>& choices) {
 }  // namespace
 
 SettingsPageModel::SettingsPageModel(ChargeSettings& settings, BatteryMonitor& battery, LoginItemModel& login,
-                                     SystemLock lock, QObject* parent)
-    : QObject(parent), settings_(settings), battery_(battery), login_(login), lock_(lock) {
+                                     SystemLock lock, QObject* parent, OtherProgramFix::TurnOff turnOffUPower)
+    : QObject(parent),
+      settings_(settings),
+      battery_(battery),
+      login_(login),
+      lock_(lock),
+      otherFix_(settings, std::move(turnOffUPower)) {
+    connect(&otherFix_, &OtherProgramFix::changed, this, &SettingsPageModel::announce);
     connect(&settings_, &ChargeSettings::changed, this, &SettingsPageModel::announce);
     connect(&battery_, &BatteryMonitor::snapshotChanged, this, &SettingsPageModel::announce);
     connect(&login_, &LoginItemModel::statusChanged, this, &SettingsPageModel::announce);
@@ -55,6 +61,33 @@ void SettingsPageModel::announce() {
             property.notifySignal().invoke(this, Qt::DirectConnection);
         shown_[i] = std::move(now);
     }
+}
+
+namespace {
+std::optional<OtherProgramNote> otherProgram(const ChargeSettings& settings) {
+    return OtherProgramNote::from(settings.value().status.published);
+}
+}  // namespace
+
+QString SettingsPageModel::saveNote() const {
+    return settings_.saveNote();
+}
+QString SettingsPageModel::otherProgramText() const {
+    const auto note = otherProgram(settings_);
+    return note ? qs(note->text) : QString();
+}
+QString SettingsPageModel::otherProgramFixTitle() const {
+    const auto note = otherProgram(settings_);
+    return note && note->fixTitle ? qs(*note->fixTitle) : QString();
+}
+bool SettingsPageModel::otherProgramFixEnabled() const {
+    return !otherFix_.busy();
+}
+QString SettingsPageModel::otherProgramError() const {
+    return otherProgram(settings_) ? otherFix_.error() : QString();
+}
+void SettingsPageModel::fixOtherProgram() {
+    if (const auto note = otherProgram(settings_); note && note->fixTitle) otherFix_.run(note->action);
 }
 
 QString SettingsPageModel::lockText() const {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "battery/system_lock.h"
+#include "status/other_program_fix.h"
 
 namespace torvel::app {
 
@@ -60,9 +61,17 @@ class SettingsPageModel : public QObject {
     Q_PROPERTY(bool startupNeedsApproval READ startupNeedsApproval NOTIFY startupNeedsApprovalChanged)
     Q_PROPERTY(QString startupError READ startupError NOTIFY startupErrorChanged)
 
+    Q_PROPERTY(QString saveNote READ saveNote NOTIFY saveNoteChanged)
+    Q_PROPERTY(QString otherProgramText READ otherProgramText NOTIFY otherProgramTextChanged)
+    Q_PROPERTY(QString otherProgramFixTitle READ otherProgramFixTitle NOTIFY otherProgramFixTitleChanged)
+    Q_PROPERTY(bool otherProgramFixEnabled READ otherProgramFixEnabled NOTIFY otherProgramFixEnabledChanged)
+    Q_PROPERTY(QString otherProgramError READ otherProgramError NOTIFY otherProgramErrorChanged)
+
   public:
+    // `turnOffUPower`: none for UPower on the system bus.
     SettingsPageModel(ChargeSettings& settings, BatteryMonitor& battery, LoginItemModel& login,
-                      SystemLock lock, QObject* parent = nullptr);
+                      SystemLock lock, QObject* parent = nullptr,
+                      OtherProgramFix::TurnOff turnOffUPower = {});
 
     bool lockActive() const { return lock_.active; }
     QString lockText() const;
@@ -102,6 +111,13 @@ class SettingsPageModel : public QObject {
     static QVariantList startupOptions();
     bool startupNeedsApproval() const;
     QString startupError() const;
+    // What the service said of the last change: a limit the battery holds at another value, or did not take.
+    QString saveNote() const;
+    // Another program setting the charge limit too: what the note says, its one fix, and why that failed.
+    QString otherProgramText() const;
+    QString otherProgramFixTitle() const;
+    bool otherProgramFixEnabled() const;
+    QString otherProgramError() const;
 
     Q_INVOKABLE void setLimitOn(bool on);
     // The resting bar while dragging moves the limit without saving; the release saves it.
@@ -122,8 +138,14 @@ class SettingsPageModel : public QObject {
     Q_INVOKABLE void setStartup(int withTheComputer);
     // "Open": the desktop's startup settings are where an entry waiting for approval is approved.
     Q_INVOKABLE void openStartupApproval();
+    Q_INVOKABLE void fixOtherProgram();
 
   signals:
+    void saveNoteChanged();
+    void otherProgramTextChanged();
+    void otherProgramFixTitleChanged();
+    void otherProgramFixEnabledChanged();
+    void otherProgramErrorChanged();
     void canReachServiceChanged();
     void unreachableTextChanged();
     void limitOnChanged();
@@ -161,6 +183,7 @@ class SettingsPageModel : public QObject {
     BatteryMonitor& battery_;
     LoginItemModel& login_;
     SystemLock lock_;
+    OtherProgramFix otherFix_;
     std::vector<QVariant> shown_;
 };
 

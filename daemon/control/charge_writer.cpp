@@ -15,6 +15,8 @@ void ChargeWriter::forget() {
     applied_.reset();
     seen_.reset();
     behaviourTaken_ = false;
+    // Back from sleep or from an empty bay, the driver may take what it refused before.
+    refusedFor_.reset();
 }
 
 ChargeWriter::Seen ChargeWriter::look(const DeviceCapabilities& caps) {
@@ -86,9 +88,13 @@ WriteError ChargeWriter::applyThresholds(const DeviceCapabilities& caps, int sta
     WriteError error;
     if (!alreadyThere) {
         applied_.reset();
-        // A refusal may have been the kernel's start <= end rule in passing: each new request asks afresh.
-        refusedEnds_.clear();
-        refusedStarts_.clear();
+        // A refusal may have been the kernel's start <= end rule in passing, so each new request asks afresh;
+        // the same request asked again on the next tick knows better than to try every value once more.
+        if (refusedFor_ != std::pair(start, end)) {
+            refusedEnds_.clear();
+            refusedStarts_.clear();
+            refusedFor_ = std::pair(start, end);
+        }
         // The kernel refuses start > end at every moment, so the order of the two writes depends on
         // where the range moves: up means end first, down means start first.
         const bool endFirst = !caps.startThreshold || currentEnd < 0 || start >= currentEnd;

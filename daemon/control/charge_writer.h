@@ -4,6 +4,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "device/power_device.h"
 
@@ -21,8 +22,8 @@ class ChargeWriter {
     // floor is what such drivers have).
     WriteError applyThresholds(const DeviceCapabilities& caps, int start, int end);
     WriteError applyBehaviour(const DeviceCapabilities& caps, std::string_view value);
-    // Forgets what was applied and seen, so the next apply writes even values the device seems to hold and a
-    // firmware's own reset is not taken for another program.
+    // Forgets what was applied, seen and refused, so the next apply writes even values the device seems to
+    // hold and a firmware's own reset is not taken for another program.
     void forget();
 
     // What changed on the device since the service's own last write and read-back
@@ -61,6 +62,8 @@ class ChargeWriter {
     std::optional<Seen> seen_;
     std::set<int> refusedEnds_;
     std::set<int> refusedStarts_;
+    // The request (start, end) the refused values were met under.
+    std::optional<std::pair<int, int>> refusedFor_;
     std::optional<int> nativeFloor_;
     bool behaviourTaken_ = false;
 };

@@ -148,6 +148,29 @@ TEST_F(ServiceClientTest, EachAnswerBecomesOneResult) {
     }
 }
 
+// The service's words on the settings reach the page whether it took them or not; a bus error is no word of
+// its.
+TEST_F(ServiceClientTest, ApplyCarriesTheServicesOwnWords) {
+    const struct {
+        Answer answer;
+        std::optional<std::string> note;
+    } cases[] = {
+        {{.ok = true, .message = " Held at 80% instead. "}, "Held at 80% instead."},
+        {{.ok = false, .message = "Not held: EIO."}, "Not held: EIO."},
+        {{.ok = true, .message = ""}, std::nullopt},
+        {{.ok = true, .message = "x", .signature = "sb"}, std::nullopt},
+        {{.message = "Denied", .errorName = "org.freedesktop.DBus.Error.AccessDenied"}, std::nullopt},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.answer.message);
+        serve(c.answer);
+        std::optional<ServiceClient::Applied> applied;
+        client->apply(settings, {}, [&](const ServiceClient::Applied& a) { applied = a; });
+        ASSERT_TRUE(spinUntil([&] { return applied.has_value(); }));
+        EXPECT_EQ(applied->note, c.note);
+    }
+}
+
 TEST_F(ServiceClientTest, NobodyToTalkToIsUnreachable) {
     for (const auto& address : {privateBus->address(), std::string("unix:path=/nonexistent/bus")}) {
         for (const auto operation : operations) {

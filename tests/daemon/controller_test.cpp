@@ -359,8 +359,11 @@ struct Bays final : PowerDevice {
         return find(name)->threshold(name, which);
     }
     WriteResult setThreshold(std::string_view name, Threshold which, int percent) override {
+        if (which == Threshold::end) ++endWrites;
         if (failEnd && which == Threshold::end)
             return WriteFailure{"cannot write charge_control_end_threshold: Input/output error"};
+        if (refuseEnd && which == Threshold::end)
+            return WriteFailure{"cannot write charge_control_end_threshold: Invalid argument", true};
         return find(name)->setThreshold(name, which, percent);
     }
     std::optional<ChargeBehaviour> behaviour(std::string_view name) override {
@@ -375,7 +378,30 @@ struct Bays final : PowerDevice {
     bool absent = false;
     bool refuseDischarge = false;
     bool failEnd = false;
+    bool refuseEnd = false;  // EINVAL for every value, as a driver whose thresholds are fixed
+    int endWrites = 0;
 };
+
+TEST(ChargeController, ADriverThatRefusesEveryValueIsNotAskedAgainUntilTheRequestChanges) {
+    SimulatedBattery battery({.startPercent = 70});
+    Bays device({&battery});
+    device.refuseEnd = true;
+    ChargeController controller(device, {}, {});
+    controller.setSettings({.limit = 80});
+    Instant now = 1'700'000'000;
+    const auto writesDuring = [&](int ticks) {
+        device.endWrites = 0;
+        for (int i = 0; i < ticks; ++i) tickAt(controller, now += 5);
+        return device.endWrites;
+    };
+    EXPECT_EQ(writesDuring(1), 101) << "every value once, nearest first";
+    EXPECT_EQ(writesDuring(10), 0);
+    EXPECT_TRUE(controller.status().chargeError);
+    controller.setSettings({.limit = 75});
+    EXPECT_EQ(writesDuring(2), 101) << "a new request asks afresh";
+    controller.reapply();
+    EXPECT_EQ(writesDuring(2), 101) << "and so does a battery back from sleep";
+}
 
 TEST(ChargeController, ARemovedBatteryIsPublishedAbsentAndTakenUpAgainWhenBack) {
     SimulatedBattery battery({.startPercent = 85});

@@ -231,6 +231,7 @@ TEST(ChargeSettings, EachPropertyAnnouncesItsOwnChangeAndOnlyWhenItChanges) {
         {"migrating", &ChargeSettings::migratingChanged},
         {"migrationFallback", &ChargeSettings::migrationFallbackChanged},
         {"liveWatchers", &ChargeSettings::liveWatchersChanged},
+        {"saveNote", &ChargeSettings::saveNoteChanged},
     };
     ASSERT_EQ(std::size(changeSignals), signalNames.size());
 

@@ -7,6 +7,7 @@
 #include <set>
 
 #include "qt_support.h"
+#include "status/mac_page.h"
 
 namespace torvel::app::testing {
 namespace {
@@ -16,7 +17,7 @@ struct Page {
     std::unique_ptr<ServiceInstaller> installer;
     std::unique_ptr<MacPageModel> model;
 
-    explicit Page(Rig& r) : rig(r) {
+    explicit Page(Rig& r, OtherProgramFix::TurnOff turnOffUPower = {}) : rig(r) {
         ChargeSettings& settings = rig.settings ? *rig.settings : rig.make();
         installer = std::make_unique<ServiceInstaller>(settings, ServiceInstaller::Helpers{});
         const fs::path dir = rig.root.path();
@@ -37,7 +38,8 @@ struct Page {
                                           updates.automatic = true;
                                           return updates;
                                       },
-                                  .clock = [&r] { return r.now; }});
+                                  .clock = [&r] { return r.now; },
+                                  .turnOffUPower = std::move(turnOffUPower)});
     }
 };
 
@@ -100,6 +102,48 @@ TEST(MacPageModel, TroubleshootingFactsAndTheReportOnTheClipboard) {
     EXPECT_EQ(model.copiedNote(), QStringLiteral("Copied to the clipboard."));
     model.refresh();
     EXPECT_EQ(model.copyTitle(), QStringLiteral("Copy the diagnostic report")) << "a fresh look starts over";
+}
+
+// UPower writing its own threshold over two batteries: the control row offers the note's fix, which turns
+// UPower's threshold off on both device objects and then sends the settings again; a refusal says why.
+TEST(MacPageModel, TheControlRowTurnsUPowersThresholdOffOnEveryBatteryThenResendsTheSettings) {
+    for (const bool refused : {false, true}) {
+        SCOPED_TRACE(refused ? "refused" : "turned off");
+        Rig rig(Status::enabled);
+        rig.writeStatus(
+            R"("state":"hold","otherWriter":{"program":"upower","yielded":true},"batteries":[)"
+            R"({"name":"BAT0","pct":61,"mode":"thresholds","startThreshold":75,"endThreshold":80},)"
+            R"({"name":"BAT1","pct":40,"mode":"behaviour","behaviour":"inhibit-charge"}])");
+        QStringList asked;
+        std::function<void(const QString&)> answer;
+        Page page(rig, [&](const QStringList& devices, std::function<void(const QString&)> done) {
+            asked = devices;
+            answer = std::move(done);
+        });
+        MacPageModel& model = *page.model;
+        const PublishedStatus& published = rig.settings->value().status.published;
+        EXPECT_EQ(model.batteries().size(), 2);
+        EXPECT_EQ(model.batteries().back().toMap()[QStringLiteral("value")].toString().toStdString(),
+                  MacPage::batteryLines(published).back().value);
+
+        const auto control = [&model] {
+            for (const QVariant& row : model.rows())
+                if (row.toMap()[QStringLiteral("piece")] == QStringLiteral("control")) return row.toMap();
+            return QVariantMap{};
+        };
+        EXPECT_EQ(control()[QStringLiteral("button")].toString().toStdString(),
+                  OtherProgramNote::from(published)->fixTitle);
+        model.fixOtherProgram();
+        EXPECT_EQ(asked, (QStringList{QStringLiteral("/org/freedesktop/UPower/devices/battery_BAT0"),
+                                      QStringLiteral("/org/freedesktop/UPower/devices/battery_BAT1")}));
+        EXPECT_FALSE(control()[QStringLiteral("buttonEnabled")].toBool()) << "one fix at a time";
+        ASSERT_TRUE(answer);
+        answer(refused ? QStringLiteral("Not authorized") : QString());
+        EXPECT_EQ(rig.fake.applies.size(), refused ? 0U : 1U);
+        EXPECT_EQ(model.otherProgramError().toStdString(),
+                  refused ? OtherProgramNote::upowerFailed("Not authorized") : "");
+        EXPECT_TRUE(control()[QStringLiteral("buttonEnabled")].toBool());
+    }
 }
 
 TEST(MacPageModel, EveryChangingPropertyHasItsOwnSignalAndTheLinksComeFromTheBuild) {

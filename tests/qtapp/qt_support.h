@@ -50,6 +50,7 @@ struct FakeSystem : ServiceCalls, UnitControl {
     struct PendingApply {
         Settings settings;
         Completion done;
+        ApplyCompletion answer;  // the whole answer, with the service's words
     };
     std::vector<PendingApply> applies;
     std::string log;
@@ -63,7 +64,7 @@ struct FakeSystem : ServiceCalls, UnitControl {
         return result;
     }
     void apply(const Settings& settings, const SettingsExtra&, ApplyCompletion done, Timeout) override {
-        applies.push_back({settings, [done](const Result& error) { done({error, std::nullopt}); }});
+        applies.push_back({settings, [done](const Result& error) { done({error, std::nullopt}); }, done});
     }
     void purgeAllData(Completion done, Timeout) override { done(note("purge")); }
     void releaseCharge(Completion done, Timeout timeout) override {

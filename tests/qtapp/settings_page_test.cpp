@@ -60,6 +60,29 @@ TEST(SettingsPage, EveryControlWritesItsFieldAtOnce) {
     EXPECT_FALSE(fs::exists(machine.path() / "autostart/com.torvel.Torvel.desktop"));
 }
 
+// The service's words on a change show on the page until the next answer; an overtaken save's do not.
+TEST(SettingsPage, TheServicesWordsOnAChangeShowUntilTheNextAnswer) {
+    testing::Rig rig(testing::Status::enabled);
+    rig.writeStatus(R"("state":"hold")");
+    ChargeSettings& settings = rig.make();
+    BatteryMonitor battery(TORVEL_FIXTURES "/power_supply/laptop_charging", false);
+    LoginItemModel login(std::nullopt, QStringLiteral("/usr/bin/torvel"));
+    SettingsPageModel page(settings, battery, login, SystemLock{});
+    const ServiceCalls::Result held = "held at 80% instead";
+    page.chooseProfile(75);
+    rig.fake.applies.back().answer({.error = {}, .serviceError = {}, .note = held});
+    EXPECT_EQ(page.saveNote().toStdString(), *held);
+    page.chooseProfile(60);
+    rig.fake.applies.back().answer({});
+    EXPECT_TRUE(page.saveNote().isEmpty());
+    page.chooseProfile(85);
+    page.chooseProfile(75);
+    rig.fake.applies.at(2).answer({.error = {}, .serviceError = {}, .note = held});
+    EXPECT_TRUE(page.saveNote().isEmpty()) << "a save overtaken by a newer one says nothing";
+    rig.fake.applies.at(3).answer({.error = {}, .serviceError = {}, .note = held});
+    EXPECT_EQ(page.saveNote().toStdString(), *held);
+}
+
 TEST(SettingsPage, SwitchesThatNeedTheServiceWriteNothingWhileItCannotBeReached) {
     testing::Rig rig(testing::Status::notRegistered);
     ChargeSettings& settings = rig.make();

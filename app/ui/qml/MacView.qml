@@ -11,6 +11,7 @@ Column {
     readonly property var glyphs: ({
         service: Glyphs.cpu,
         verified: Glyphs.shieldCheck,
+        control: Glyphs.sliders,
         login: Glyphs.enter,
         led: Glyphs.lightbulb,
         history: Glyphs.clock,
@@ -74,7 +75,9 @@ Column {
                         tone: modelData.tone
                         word: modelData.word
                         button: modelData.button
+                        buttonEnabled: modelData.buttonEnabled !== false
                         onButtonClicked: modelData.piece === "updates" ? MacPage.checkForUpdates()
+                                       : modelData.piece === "control" ? MacPage.fixOtherProgram()
                                                                        : MacPage.openLoginItems()
                     }
                     // The row's own button checks; the rest of the updater sits under its explanation.
@@ -97,6 +100,16 @@ Column {
         }
     }
 
+    NoteCard {
+        // The control row's fix failed: the system's words, beside the row that offered it.
+        objectName: "otherProgramError"
+        visible: MacPage.otherProgramError.length > 0
+        width: parent.width
+        tone: Looks.Broken
+        icon: Glyphs.warning
+        title: MacPage.otherProgramError
+    }
+
     DisclosureCard {
         objectName: "troubleshooting"
         width: parent.width
@@ -114,6 +127,15 @@ Column {
             RowDivider { inset: 0 }
             InfoRow { width: parent.width; label: "Charge mechanism"; value: MacPage.chargeMechanism }
             RowDivider { inset: 0 }
+            Repeater {
+                model: MacPage.batteries
+                delegate: Column {
+                    required property var modelData
+                    width: parent.width
+                    InfoRow { width: parent.width; label: modelData.label; value: modelData.value }
+                    RowDivider { inset: 0 }
+                }
+            }
             InfoRow { width: parent.width; label: "Forced discharge"; value: MacPage.forcedDischarge }
             RowDivider { inset: 0 }
             InfoRow { width: parent.width; label: "History on disk"; value: MacPage.historyOnDisk }

@@ -28,8 +28,37 @@ Column {
         title: "Some settings are waiting for the charge service"
         text: SettingsPage.unreachableText
     }
+    Column {
+        // Another program sets the charge limit too: who, what to change, and the one fix when there is one.
+        objectName: "otherProgram"
+        visible: SettingsPage.otherProgramText.length > 0
+        width: parent.width
+        spacing: 10
+        NoteCard {
+            width: parent.width
+            tone: Looks.Todo
+            icon: Glyphs.warning
+            title: SettingsPage.otherProgramText
+            text: SettingsPage.otherProgramError
+        }
+        EmberButton {
+            visible: SettingsPage.otherProgramFixTitle.length > 0
+            title: SettingsPage.otherProgramFixTitle
+            enabled: SettingsPage.otherProgramFixEnabled
+            onClicked: SettingsPage.fixOtherProgram()
+        }
+    }
 
     LimitHero { width: parent.width }
+    NoteCard {
+        // What the service said of the change just made: the battery holds another limit, or none.
+        objectName: "saveNote"
+        visible: SettingsPage.saveNote.length > 0
+        width: parent.width
+        tone: Looks.Todo
+        icon: Glyphs.info
+        title: SettingsPage.saveNote
+    }
 
     SectionHead { text: "Around the limit" }
 
