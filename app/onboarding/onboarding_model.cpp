@@ -100,6 +100,8 @@ OnboardingModel::OnboardingModel(Dependencies dependencies, OnboardingFlow::Mode
 }
 
 OnboardingModel::~OnboardingModel() {
+    // Letting go of the settings makes them announce a change, which a model being destroyed must not relay.
+    disconnect(&settings_, nullptr, this, nullptr);
     stopPolling();
     if (live_) settings_.unwatchLive();
 }
