@@ -149,15 +149,23 @@ TorvelApp::TorvelApp(Options options, QObject* parent)
             &DesktopNotifier::statusRefreshed);
     connect(history_.get(), &HistoryModel::journalReady, notifier_.get(), &DesktopNotifier::historyReady);
 
-    panel_ = std::make_unique<PanelModel>(*battery_, *settings_, *history_, lock_, PanelModel::userFiles());
+    updater_ = std::make_unique<Updater>(Updater::buildConfig());
+    loginItem_ = LoginItemModel::forThisUser();
+    // The panel's checkup reads the Startup and Updates answers from their models, never from their files,
+    // and follows every change of them.
+    panel_ = std::make_unique<PanelModel>(
+        *battery_, *settings_, *history_, lock_,
+        PanelModel::Sources{.loginItem = [this] { return loginItem_->value().status; },
+                            .updater = [this] { return updater_->state(); }});
+    connect(loginItem_.get(), &LoginItemModel::statusChanged, panel_.get(), &PanelModel::recompute);
+    for (const auto signal : {&Updater::checkingChanged, &Updater::availableChanged,
+                              &Updater::criticalChanged, &Updater::automaticChanged}) {
+        connect(updater_.get(), signal, panel_.get(), &PanelModel::recompute);
+    }
     connect(panel_.get(), &PanelModel::sectionRequested, this, &TorvelApp::openSection);
     connect(noticeActions, &NoticeActions::sectionRequested, this, &TorvelApp::openSection);
     connect(panel_.get(), &PanelModel::quitRequested, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
 
-    updater_ = std::make_unique<Updater>(Updater::buildConfig());
-    loginItem_ = LoginItemModel::forThisUser();
-    // The checkup's Startup row reads the entry; it follows every change made from the page.
-    connect(loginItem_.get(), &LoginItemModel::statusChanged, panel_.get(), &PanelModel::recompute);
     settingsPage_ = std::make_unique<SettingsPageModel>(*settings_, *battery_, *loginItem_, lock_);
 
     installer_ = std::make_unique<ServiceInstaller>(*settings_, ServiceInstaller::Helpers::besideThisCopy());

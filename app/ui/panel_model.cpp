@@ -2,10 +2,8 @@
 
 #include <QVariantMap>
 #include <algorithm>
-#include <variant>
 
 #include "battery/battery_monitor.h"
-#include "common/files.h"
 #include "common/fmt.h"
 #include "history/history_model.h"
 #include "service/charge_settings_model.h"
@@ -23,30 +21,7 @@ QString qs(std::string_view text) {
 QVariantMap reading(const char* caption, const std::string& value) {
     return {{QStringLiteral("caption"), QString::fromUtf8(caption)}, {QStringLiteral("value"), qs(value)}};
 }
-
-std::optional<std::string> fileText(const std::optional<std::filesystem::path>& path) {
-    if (!path) return std::nullopt;
-    auto contents = readWholeFile(*path);
-    if (auto* bytes = std::get_if<std::string>(&contents)) return std::move(*bytes);
-    return std::nullopt;
-}
 }  // namespace
-
-PanelModel::Sources PanelModel::userFiles() {
-    return {
-        .loginItem =
-            [] {
-                const auto entry = fileText(LoginItem::autostartFile(processEnvironment));
-                return LoginItem::fromAutostartEntry(entry ? std::optional<std::string_view>(*entry)
-                                                           : std::nullopt);
-            },
-        .updater =
-            [] {
-                const auto ini = fileText(UpdaterState::settingsFile(processEnvironment));
-                return ini ? UpdaterState::fromSettings(*ini) : UpdaterState{};
-            },
-    };
-}
 
 PanelModel::PanelModel(BatteryMonitor& battery, ChargeSettings& settings, HistoryModel& history,
                        SystemLock lock, Sources sources, QObject* parent)

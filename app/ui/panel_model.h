@@ -54,12 +54,11 @@ class PanelModel : public QObject {
     static constexpr int lowestLimit = 20;
     static constexpr int highestLimit = 100;
 
-    // The login item and the updater are read where the checkup needs them; tests pass fixed answers.
+    // The login item's and the updater's answers, as their models hold them; tests pass fixed answers.
     struct Sources {
         std::function<LoginItem::Status()> loginItem;
         std::function<UpdaterState()> updater;
     };
-    static Sources userFiles();
 
     PanelModel(BatteryMonitor& battery, ChargeSettings& settings, HistoryModel& history, SystemLock lock,
                Sources sources, QObject* parent = nullptr);
