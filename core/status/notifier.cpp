@@ -55,8 +55,8 @@ void Notifier::systemLocked(bool locked) {
 void Notifier::historyReady(std::string_view summary) {
     if (defaults_.boolean(historyKey)) return;
     post(tr("Your battery journal is ready"),
-         tr("Twenty-four hours of readings: the last-24-hours curve is now complete. %1", {summary}),
-         "today", historyKey);
+         tr("Twenty-four hours of readings: the last-24-hours curve is now complete. %1", {summary}), "today",
+         historyKey);
 }
 
 }  // namespace torvel
