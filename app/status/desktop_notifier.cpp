@@ -78,9 +78,7 @@ NoticePoster notifyOn(QDBusConnection bus, QPointer<NoticeActions> actions, QObj
         const QString section = QString::fromStdString(opens);
         QStringList buttons;
         if (actions && !section.isEmpty()) {
-            buttons << QStringLiteral("default")
-                    << QString::fromUtf8(Notifier::openAction.data(),
-                                         static_cast<qsizetype>(Notifier::openAction.size()));
+            buttons << QStringLiteral("default") << QString::fromStdString(torvel::tr(Notifier::openAction));
         }
         QDBusMessage notify = QDBusMessage::createMethodCall(
             QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("/org/freedesktop/Notifications"),

@@ -1,6 +1,6 @@
 #include "extras/package_updates.h"
 
-#include "common/sentence.h"
+#include "common/texts.h"
 #include "extras/appcast.h"
 
 namespace torvel {
@@ -85,56 +85,58 @@ std::string PackageUpdates::displayVersion(std::string_view packageVersion) {
 std::string UpdateActionWords::problem(UpdateProblem problem) {
     switch (problem) {
         case UpdateProblem::notSetUp:
-            return "This copy of Torvel wasn’t installed from a package, so there is nothing to update it "
-                   "from.";
+            return tr(
+                "This copy of Torvel wasn’t installed from a package, so there is nothing to update it "
+                "from.");
         case UpdateProblem::packageKitMissing:
-            return "The package manager service (PackageKit) isn’t available on this laptop.";
+            return tr("The package manager service (PackageKit) isn’t available on this laptop.");
         case UpdateProblem::tooSlow:
-            return "The package manager took too long to answer.";
+            return tr("The package manager took too long to answer.");
         case UpdateProblem::checkFailed:
-            return "The package manager couldn’t look for updates.";
+            return tr("The package manager couldn’t look for updates.");
         case UpdateProblem::notAllowed:
-            return "The update wasn’t installed: permission was not given.";
+            return tr("The update wasn’t installed: permission was not given.");
         case UpdateProblem::cancelled:
-            return "The installation was cancelled.";
+            return tr("The installation was cancelled.");
         case UpdateProblem::installFailed:
-            return "The package manager couldn’t install the update.";
+            return tr("The package manager couldn’t install the update.");
         case UpdateProblem::nothingToInstall:
-            return "There is no update to install.";
+            return tr("There is no update to install.");
     }
-    return "The package manager couldn’t look for updates.";
+    return tr("The package manager couldn’t look for updates.");
 }
 
 std::string UpdateActionWords::checkTitle(bool checking) {
-    return checking ? "Checking" : "Check";
+    return checking ? tr("Checking") : tr("Check");
 }
 
 std::string UpdateActionWords::installTitle(bool installing) {
-    return installing ? "Installing" : "Install";
+    return installing ? tr("Installing") : tr("Install");
 }
 
 std::string UpdateActionWords::installing(std::optional<int> percent) {
-    if (!percent) return "Installing the update…";
-    return fillSentence("Installing the update: %1% done.", {std::to_string(*percent)});
+    if (!percent) return tr("Installing the update…");
+    return tr("Installing the update: %1% done.", {std::to_string(*percent)});
 }
 
 std::string UpdateActionWords::installed(std::string_view version) {
-    return fillSentence("Torvel %1 is installed. It takes over the next time Torvel starts.", {version});
+    return tr("Torvel %1 is installed. It takes over the next time Torvel starts.", {version});
 }
 
 std::string UpdateActionWords::automaticLabel() {
-    return "Check once a day";
+    return tr("Check once a day");
 }
 
 std::string UpdateActionWords::help(std::optional<UpdateSource> source, std::string_view feedHost) {
     if (source == UpdateSource::repository) {
-        return "Torvel asks the package manager whether your software sources hold a newer Torvel, once a "
-               "day "
-               "when automatic checks are on. Nothing installs until you say yes, and the system asks for "
-               "your password first.";
+        return tr(
+            "Torvel asks the package manager whether your software sources hold a newer Torvel, once a "
+            "day "
+            "when automatic checks are on. Nothing installs until you say yes, and the system asks for "
+            "your password first.");
     }
     if (source == UpdateSource::vendorFeed) {
-        return fillSentence(
+        return tr(
             "Torvel asks %1 whether a newer version exists, once a day when automatic checks are on, and "
             "nothing else: no profile of this laptop, no identifier, no usage. Nothing installs until you "
             "say "
@@ -142,10 +144,11 @@ std::string UpdateActionWords::help(std::optional<UpdateSource> source, std::str
             {feedHost});
     }
     if (source == UpdateSource::none) {
-        return "This copy of Torvel was built from its sources: update it the way you built it. A Torvel "
-               "installed from a package checks for updates here.";
+        return tr(
+            "This copy of Torvel was built from its sources: update it the way you built it. A Torvel "
+            "installed from a package checks for updates here.");
     }
-    return "Nothing installs until you say yes.";
+    return tr("Nothing installs until you say yes.");
 }
 
 }  // namespace torvel

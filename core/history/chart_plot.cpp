@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "common/fmt.h"
+#include "common/texts.h"
 
 namespace torvel {
 namespace {
@@ -133,7 +134,7 @@ ChartPlot ChartPlot::lay(const ChartSeries& series, const Frame& frame) {
     if (ownTemperatureLane(frame)) {
         for (const int celsius : {25, 45}) {
             const double level = temperatureHeight(celsius, frame);
-            plot.temperatureTicks.push_back({level, std::to_string(celsius) + " °C", level});
+            plot.temperatureTicks.push_back({level, tr("%1 °C", {std::to_string(celsius)}), level});
         }
     }
     const auto& buckets = series.buckets;

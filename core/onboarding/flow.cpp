@@ -227,63 +227,61 @@ bool mentions(std::string_view text, std::string_view word) {
                        [&](char a, char b) { return lower(a) == lower(b); }) != text.end();
 }
 
-std::string percent(int value) {
-    return std::to_string(value) + "%";
-}
-
 }  // namespace
 
 OnboardingWords onboardingWords(OnboardingFlow::Mode mode, bool ready, int limit, int restingFloor) {
     OnboardingWords words;
     if (ready) {
-        words.handOverTitle = "The service takes it from here";
-        words.handOverSubtitle =
+        words.handOverTitle = tr("The service takes it from here");
+        words.handOverSubtitle = tr(
             "The charge service holds your limit by itself: with this window closed, after a restart, before "
-            "anyone logs in.";
-        words.handOverRows = {{"The limit", "Held by the service, always", true},
-                              {"The tray flame", "The charge and what the service does", true},
-                              {"Your readings", "Kept on this laptop, never sent", true}};
-        words.restingTitle =
-            "Charging stops at " + percent(limit) + " and starts again below " + percent(restingFloor) + ".";
-        words.restingText = "The battery rests in between, so it spends less of its life full.";
+            "anyone logs in.");
+        words.handOverRows = {{tr("The limit"), tr("Held by the service, always"), true},
+                              {tr("The tray flame"), tr("The charge and what the service does"), true},
+                              {tr("Your readings"), tr("Kept on this laptop, never sent"), true}};
+        words.restingTitle = tr("Charging stops at %1% and starts again below %2%.",
+                                {std::to_string(limit), std::to_string(restingFloor)});
+        words.restingText = tr("The battery rests in between, so it spends less of its life full.");
     } else {
-        words.handOverTitle = "The charge service is still to install";
-        words.handOverSubtitle =
+        words.handOverTitle = tr("The charge service is still to install");
+        words.handOverSubtitle = tr(
             "Until it is installed, nothing holds your limit and the battery charges to full as before. You "
-            "can install it later from the main window, or with the command below.";
-        words.handOverRows = {{"The limit", "Held once the service is installed", false},
-                              {"The tray flame", "The charge, and that the service is missing", true},
-                              {"Your readings", "Kept on this laptop once the service runs", false}};
-        words.restingTitle = "Once the service runs, charging stops at " + percent(limit) +
-                             " and starts again below " + percent(restingFloor) + ".";
-        words.restingText = "Until then the battery charges to full, as it did before Torvel.";
+            "can install it later from the main window, or with the command below.");
+        words.handOverRows = {{tr("The limit"), tr("Held once the service is installed"), false},
+                              {tr("The tray flame"), tr("The charge, and that the service is missing"), true},
+                              {tr("Your readings"), tr("Kept on this laptop once the service runs"), false}};
+        words.restingTitle = tr("Once the service runs, charging stops at %1% and starts again below %2%.",
+                                {std::to_string(limit), std::to_string(restingFloor)});
+        words.restingText = tr("Until then the battery charges to full, as it did before Torvel.");
     }
     if (mode.migrationOnly) {
         words.doneSubtitle =
-            "The charge service that came with this version is running, with your settings and history.";
+            tr("The charge service that came with this version is running, with your settings and history.");
     } else if (mode.approvalOnly) {
-        words.doneSubtitle = "The charge service is allowed and running again.";
+        words.doneSubtitle = tr("The charge service is allowed and running again.");
     } else if (ready) {
-        words.doneSubtitle =
+        words.doneSubtitle = tr(
             "Torvel lives in the tray. Click the flame for the charge and the limit; the main window has the "
-            "rest.";
+            "rest.");
     } else {
         words.doneSubtitle =
-            "Torvel lives in the tray, but the charge service isn’t installed yet, so nothing holds your "
-            "limit: "
-            "install it from the main window whenever you’re ready.";
+            tr("Torvel lives in the tray, but the charge service isn’t installed yet, so nothing holds your "
+               "limit: "
+               "install it from the main window whenever you’re ready.");
     }
     return words;
 }
 
 std::string installFailureSentence(std::string_view detail) {
     if (mentions(detail, "bus"))
-        return "Torvel couldn’t reach the system’s service manager, so the charge service wasn’t installed.";
+        return tr(
+            "Torvel couldn’t reach the system’s service manager, so the charge service wasn’t installed.");
     if (mentions(detail, "pkexec") || mentions(detail, "sudo") || mentions(detail, "cannot run"))
-        return "Torvel couldn’t ask for an administrator’s password, so the charge service wasn’t installed.";
+        return tr(
+            "Torvel couldn’t ask for an administrator’s password, so the charge service wasn’t installed.");
     if (mentions(detail, "allowed") || mentions(detail, "not authori"))
-        return "The system didn’t allow the install, so the charge service wasn’t installed.";
-    return "The install stopped before it finished, so the charge service wasn’t installed.";
+        return tr("The system didn’t allow the install, so the charge service wasn’t installed.");
+    return tr("The install stopped before it finished, so the charge service wasn’t installed.");
 }
 
 std::vector<RailStop> railStops(std::optional<int> progress, bool usesNative, bool ready) {

@@ -228,8 +228,9 @@ std::string MacPage::runningTime(std::optional<double> startedAt, double now) {
 
 std::optional<std::string> MacPage::trayNote(bool inTray) {
     if (inTray) return std::nullopt;
-    return "This desktop shows no tray icons, so Torvel keeps working in the background: open it from the "
-           "application list whenever you want to see or change how your battery is charged.";
+    return tr(
+        "This desktop shows no tray icons, so Torvel keeps working in the background: open it from the "
+        "application list whenever you want to see or change how your battery is charged.");
 }
 
 std::optional<std::string> MacPage::historyAmount(const HistoryStore::Summary& history) {

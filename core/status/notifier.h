@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "battery/system_lock.h"
+#include "common/texts.h"
 
 namespace torvel {
 
@@ -35,7 +36,7 @@ class Notifier {
     static constexpr std::string_view lockedKey = "notifiedSystemLocked";
     static constexpr std::string_view historyKey = "notifiedHistoryReady";
     // The words of a notice's default action, for the notification servers that show it as a button.
-    static constexpr std::string_view openAction = "Open Torvel";
+    static constexpr std::string_view openAction = trNoop("Open Torvel");
 
     // `defaults` must outlive every completion the poster may still call.
     Notifier(DefaultsStore& defaults, NoticePoster poster, SystemLock lock);
