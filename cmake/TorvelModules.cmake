@@ -24,6 +24,9 @@ function(torvel_test_module name)
   endif()
   add_executable(${name}_tests ${sources})
   target_include_directories(${name}_tests PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}")
+  # Test code runs once per build, so optimising it costs far more than it saves: unoptimised, it compiles in
+  # about 60 % of the time. The code under test keeps the build's flags. _FORTIFY_SOURCE wants optimisation.
+  target_compile_options(${name}_tests PRIVATE -O0 -U_FORTIFY_SOURCE)
   target_link_libraries(${name}_tests PRIVATE ${ARG_DEPS} GTest::gtest GTest::gmock GTest::gtest_main)
   target_compile_definitions(${name}_tests PRIVATE
     TORVEL_FIXTURES="${CMAKE_CURRENT_SOURCE_DIR}/fixtures"
