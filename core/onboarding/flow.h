@@ -84,7 +84,6 @@ class OnboardingFlow {
     const Step& step() const { return step_; }
     const Mode& mode() const { return mode_; }
     const Capability& capability() const { return capability_; }
-    bool installedOnEntry() const { return installedOnEntry_; }
 
     // The service is installed and current, so there is nothing to install.
     static bool helperReady(const ChargeSettingsState& settings) {

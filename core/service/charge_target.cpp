@@ -2,20 +2,16 @@
 
 namespace torvel {
 
+bool fillsUp(CalibrationStatus::Phase phase) {
+    using Phase = CalibrationStatus::Phase;
+    return phase == Phase::fill || phase == Phase::refill || phase == Phase::soak;
+}
+
 std::optional<int> chargeTarget(const CalibrationStatus& cal, bool topUp, bool enabled, int limit) {
     using Phase = CalibrationStatus::Phase;
-    switch (cal.phase) {
-        case Phase::fill:
-        case Phase::refill:
-        case Phase::soak:
-            return 100;
-        case Phase::drain:
-            return static_cast<int>(cal.drainTarget);
-        case Phase::restore:
-            return limit;
-        case Phase::idle:
-            break;
-    }
+    if (fillsUp(cal.phase)) return 100;
+    if (cal.phase == Phase::drain) return static_cast<int>(cal.drainTarget);
+    if (cal.phase == Phase::restore) return limit;
     if (topUp) return 100;
     if (enabled) return limit;
     return std::nullopt;

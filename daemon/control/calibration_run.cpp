@@ -9,10 +9,6 @@ CalibrationRun::CalibrationRun(CalibrationStatus status, std::optional<std::int6
     sawRequest_ = running();
 }
 
-bool CalibrationRun::fillingUp() const {
-    return status_.phase == Phase::fill || status_.phase == Phase::refill || status_.phase == Phase::soak;
-}
-
 void CalibrationRun::enter(Phase phase, double boot) {
     status_.phase = phase;
     lastMovedAt_ = boot;

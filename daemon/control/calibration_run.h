@@ -29,8 +29,6 @@ class CalibrationRun {
     bool draining() const { return status_.phase == CalibrationStatus::Phase::drain; }
     // Phases that bring the charge down, by forced discharge where the machine offers it.
     bool pullingDown() const { return draining() || status_.phase == CalibrationStatus::Phase::restore; }
-    // Phases that charge up to full, where the start threshold must not hold charging back.
-    bool fillingUp() const;
 
     const CalibrationStatus& status() const { return status_; }
     std::optional<std::int64_t> beforeRaw() const { return beforeRaw_; }

@@ -169,7 +169,8 @@ bool ChargeController::apply(const DeviceReading& reading, std::optional<int> go
             int start = goal ? std::max(0, end - settings_.hysteresis) : 0;
             // A top-up or a calibration fill must charge now, not only after the charge sags below the
             // window.
-            if (goal && (calibration_.fillingUp() || (settings_.topUp && !calibration_.running()))) {
+            if (goal &&
+                (fillsUp(calibration_.status().phase) || (settings_.topUp && !calibration_.running()))) {
                 start = std::max(0, end - 1);
             }
             if (status_.hot && !inhibit) {

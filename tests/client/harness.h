@@ -1,14 +1,10 @@
 #pragma once
 
 #include <poll.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <systemd/sd-bus.h>
 #include <unistd.h>
 
 #include <chrono>
-#include <cstdio>
 #include <functional>
 #include <memory>
 #include <string>
@@ -16,48 +12,16 @@
 #include <vector>
 
 #include "bus.h"
+#include "daemon/harness.h"
 #include "service/bus_address.h"
-
-extern char** environ;
 
 namespace torvel::client::testing {
 
 using Clock = std::chrono::steady_clock;
 
-// A dbus-daemon of our own, so that no test touches the machine's buses.
-class PrivateBus {
-  public:
-    PrivateBus() {
-        int pipe[2];
-        if (::pipe(pipe) != 0) return;
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_adddup2(&actions, pipe[1], STDOUT_FILENO);
-        posix_spawn_file_actions_addclose(&actions, pipe[0]);
-        char program[] = "dbus-daemon", session[] = "--session", nofork[] = "--nofork",
-             print[] = "--print-address";
-        char* argv[] = {program, session, nofork, print, nullptr};
-        const bool spawned = posix_spawnp(&daemon_, program, &actions, nullptr, argv, environ) == 0;
-        posix_spawn_file_actions_destroy(&actions);
-        ::close(pipe[1]);
-        if (!spawned) daemon_ = -1;
-        if (FILE* out = ::fdopen(pipe[0], "r")) {
-            char line[512] = {};
-            if (spawned && std::fgets(line, sizeof line, out) != nullptr) address_ = line;
-            while (!address_.empty() && address_.back() == '\n') address_.pop_back();
-            std::fclose(out);
-        }
-    }
-    ~PrivateBus() {
-        if (daemon_ <= 0) return;
-        ::kill(daemon_, SIGTERM);
-        ::waitpid(daemon_, nullptr, 0);
-    }
-    const std::string& address() const { return address_; }
-
-  private:
-    pid_t daemon_ = -1;
-    std::string address_;
+// The daemon tests' own dbus-daemon, up from the start: no test touches the machine's buses.
+struct PrivateBus : torvel::testing::PrivateBus {
+    PrivateBus() { start(false); }
 };
 
 // Stands in for a service at its bus name and path (the charge service unless told otherwise), answering

@@ -176,33 +176,6 @@ TEST_F(ServiceProcess, HangupReadsTheSettingsAgainAndRestartEndsWithTheStatusThe
     EXPECT_TRUE(WIFEXITED(*ended) && WEXITSTATUS(*ended) == 75) << *ended;
 }
 
-TEST_F(ServiceProcess, ABatteryTakenOutIsPublishedAbsentAndTakenUpAgainWhenBack) {
-    startService({.limit = 60});
-    ASSERT_TRUE(runUntil([&] { return fs::exists(paths_.status) && battery_.endThresholdValue() == 60; }));
-    const auto published = [&](const char* key) {
-        const auto status = PublishedStatus::decode(std::get<std::string>(readWholeFile(paths_.status)));
-        return status ? json::text(status->encode(), key).value_or("") : "";
-    };
-    const auto waitFor = [&](const std::function<bool()>& done) {
-        for (int tries = 0; tries < 250 && !done(); ++tries) std::this_thread::sleep_for(20ms);
-        return done();
-    };
-
-    // Out of the bay; back with the firmware's own thresholds, as some machines reset them.
-    const fs::path bay = paths_.powerSupply / "BAT0", away = root_.path / "BAT0-away";
-    fs::rename(bay, away);
-    EXPECT_TRUE(waitFor([&] { return published("state") == "absent"; }));
-    EXPECT_NE(std::get<std::string>(readWholeFile(paths_.log)).find("battery removed"), std::string::npos);
-    battery_.setThreshold(Threshold::start, 0);
-    battery_.setThreshold(Threshold::end, 100);
-    ASSERT_FALSE(writeWholeFile(away / "charge_control_start_threshold", "0"));
-    ASSERT_FALSE(writeWholeFile(away / "charge_control_end_threshold", "100"));
-    fs::rename(away, bay);
-    EXPECT_TRUE(runUntil([&] { return battery_.endThresholdValue() == 60 && published("state") == "hold"; }))
-        << published("state");
-    EXPECT_NE(std::get<std::string>(readWholeFile(paths_.log)).find("battery back"), std::string::npos);
-}
-
 TEST_F(ServiceProcess, SendsWatchdogKeepAlivesWhenTheUnitAsksForThem) {
     const fs::path socketPath = root_.path / "notify";
     const FileDescriptor listener(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
@@ -219,18 +192,6 @@ TEST_F(ServiceProcess, SendsWatchdogKeepAlivesWhenTheUnitAsksForThem) {
         std::this_thread::sleep_for(20ms);
     }
     EXPECT_NE(heard.find("WATCHDOG=1"), std::string::npos) << heard;
-}
-
-TEST_F(ServiceProcess, AFifoAtTheSettingsPathIsKeptAsideInsteadOfBlockingTheStart) {
-    fs::create_directories(paths_.dataDirectory());
-    ASSERT_EQ(::mkfifo(paths_.config.c_str(), 0644), 0);
-    startAgain(service_);
-    // The tree takes the service's write on its next look, which may come after the status file.
-    EXPECT_TRUE(runUntil(
-        [&] { return fs::exists(paths_.status) && battery_.endThresholdValue() == Settings{}.limit; }));
-    auto kept = paths_.config;
-    kept += ".bad";
-    EXPECT_EQ(fs::status(kept).type(), fs::file_type::fifo);
 }
 
 TEST_F(ServiceProcess, SleepHandsAForcedDischargeBackAndWakingTakesItUpAgain) {

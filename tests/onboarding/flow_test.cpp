@@ -47,36 +47,35 @@ TEST(OnboardingFlow, Moves) {
         Mode mode;
         bool ready, usesNative;
         Kind to;
-        bool installedOnEntry;
     };
     using enum Move;
     // clang-format off
     const Case cases[] = {
-        {"welcome, service ready", next, Kind::welcome, {}, true, false, Kind::handOver, false},
-        {"welcome, ready, system limit", next, Kind::welcome, {}, true, true, Kind::tuning, false},
-        {"welcome, nothing installed", next, Kind::welcome, {}, false, false, Kind::service, false},
-        {"welcome, reviewing a ready service", next, Kind::welcome, reviewing, true, false, Kind::service, true},
-        {"service", next, Kind::service, {}, false, false, Kind::handOver, false},
-        {"service, system limit", next, Kind::service, {}, false, true, Kind::tuning, false},
-        {"install failed", next, Kind::installFailed, {}, false, false, Kind::handOver, false},
-        {"awaiting approval", next, Kind::awaitingApproval, {}, false, true, Kind::tuning, false},
-        {"hand-over", next, Kind::handOver, {}, true, false, Kind::tuning, false},
-        {"tuning", next, Kind::tuning, {}, true, false, Kind::done, false},
-        {"back from service", back, Kind::service, {}, false, false, Kind::welcome, false},
-        {"back from install failed", back, Kind::installFailed, {}, false, false, Kind::welcome, false},
-        {"back from awaiting approval", back, Kind::awaitingApproval, {}, false, false, Kind::welcome, false},
-        {"back from hand-over, ready", back, Kind::handOver, {}, true, false, Kind::welcome, false},
-        {"back from hand-over, service gone", back, Kind::handOver, {}, false, false, Kind::service, false},
-        {"back from hand-over, reviewing", back, Kind::handOver, reviewing, true, false, Kind::service, true},
-        {"back from tuning", back, Kind::tuning, {}, true, false, Kind::handOver, false},
-        {"back from tuning, system limit skips the hand-over", back, Kind::tuning, {}, true, true, Kind::welcome, false},
-        {"back from tuning, system limit, not ready", back, Kind::tuning, {}, false, true, Kind::service, false},
-        {"poll, not ready yet", tick, Kind::service, {}, false, false, Kind::service, false},
-        {"poll, ready", tick, Kind::service, {}, true, false, Kind::handOver, false},
-        {"poll, ready, system limit", tick, Kind::service, {}, true, true, Kind::tuning, false},
-        {"poll, ready on entry: the user moves on", tick, Kind::service, reviewing, true, false, Kind::service, true},
-        {"poll, approval only", tick, Kind::service, approvalOnly, true, false, Kind::done, false},
-        {"poll, migration only", tick, Kind::service, migrationOnly, true, true, Kind::done, false},
+        {"welcome, service ready", next, Kind::welcome, {}, true, false, Kind::handOver},
+        {"welcome, ready, system limit", next, Kind::welcome, {}, true, true, Kind::tuning},
+        {"welcome, nothing installed", next, Kind::welcome, {}, false, false, Kind::service},
+        {"welcome, reviewing a ready service", next, Kind::welcome, reviewing, true, false, Kind::service},
+        {"service", next, Kind::service, {}, false, false, Kind::handOver},
+        {"service, system limit", next, Kind::service, {}, false, true, Kind::tuning},
+        {"install failed", next, Kind::installFailed, {}, false, false, Kind::handOver},
+        {"awaiting approval", next, Kind::awaitingApproval, {}, false, true, Kind::tuning},
+        {"hand-over", next, Kind::handOver, {}, true, false, Kind::tuning},
+        {"tuning", next, Kind::tuning, {}, true, false, Kind::done},
+        {"back from service", back, Kind::service, {}, false, false, Kind::welcome},
+        {"back from install failed", back, Kind::installFailed, {}, false, false, Kind::welcome},
+        {"back from awaiting approval", back, Kind::awaitingApproval, {}, false, false, Kind::welcome},
+        {"back from hand-over, ready", back, Kind::handOver, {}, true, false, Kind::welcome},
+        {"back from hand-over, service gone", back, Kind::handOver, {}, false, false, Kind::service},
+        {"back from hand-over, reviewing", back, Kind::handOver, reviewing, true, false, Kind::service},
+        {"back from tuning", back, Kind::tuning, {}, true, false, Kind::handOver},
+        {"back from tuning, system limit skips the hand-over", back, Kind::tuning, {}, true, true, Kind::welcome},
+        {"back from tuning, system limit, not ready", back, Kind::tuning, {}, false, true, Kind::service},
+        {"poll, not ready yet", tick, Kind::service, {}, false, false, Kind::service},
+        {"poll, ready", tick, Kind::service, {}, true, false, Kind::handOver},
+        {"poll, ready, system limit", tick, Kind::service, {}, true, true, Kind::tuning},
+        {"poll, ready on entry: the user moves on", tick, Kind::service, reviewing, true, false, Kind::service},
+        {"poll, approval only", tick, Kind::service, approvalOnly, true, false, Kind::done},
+        {"poll, migration only", tick, Kind::service, migrationOnly, true, true, Kind::done},
     };
     // clang-format on
     for (const auto& c : cases) {
@@ -88,7 +87,6 @@ TEST(OnboardingFlow, Moves) {
         if (c.move == tick) answer = flow.tick(c.ready, c.usesNative);
         EXPECT_EQ(answer, c.move == next ? c.to == Kind::done : c.move == tick && c.to != c.from) << c.what;
         EXPECT_EQ(flow.step(), c.to == Kind::welcome ? Step::welcome(probed) : Step::plain(c.to)) << c.what;
-        EXPECT_EQ(flow.installedOnEntry(), c.installedOnEntry) << c.what;
         EXPECT_EQ(flow.polls(), c.to == Kind::service) << c.what;
     }
 }

@@ -124,28 +124,18 @@ TEST(DecideSync, RepairsAreOneShotAndOrdered) {
         SyncDecision expected;
     };
     const Case cases[] = {
-        {"service appears with settings waiting",
-         {.nowInstalled = true, .settingsAwaitingService = true},
-         {.resendSettings = true}},
-        {"service appears after a write error",
-         {.nowInstalled = true, .hasWriteError = true},
-         {.resendSettings = true}},
-        {"service was already there",
-         {.wasInstalled = true, .nowInstalled = true, .settingsAwaitingService = true},
-         {}},
+        // clang-format off
+        {"service appears with settings waiting", {.nowInstalled = true, .settingsAwaitingService = true}, {.resendSettings = true}},
+        {"service appears after a write error", {.nowInstalled = true, .hasWriteError = true}, {.resendSettings = true}},
+        {"service was already there", {.wasInstalled = true, .nowInstalled = true, .settingsAwaitingService = true}, {}},
         {"appears with nothing to send", {.nowInstalled = true}, {}},
-        {"other copy, installed copy takes it back",
-         {.fromElsewhere = true, .ownCopyInApplications = true},
-         {.repoint = true}},
-        {"other copy, tried already",
-         {.fromElsewhere = true, .ownCopyInApplications = true, .triedRepoint = true},
-         {}},
+        {"other copy, installed copy takes it back", {.fromElsewhere = true, .ownCopyInApplications = true}, {.repoint = true}},
+        {"other copy, tried already", {.fromElsewhere = true, .ownCopyInApplications = true, .triedRepoint = true}, {}},
         {"other copy, this one is not installed", {.fromElsewhere = true}, {}},
-        {"elsewhere and outdated: never restart someone else's service",
-         {.fromElsewhere = true, .outdated = true},
-         {}},
+        {"elsewhere and outdated: never restart someone else's service", {.fromElsewhere = true, .outdated = true}, {}},
         {"outdated", {.outdated = true}, {.restart = true}},
         {"outdated, restarted once already", {.outdated = true, .triedServiceRefresh = true}, {}},
+        // clang-format on
     };
     for (const auto& c : cases) {
         EXPECT_EQ(decideSync(c.inputs), c.expected) << c.name;
@@ -154,6 +144,8 @@ TEST(DecideSync, RepairsAreOneShotAndOrdered) {
 
 TEST(ServiceRegistration, TheUnitsOnDiskDecideWhoseServiceRuns) {
     using Status = ServiceRegistration::Status;
+    using enum ServiceRegistration::Status;
+    using S = ServiceState;
     const std::string packaged = "[Service]\nType=dbus\nExecStart=/usr/libexec/torvel/torvel-daemon\n";
     const std::string build = "/home/ana/torvel/build/default/daemon/torvel-daemon";
     const std::string helperForBuild = "[Service]\nExecStart=" + build + "\n";
@@ -168,57 +160,17 @@ TEST(ServiceRegistration, TheUnitsOnDiskDecideWhoseServiceRuns) {
         std::string daemonVersion;
         ServiceState expected;
     } cases[] = {
-        {"package", Status::enabled, {.package = packaged}, own, own, "1.5", ServiceState::running},
-        {"package, older daemon",
-         Status::enabled,
-         {.package = packaged},
-         own,
-         own,
-         "1.4",
-         ServiceState::outdated},
-        {"helper for this build",
-         Status::enabled,
-         {.helper = helperForBuild},
-         build,
-         build,
-         "1.5",
-         ServiceState::running},
-        {"helper unit, disabled",
-         Status::notRegistered,
-         {.helper = helperForBuild},
-         "",
-         build,
-         "1.5",
-         ServiceState::notInstalled},
-        {"development build beside the package",
-         Status::enabled,
-         {.package = packaged},
-         own,
-         build,
-         "1.5",
-         ServiceState::elsewhere},
-        {"packaged copy, service of a build",
-         Status::enabled,
-         {.helper = helperForBuild},
-         build,
-         own,
-         "1.5",
-         ServiceState::elsewhereInApplications},
-        {"helper unit shadows the package",
-         Status::enabled,
-         {.helper = helperForBuild, .package = packaged},
-         build,
-         own,
-         "1.5",
-         ServiceState::needsMigration},
-        {"helper unit runs the package's daemon",
-         Status::enabled,
-         {.helper = helperForPackage, .package = packaged},
-         own,
-         own,
-         "1.5",
-         ServiceState::running},
-        {"nothing at all", Status::notFound, {}, "", own, "", ServiceState::notInstalled},
+        // clang-format off
+        {"package", enabled, {.package = packaged}, own, own, "1.5", S::running},
+        {"package, older daemon", enabled, {.package = packaged}, own, own, "1.4", S::outdated},
+        {"helper for this build", enabled, {.helper = helperForBuild}, build, build, "1.5", S::running},
+        {"helper unit, disabled", notRegistered, {.helper = helperForBuild}, "", build, "1.5", S::notInstalled},
+        {"development build beside the package", enabled, {.package = packaged}, own, build, "1.5", S::elsewhere},
+        {"packaged copy, service of a build", enabled, {.helper = helperForBuild}, build, own, "1.5", S::elsewhereInApplications},
+        {"helper unit shadows the package", enabled, {.helper = helperForBuild, .package = packaged}, build, own, "1.5", S::needsMigration},
+        {"helper unit runs the package's daemon", enabled, {.helper = helperForPackage, .package = packaged}, own, own, "1.5", S::running},
+        {"nothing at all", notFound, {}, "", own, "", S::notInstalled},
+        // clang-format on
     };
     for (const auto& c : cases) {
         const ServiceRegistration registration = decideRegistration(c.status, c.units);

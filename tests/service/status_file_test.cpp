@@ -15,27 +15,14 @@ ServiceStatus refreshed(const std::string& bytes, double now, bool installed = t
     return status;
 }
 
-TEST(RefreshStatus, FreshFileFillsEveryField) {
+// Every key's spelling and round trip is PublishedStatus's to assert; here, what only a file written by
+// hand or by an older service has: a fractional charge and a missing key.
+TEST(RefreshStatus, AFractionalChargeTruncatesAndAMissingKeyTakesItsDefault) {
     const ServiceStatus status = refreshed(testing::fixture("service/status-holding.json"), written + 5);
-    EXPECT_EQ(status.stateWord(), "hold");
     EXPECT_EQ(status.state(), ChargeState::hold);
-    const PublishedStatus& read = status.published;
-    EXPECT_EQ(read.pct, 55);  // 55.7 truncates
-    EXPECT_TRUE(read.plugged);
-    EXPECT_EQ(read.temp, 31.4);
-    EXPECT_EQ(read.protectedSeconds, 86400);
-    EXPECT_EQ(read.since, 1763890000);
-    EXPECT_TRUE(read.ledSupported);  // missing means supported
-    EXPECT_FALSE(read.dischargeSupported);
-    EXPECT_EQ(read.smcKeys.size(), 2u);
-    EXPECT_EQ(read.chargeMode, "thresholds");
-    EXPECT_EQ(read.nativeFloor, 60);
-    EXPECT_EQ(read.gateVerified, true);
-    EXPECT_EQ(read.daemonVersion, "0.1.0");
-    EXPECT_EQ(read.startedAt, 1763800000);
-    EXPECT_EQ(read.daemonPath, "/usr/libexec/torvel/torvel-daemon");
-    EXPECT_EQ(read.cal.phase, CalibrationStatus::Phase::drain);
-    EXPECT_EQ(read.cal.drainTarget, 12);
+    EXPECT_EQ(status.published.pct, 55);         // 55.7 truncates
+    EXPECT_TRUE(status.published.ledSupported);  // missing means supported
+    EXPECT_EQ(status.published.cal.phase, CalibrationStatus::Phase::drain);
 }
 
 TEST(RefreshStatus, FreshnessDecidesWhatIsBelieved) {
