@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <string>
 
 #include "battery/system_lock.h"
@@ -72,15 +73,36 @@ json::Ordered checkupJson(const Checkup& checkup, const std::string& explanation
     return out;
 }
 
+// The level words of the table: short, as a column of a terminal wants them.
+std::string levelWord(Checkup::Level level) {
+    switch (level) {
+        case Checkup::Level::ok:
+            return tr("ok");
+        case Checkup::Level::off:
+            return tr("off");
+        case Checkup::Level::todo:
+            return tr("to do");
+        case Checkup::Level::broken:
+            return tr("broken");
+    }
+    return {};
+}
+
 void printForPerson(std::FILE* out, const Checkup& checkup, const std::string& explanation,
                     const PageHead& page) {
     std::fprintf(out, "%s\n%s\n", page.headline.c_str(), page.subline.c_str());
     if (page.fix) printLine(out, tr("→ %1", {page.fix->title}));
     std::fprintf(out, "\n%s\n\n", checkup.summary().c_str());
+    // Each column as wide as its longest word in this language, and a space between them.
+    std::size_t titleColumns = 0;
+    std::size_t levelColumns = 0;
     for (const auto& reading : checkup.readings()) {
-        const std::string title(Checkup::title(reading.piece));
-        std::fprintf(out, "  %-16s %-8s %s\n", title.c_str(), std::string(name(reading.level)).c_str(),
-                     reading.word.c_str());
+        titleColumns = std::max(titleColumns, columnsOf(Checkup::title(reading.piece)) + 1);
+        levelColumns = std::max(levelColumns, columnsOf(levelWord(reading.level)) + 1);
+    }
+    for (const auto& reading : checkup.readings()) {
+        printLine(out, "  " + padded(Checkup::title(reading.piece), titleColumns) +
+                           padded(levelWord(reading.level), levelColumns) + reading.word);
     }
     if (const auto fix = checkup.fix()) {
         std::fputs("\n", out);

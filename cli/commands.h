@@ -23,6 +23,20 @@ inline void printLine(std::FILE* stream, std::string_view text) {
     std::fputc('\n', stream);
 }
 
+// The columns a text takes in a terminal: one a UTF-8 character, whatever its number of bytes.
+inline std::size_t columnsOf(std::string_view text) {
+    std::size_t characters = 0;
+    for (const char byte : text) characters += (static_cast<unsigned char>(byte) & 0xC0) != 0x80;
+    return characters;
+}
+
+// The text followed by spaces up to `columns`, so that a table lines up whatever the language's words.
+inline std::string padded(std::string_view text, std::size_t columns) {
+    std::string line(text);
+    if (const std::size_t taken = columnsOf(text); taken < columns) line.append(columns - taken, ' ');
+    return line;
+}
+
 // The sub-commands, each in a file of its own.
 int statusCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err);
 int journalCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err);

@@ -45,11 +45,11 @@ std::variant<int, std::string> runAndWait(const std::vector<std::string>& comman
     argv.push_back(nullptr);
     pid_t child = 0;
     if (const int failed = ::posix_spawnp(&child, argv[0], nullptr, nullptr, argv.data(), environ); failed) {
-        return "cannot run " + command.front() + ": " + std::strerror(failed);
+        return tr("cannot run %1: %2", {command.front(), std::strerror(failed)});
     }
     int status = 0;
     while (::waitpid(child, &status, 0) < 0) {
-        if (errno != EINTR) return "cannot wait for " + command.front() + ": " + std::strerror(errno);
+        if (errno != EINTR) return tr("cannot wait for %1: %2", {command.front(), std::strerror(errno)});
     }
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
@@ -59,14 +59,13 @@ int runHelper(std::string_view command, std::string_view helperName,
     const std::filesystem::path tools = serviceToolsDirectory(programDirectory());
     const std::filesystem::path helper = tools / helperName;
     if (::access(helper.c_str(), X_OK) != 0) {
-        std::fprintf(err, "torvelctl %.*s: cannot find %s: %s\n", static_cast<int>(command.size()),
-                     command.data(), helper.c_str(), std::strerror(errno));
+        printLine(err,
+                  tr("torvelctl %1: cannot find %2: %3", {command, helper.string(), std::strerror(errno)}));
         return exitFailed;
     }
     const auto ran = runAndWait(elevatedCommand(::geteuid() == 0, onPath("sudo"), helper, arguments));
     if (const auto* error = std::get_if<std::string>(&ran)) {
-        std::fprintf(err, "torvelctl %.*s: %s\n", static_cast<int>(command.size()), command.data(),
-                     error->c_str());
+        printLine(err, tr("torvelctl %1: %2", {command, *error}));
         return exitFailed;
     }
     // The helper has said what went wrong on its own; a dismissed prompt changed nothing.
@@ -86,7 +85,7 @@ std::vector<std::string> elevatedCommand(bool root, bool hasSudo, const std::fil
 
 int installCommand(const std::vector<std::string>& args, std::FILE*, std::FILE* err) {
     if (!args.empty()) {
-        std::fputs("usage: torvelctl install\n", err);
+        printLine(err, tr("usage: torvelctl install"));
         return exitUsage;
     }
     const std::filesystem::path daemon = serviceToolsDirectory(programDirectory()) / "torvel-daemon";
@@ -95,7 +94,7 @@ int installCommand(const std::vector<std::string>& args, std::FILE*, std::FILE* 
 
 int uninstallCommand(const std::vector<std::string>& args, std::FILE*, std::FILE* err) {
     if (args.size() > 1 || (args.size() == 1 && args[0] != "--keep-data")) {
-        std::fputs("usage: torvelctl uninstall [--keep-data]\n", err);
+        printLine(err, tr("usage: torvelctl uninstall [--keep-data]"));
         return exitUsage;
     }
     return runHelper("uninstall", "uninstall-service", args, err);

@@ -1,5 +1,8 @@
+#include <algorithm>
 #include <filesystem>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "battery/probe.h"
 #include "commands.h"
@@ -28,7 +31,14 @@ fs::path ownDaemon() {
 }
 
 std::string yesNo(bool value) {
-    return value ? "yes" : "no";
+    return value ? tr("yes") : tr("no");
+}
+
+// The answer's lines, each heading in a column as wide as the longest one in this language.
+void printFacts(std::FILE* out, const std::vector<std::pair<std::string, std::string>>& facts) {
+    std::size_t columns = 0;
+    for (const auto& [heading, value] : facts) columns = std::max(columns, columnsOf(heading) + 2);
+    for (const auto& [heading, value] : facts) printLine(out, padded(heading, columns) + value);
 }
 
 }  // namespace
@@ -36,7 +46,7 @@ std::string yesNo(bool value) {
 int probeCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err) {
     auto parsed = Options::parse(args, {{"--json"}, {"--daemon", true}});
     if (const auto* error = std::get_if<std::string>(&parsed)) {
-        std::fprintf(err, "torvelctl probe: %s\n", error->c_str());
+        printLine(err, tr("torvelctl probe: %1", {*error}));
         return exitUsage;
     }
     const Options& options = std::get<Options>(parsed);
@@ -44,13 +54,13 @@ int probeCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE
 
     const HardwareProbe::ProbeRun run = HardwareProbe::run(daemon);
     if (std::holds_alternative<HardwareProbe::MissingExecutable>(run)) {
-        std::fprintf(err, "torvelctl probe: no service executable at %s (give its path with --daemon)\n",
-                     daemon.c_str());
+        printLine(err, tr("torvelctl probe: no service executable at %1 (give its path with --daemon)",
+                          {daemon.string()}));
         return exitFailed;
     }
     const HardwareProbe::Result result = HardwareProbe::interpret(run);
     if (const auto* failed = std::get_if<HardwareProbe::Failed>(&result)) {
-        std::fprintf(err, "torvelctl probe: %s: %s\n", daemon.c_str(), failed->text.c_str());
+        printLine(err, tr("torvelctl probe: %1: %2", {daemon.string(), failed->text}));
         return exitFailed;
     }
     const std::string& answer = std::get<HardwareProbe::Output>(run).bytes;
@@ -60,14 +70,18 @@ int probeCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE
         return exitOk;
     }
 
-    std::fprintf(out, "service     %s\n", daemon.c_str());
+    // The mode, the way of discharging and the reason are the service's own words, shown as it gives them.
     if (const auto* supported = std::get_if<HardwareProbe::Supported>(&result)) {
-        std::fprintf(out, "supported   yes\nmode        %s\ndischarge   %s\nlight       %s\n",
-                     supported->mode.c_str(), supported->discharge.value_or("none").c_str(),
-                     yesNo(supported->led).c_str());
+        printFacts(out, {{tr("service"), daemon.string()},
+                         {tr("supported"), yesNo(true)},
+                         {tr("mode"), supported->mode},
+                         {tr("discharge"), supported->discharge.value_or(tr("none"))},
+                         {tr("light"), yesNo(supported->led)}});
     } else {
         const auto reason = json::text(json::parseObject(answer).value_or(json::Value::object()), "reason");
-        std::fprintf(out, "supported   no\nreason      %s\n", reason.value_or("unknown").c_str());
+        printFacts(out, {{tr("service"), daemon.string()},
+                         {tr("supported"), yesNo(false)},
+                         {tr("reason"), reason.value_or(tr("unknown"))}});
     }
     return exitOk;
 }

@@ -70,37 +70,41 @@ int sendAssignments(std::string_view command, const std::vector<std::string>& as
 int switchCommand(std::string_view command, const std::vector<std::string>& args, std::string_view key,
                   std::string_view onWord, std::string_view offWord, std::FILE* out, std::FILE* err) {
     if (args.size() != 1 || (args[0] != onWord && args[0] != offWord)) {
-        std::fprintf(err, "usage: torvelctl %.*s %.*s|%.*s\n", static_cast<int>(command.size()),
-                     command.data(), static_cast<int>(onWord.size()), onWord.data(),
-                     static_cast<int>(offWord.size()), offWord.data());
+        printLine(err, tr("usage: torvelctl %1 %2|%3", {command, onWord, offWord}));
         return exitUsage;
     }
     const std::string assignment = std::string(key) + (args[0] == onWord ? "=true" : "=false");
     return sendAssignments(command, {assignment}, out, err);
 }
 
-// The setting keys wrapped under one another, as a terminal shows them.
+// The setting keys wrapped under one another, as a terminal shows them; the keys are the command's own
+// words and stay as they are in every language.
 std::string keysHelp() {
     constexpr std::size_t width = 88;
-    std::string text = "keys:";
-    std::size_t lineStart = 0;
+    std::string keys;
+    std::size_t column = 0;
     for (const auto& rule : settingRules) {
         const std::string_view key = settingKey(rule);
-        if (text.size() - lineStart + 1 + key.size() > width) {
-            text += "\n     ";
-            lineStart = text.size() - 5;
+        if (column > 0 && column + 1 + key.size() > width) {
+            keys += "\n";
+            column = 0;
         }
-        text += " ";
-        text += key;
+        const std::string_view gap = column == 0 ? "  " : " ";
+        keys.append(gap).append(key);
+        column += gap.size() + key.size();
     }
-    return text + ", and " + std::string(resetProtectedKey) + "=true\n";
+    return tr("keys:") + "\n" + keys + "\n" +
+           tr("and %1=true, to count the protected time from zero again", {resetProtectedKey}) + "\n";
 }
 
 }  // namespace
 
 int setCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err) {
     if (args.empty() || args[0] == "--help" || args[0] == "-h") {
-        std::fprintf(args.empty() ? err : out, "usage: torvelctl set KEY=VALUE...\n\n%s", keysHelp().c_str());
+        std::FILE* stream = args.empty() ? err : out;
+        printLine(stream, tr("usage: torvelctl set KEY=VALUE..."));
+        std::fputs("\n", stream);
+        std::fputs(keysHelp().c_str(), stream);
         return args.empty() ? exitUsage : exitOk;
     }
     return sendAssignments("set", args, out, err);

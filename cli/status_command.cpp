@@ -114,6 +114,30 @@ json::Ordered statusJson(const DataDirectoryState& data, const SystemLock& lock,
     return out;
 }
 
+// The service's situation as the status line names it.
+std::string serviceWord(ServiceState state) {
+    switch (state) {
+        case ServiceState::awaitingApproval:
+            return tr("waiting for approval");
+        case ServiceState::notInstalled:
+            return tr("not installed");
+        case ServiceState::needsMigration:
+            return tr("installed by hand, to be replaced");
+        case ServiceState::elsewhereInApplications:
+        case ServiceState::elsewhere:
+            return tr("running from another copy of Torvel");
+        case ServiceState::outdated:
+            return tr("running an older version");
+        case ServiceState::stale:
+            return tr("stopped");
+        case ServiceState::unknown:
+            return tr("unknown");
+        case ServiceState::running:
+            return tr("running");
+    }
+    return tr("unknown");
+}
+
 std::string onOff(bool value) {
     return value ? tr("on") : tr("off");
 }
@@ -130,7 +154,7 @@ void printForPerson(std::FILE* out, const DataDirectoryState& data, const PanelS
                            : tr("Charge %1, on battery, heading for %2", {Fmt::percent(charge), target}));
 
     std::fputs("\n", out);
-    printLine(out, tr("Service: %1 (state word “%2”)", {name(state), s.status.stateWord()}));
+    printLine(out, tr("Service: %1 (state word “%2”)", {serviceWord(state), s.status.stateWord()}));
     const bool manualInstaller = data.installation.uninstallerPath.has_value();
     std::fprintf(out, "  %s\n", ServiceWords::explanation(s, state, manualInstaller).c_str());
     for (const auto& battery : MacPage::batteryLines(s.status.published))

@@ -1,7 +1,11 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QImage>
+#include <QQuickItem>
 #include <QQuickWindow>
+#include <QTextDocument>
+#include <QTextDocumentFragment>
 #include <QTimer>
 #include <functional>
 
@@ -10,6 +14,7 @@
 #include "history/history_model.h"
 #include "onboarding/onboarding_window.h"
 #include "service/charge_settings_model.h"
+#include "service/service_state.h"
 #include "shell/main_window.h"
 #include "shell/torvel_app.h"
 
@@ -20,6 +25,35 @@ namespace {
 // zlib's fastest levels: at twice the window's size the default level spends longer compressing the picture
 // than the app spends drawing it, for files only a little smaller.
 constexpr int screenshotQuality = 80;
+
+// Every text the item tree draws, as a reader sees it: items that are hidden or fully transparent, and what
+// they hold, draw nothing. Controls draw their captions through a Text item of their own, so Text, TextEdit
+// and TextInput are the whole of it.
+void collectTexts(const QQuickItem* item, QStringList& texts) {
+    if (!item->isVisible() || item->opacity() <= 0.0) return;
+    if (item->inherits("QQuickText") || item->inherits("QQuickTextEdit") ||
+        item->inherits("QQuickTextInput")) {
+        QString text = item->property("text").toString();
+        if (Qt::mightBeRichText(text)) text = QTextDocumentFragment::fromHtml(text).toPlainText();
+        text = text.simplified();
+        if (!text.isEmpty()) texts << text;
+    }
+    const auto children = item->childItems();
+    for (const QQuickItem* child : children) collectTexts(child, texts);
+}
+
+// The tests that read what a user reads (the pseudo-locale and the Linux English checks) name a file in
+// TORVEL_SCREENSHOT_TEXTS; each picture appends its texts there, one a line.
+std::optional<QString> appendTexts(QQuickWindow* window) {
+    const QString file = qEnvironmentVariable("TORVEL_SCREENSHOT_TEXTS");
+    if (file.isEmpty()) return std::nullopt;
+    QStringList texts;
+    collectTexts(window->contentItem(), texts);
+    QFile out(file);
+    if (!out.open(QIODevice::Append | QIODevice::Text)) return QStringLiteral("cannot write %1").arg(file);
+    for (const QString& text : texts) out.write(text.toUtf8() + '\n');
+    return std::nullopt;
+}
 
 }  // namespace
 
@@ -45,7 +79,7 @@ std::optional<QString> grabWhenReady(QQuickWindow* window, const QString& file, 
     const QImage image = window->grabWindow();
     if (image.isNull()) return QStringLiteral("cannot render the %1").arg(what);
     if (!image.save(file, "PNG", screenshotQuality)) return QStringLiteral("cannot write %1").arg(file);
-    return std::nullopt;
+    return appendTexts(window);
 }
 
 }  // namespace
@@ -62,7 +96,7 @@ std::optional<QString> TorvelApp::screenshotSection(const QString& file, AppSect
 
 namespace {
 
-// The screen each step shows in a picture, with words a user could meet there.
+// The screen each step shows in a picture, with words a user could meet there, as core words them.
 std::optional<OnboardingFlow::Step> sampleStep(const QString& name) {
     using Kind = OnboardingFlow::Step::Kind;
     using Step = OnboardingFlow::Step;
@@ -74,11 +108,11 @@ std::optional<OnboardingFlow::Step> sampleStep(const QString& name) {
             case Kind::welcome:
                 return Step::welcome({.discharge = true, .led = false});
             case Kind::installFailed:
-                return Step::installFailed("Torvel wasn’t allowed to change the charge service.");
+                return Step::installFailed(explainRegistrationError(1, {}));
             case Kind::unsupported:
                 return Step::unsupported(HardwareProbe::Unsupported::unknownHardware);
             case Kind::probeFailed:
-                return Step::probeFailed("Part of Torvel is missing. Download it again and try once more.");
+                return Step::probeFailed(explainRegistrationError(2, {}));
             default:
                 return Step::plain(kind);
         }

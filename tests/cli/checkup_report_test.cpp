@@ -111,8 +111,9 @@ TEST_F(CheckupCommand, TextNamesEachPieceAndTheFix) {
         result.out.starts_with("Almost. One thing to do.\nA new version of Torvel is ready.\n\n"
                                "One thing to do\n"))
         << result.out;
-    EXPECT_NE(result.out.find("  Charge service   ok       Running\n"), std::string::npos) << result.out;
-    EXPECT_NE(result.out.find("  Updates          todo     Available\n"), std::string::npos) << result.out;
+    // Each column as wide as its longest entry: "Charge service" and "to do".
+    EXPECT_NE(result.out.find("  Charge service ok    Running\n"), std::string::npos) << result.out;
+    EXPECT_NE(result.out.find("  Updates        to do Available\n"), std::string::npos) << result.out;
     EXPECT_NE(result.out.find("\nFix: Update Torvel\n"), std::string::npos) << result.out;
 }
 

@@ -20,6 +20,11 @@ commands=(
     "report --now $now --service-installed yes"
     "battery"
     "--help"
+    "set --help"
+    "probe"
+    "probe --daemon /nonexistent"
+    "topup"
+    "uninstall --all"
 )
 status=0
 
@@ -33,14 +38,14 @@ for command in "${commands[@]}"; do
     fi
 done
 
-# What is left once every marked text is taken out: dates spelled by ICU, command and option names, and the
-# checkup's level words are values, not texts. The report and the battery listing print files and sysfs
+# What is left once every marked text is taken out: dates spelled by ICU, paths, command, option and setting
+# names, and the charge mode the service reports are values, not texts. The report and the battery listing print files and sysfs
 # attributes as they are, so they are left out here.
-allowed='^(Monday|Tuesday|Wednesday|Thursday|Friday|Saturday|Sunday|January|February|March|April|May|June|July|August|September|October|November|December|AM|PM|ok|off|todo|broken|status|journal|checkup|report|set|topup|calibrate|battery|probe|install|uninstall|locale|version)$'
-for command in "${commands[@]:0:6}" "--help"; do
+allowed='^(Monday|Tuesday|Wednesday|Thursday|Friday|Saturday|Sunday|January|February|March|April|May|June|July|August|September|October|November|December|AM|PM|status|journal|checkup|report|set|topup|calibrate|battery|probe|install|uninstall|locale|version|enabled|limit|discharge|led|blinkSeconds|thermal|thermalLimit|topUp|topUpHours|hysteresis|history|historyDays|thresholds)$'
+for command in "${commands[@]:0:6}" "${commands[@]:8}"; do
     # shellcheck disable=SC2086
     output=$("$torvelctl" --locale pseudo $command 2>&1)
-    left=$(sed -E ':a; s/⟦[^⟦⟧]*⟧//g; ta' <<<"$output" | grep -oE '[A-Za-z][A-Za-z’-]+' | grep -v -E "$allowed")
+    left=$(sed -E ':a; s/⟦[^⟦⟧]*⟧//g; ta; s#/[^ ]*##g' <<<"$output" | grep -oE '[A-Za-z][A-Za-z’-]+' | grep -v -E "$allowed")
     if [[ -n "$left" ]]; then
         echo "torvelctl $command prints text that is not in the catalogue: $(tr '\n' ' ' <<<"$left")" >&2
         status=1
