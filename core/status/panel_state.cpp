@@ -118,7 +118,7 @@ ViewWords panelWords(int lowestLimit, int highestLimit) {
         {"chargeLimit", tr("Charge limit")},
         {"nativeRange", tr("macOS: 80 to 100%, in steps of 5")},
         {"topUp", tr("Top-up")},
-        {"topUpOnce", tr("100% once")},
+        {"topUpOnce", tr("%1 once", {Fmt::percent(100)})},
         {"lastDay", tr("Last 24 hours")},
         {"mac", tr("This Mac")},
         {"today", tr("Today")},
@@ -136,13 +136,14 @@ std::vector<PanelReading> panelReadings(const BatterySnapshot& snapshot,
     }
     if (snapshot.cycleCount) figures.push_back({tr("Cycles"), std::to_string(*snapshot.cycleCount)});
     if (atFullMinutesToday) {
-        figures.push_back({tr("At 100% today"), tr("%1 min", {std::to_string(*atFullMinutesToday)})});
+        figures.push_back(
+            {tr("At %1 today", {Fmt::percent(100)}), tr("%1 min", {std::to_string(*atFullMinutesToday)})});
     }
     return figures;
 }
 
 std::string topUpHelp(bool topUp, int limit) {
-    if (!topUp) return tr("Charge to 100% once, then go back to your limit");
+    if (!topUp) return tr("Charge to %1 once, then go back to your limit", {Fmt::percent(100)});
     return tr("Back to %1 when you unplug", {Fmt::percent(limit)});
 }
 
