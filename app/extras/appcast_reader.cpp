@@ -2,11 +2,15 @@
 
 #include <QXmlStreamReader>
 
+#include "extras/package_updates.h"
+
 namespace torvel::app {
 
 namespace {
 
-const QString unreadable = QStringLiteral("The update feed isn’t readable");
+QString unreadable() {
+    return QString::fromStdString(UpdateActionWords::feedFailure(FeedFailure::unreadable));
+}
 
 std::optional<std::uint64_t> parseLength(QStringView text) {
     bool ok = false;
@@ -79,7 +83,7 @@ std::variant<std::vector<Appcast::Item>, QString> AppcastReader::read(const QByt
                                                                       const QUrl& feed) {
     QXmlStreamReader xml(bytes);
     std::vector<Appcast::Item> items;
-    if (!xml.readNextStartElement() || xml.name() != QLatin1String("rss")) return unreadable;
+    if (!xml.readNextStartElement() || xml.name() != QLatin1String("rss")) return unreadable();
     while (xml.readNextStartElement()) {
         if (xml.name() != QLatin1String("channel")) {
             xml.skipCurrentElement();
@@ -93,7 +97,7 @@ std::variant<std::vector<Appcast::Item>, QString> AppcastReader::read(const QByt
         }
     }
     // A feed cut off half-way may have lost its newest item: none of it is trusted.
-    if (xml.hasError()) return unreadable;
+    if (xml.hasError()) return unreadable();
     return items;
 }
 

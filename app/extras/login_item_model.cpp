@@ -4,6 +4,7 @@
 #include <variant>
 
 #include "common/files.h"
+#include "ui/model_support.h"
 
 namespace torvel::app {
 
@@ -25,21 +26,19 @@ LoginItem::Status LoginItemModel::readBack() const {
 }
 
 void LoginItemModel::reload() {
-    const LoginItem::Status before = item_.status;
-    item_.status = readBack();
-    if (item_.status != before) emit statusChanged();
+    assignAndNotify(this, item_.status, readBack(), &LoginItemModel::statusChanged);
 }
 
 void LoginItemModel::settle(std::optional<std::string> failure) {
-    const LoginItem before = item_;
-    item_.changed(readBack(), std::move(failure));
-    if (item_.status != before.status) emit statusChanged();
-    if (item_.error != before.error) emit errorChanged();
+    LoginItem next = item_;
+    next.changed(readBack(), std::move(failure));
+    assignAndNotify(this, item_.status, next.status, &LoginItemModel::statusChanged);
+    assignAndNotify(this, item_.error, next.error, &LoginItemModel::errorChanged);
 }
 
 void LoginItemModel::set(bool on) {
     if (!file_) {
-        settle("Torvel can’t find your home folder to add itself to startup.");
+        settle(LoginItem::noHomeFolder());
         return;
     }
     std::error_code error;
@@ -50,8 +49,7 @@ void LoginItemModel::set(bool on) {
         std::filesystem::remove(*file_, error);
     }
     if (error) {
-        settle("Couldn’t " + std::string(on ? "write " : "remove ") + file_->string() + ": " +
-               error.message());
+        settle(LoginItem::fileFailed(on, file_->string(), error.message()));
         return;
     }
     settle(std::nullopt);

@@ -6,9 +6,15 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 
+#include "extras/package_updates.h"
+
 namespace torvel::app {
 
 namespace {
+
+QString words(FeedFailure failure) {
+    return QString::fromStdString(UpdateActionWords::feedFailure(failure));
+}
 
 const QString service = QStringLiteral("org.freedesktop.PackageKit");
 const QString rootPath = QStringLiteral("/org/freedesktop/PackageKit");
@@ -27,18 +33,18 @@ QString callFailure(const QDBusError& error) {
         case QDBusError::NoReply:
         case QDBusError::Timeout:
         case QDBusError::TimedOut:
-            return QStringLiteral("PackageKit isn’t available to install the update");
+            return words(FeedFailure::packageKitMissing);
         case QDBusError::AccessDenied:
-            return QStringLiteral("You weren’t allowed to install the update");
+            return words(FeedFailure::notAllowed);
         default:
             break;
     }
     // Polkit refusals arrive as PackageKit's own error names.
     if (error.name().contains(QLatin1String("RefusedByPolicy")) ||
         error.name().contains(QLatin1String("NotAuthorized"))) {
-        return QStringLiteral("You weren’t allowed to install the update");
+        return words(FeedFailure::notAllowed);
     }
-    return QStringLiteral("Couldn’t install the update: ") + error.message();
+    return QString::fromStdString(UpdateActionWords::installFailed(error.message().toStdString()));
 }
 
 }  // namespace
@@ -48,7 +54,7 @@ PackageInstaller::PackageInstaller(QDBusConnection bus, QObject* parent)
 
 void PackageInstaller::install(const QString& packagePath, Done done) {
     if (done_) {
-        done(QStringLiteral("An installation is already under way"));
+        done(words(FeedFailure::alreadyInstalling));
         return;
     }
     done_ = std::move(done);
@@ -106,12 +112,12 @@ void PackageInstaller::onFinished(uint exit, uint) {
     if (exit == exitSuccess) {
         finish(std::nullopt);
     } else if (exit == exitCancelled) {
-        finish(QStringLiteral("The installation was cancelled"));
+        finish(words(FeedFailure::cancelled));
     } else if (!errorDetails_.isEmpty()) {
         // PackageKit's own sentence says what went wrong, a refused password included.
-        finish(QStringLiteral("Couldn’t install the update: ") + errorDetails_);
+        finish(QString::fromStdString(UpdateActionWords::installFailed(errorDetails_.toStdString())));
     } else {
-        finish(QStringLiteral("Couldn’t install the update"));
+        finish(words(FeedFailure::installFailed));
     }
 }
 

@@ -13,8 +13,10 @@
 #include <QStandardPaths>
 #include <cstdlib>
 
+#include "common/texts.h"
 #include "extras/appcast_reader.h"
 #include "extras/package_updates.h"
+#include "ui/model_support.h"
 
 namespace torvel::app {
 
@@ -39,19 +41,19 @@ std::optional<QString> requestFailure(QNetworkReply* reply) {
             break;
         case QNetworkReply::OperationCanceledError:
         case QNetworkReply::TimeoutError:
-            return QStringLiteral("The update server didn’t answer");
+            return fromStd(UpdateActionWords::feedFailure(FeedFailure::noAnswer));
         case QNetworkReply::SslHandshakeFailedError:
-            return QStringLiteral("The update server’s certificate isn’t trusted");
+            return fromStd(UpdateActionWords::feedFailure(FeedFailure::untrustedCertificate));
         case QNetworkReply::InsecureRedirectError:
-            return QStringLiteral("The update server redirected to an insecure address");
+            return fromStd(UpdateActionWords::feedFailure(FeedFailure::insecureRedirect));
         default: {
             const int code = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-            if (code >= 400) return QStringLiteral("The update server answered with error %1").arg(code);
-            return QStringLiteral("Couldn’t reach the update server");
+            if (code >= 400) return fromStd(UpdateActionWords::feedFailure(FeedFailure::serverError, code));
+            return fromStd(UpdateActionWords::feedFailure(FeedFailure::unreachable));
         }
     }
     const int code = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    if (code != 200) return QStringLiteral("The update server answered with error %1").arg(code);
+    if (code != 200) return fromStd(UpdateActionWords::feedFailure(FeedFailure::serverError, code));
     return std::nullopt;
 }
 
@@ -145,6 +147,7 @@ Updater::Updater(Config config, QNetworkAccessManager* network, QObject* parent)
     const qlonglong seconds = settings_->value(QStringLiteral("lastCheck")).toLongLong(&ok);
     if (ok) state_.lastCheck = static_cast<Instant>(seconds);
     settings_->endGroup();
+    announce();
 
     // Known early, so the page says where updates come from before anyone asks.
     withSource([] {});
@@ -221,22 +224,21 @@ Instant Updater::now() const {
 }
 
 void Updater::change(const std::function<void(UpdaterState&)>& edit) {
-    const UpdaterState before = state_;
-    const QString statusBefore = status();
-    const QString shortBefore = shortText();
     edit(state_);
-    if (state_.available != before.available) emit availableChanged();
-    if (state_.critical != before.critical) emit criticalChanged();
-    if (state_.checking != before.checking) emit checkingChanged();
-    if (state_.lastCheck != before.lastCheck) emit lastCheckChanged();
-    if (state_.unreachable != before.unreachable) emit unreachableChanged();
-    if (state_.automatic != before.automatic) emit automaticChanged();
-    if (status() != statusBefore) emit statusChanged();
-    if (shortText() != shortBefore) emit shortTextChanged();
-    if (canInstall() != couldInstall_) {
-        couldInstall_ = canInstall();
-        emit canInstallChanged();
-    }
+    announce();
+}
+
+void Updater::announce() {
+    assignAndNotify(this, announced_.available, state_.available, &Updater::availableChanged);
+    assignAndNotify(this, announced_.critical, state_.critical, &Updater::criticalChanged);
+    assignAndNotify(this, announced_.checking, state_.checking, &Updater::checkingChanged);
+    assignAndNotify(this, announced_.lastCheck, state_.lastCheck, &Updater::lastCheckChanged);
+    assignAndNotify(this, announced_.unreachable, state_.unreachable, &Updater::unreachableChanged);
+    assignAndNotify(this, announced_.automatic, state_.automatic, &Updater::automaticChanged);
+    assignAndNotify(this, status_, status(), &Updater::statusChanged);
+    assignAndNotify(this, shortText_, shortText(), &Updater::shortTextChanged);
+    assignAndNotify(this, canInstall_, canInstall(), &Updater::canInstallChanged);
+    assignAndNotify(this, help_, help(), &Updater::helpChanged);
 }
 
 void Updater::setError(QString text, QString detail) {
@@ -257,13 +259,7 @@ void Updater::setNote(QString text) {
 }
 
 void Updater::setInstalling(bool on) {
-    if (on == installing_) return;
-    installing_ = on;
-    emit installingChanged();
-    if (canInstall() != couldInstall_) {
-        couldInstall_ = canInstall();
-        emit canInstallChanged();
-    }
+    if (assignAndNotify(this, installing_, on, &Updater::installingChanged)) announce();
 }
 
 void Updater::withSource(std::function<void()> then) {
@@ -281,7 +277,7 @@ void Updater::withSource(std::function<void()> then) {
             ran && reader->exitStatus() == QProcess::NormalExit && reader->exitCode() == 0 &&
             PackageUpdates::fromRepository(reader->readAllStandardOutput().toStdString());
         source_ = PackageUpdates::source(fromRepository, feedConfigured());
-        emit helpChanged();
+        announce();
         for (auto& waiting : std::exchange(waitingForSource_, {})) waiting();
     };
     connect(reader, &QProcess::finished, this, [decided] { decided(true); });
@@ -425,11 +421,11 @@ void Updater::checkFeed() {
 void Updater::feedArrived(QNetworkReply* reply) {
     reply->deleteLater();
     if (reply->property(tooLargeProperty).toBool()) {
-        checkFailed(QStringLiteral("The update feed isn’t readable"));
+        checkFailed(fromStd(UpdateActionWords::feedFailure(FeedFailure::unreadable)));
         return;
     }
     if (reply->property(tooSlowProperty).toBool()) {
-        checkFailed(fromStd(std::string(Appcast::checkTooSlow)));
+        checkFailed(fromStd(torvel::tr(Appcast::checkTooSlow)));
         return;
     }
     if (auto failure = requestFailure(reply)) {
@@ -505,7 +501,7 @@ void Updater::download() {
 void Updater::packageArrived(QNetworkReply* reply, const Appcast::Item& item) {
     reply->deleteLater();
     if (reply->property(tooLargeProperty).toBool()) {
-        failInstall(QStringLiteral("The download isn’t the announced size"));
+        failInstall(fromStd(UpdateActionWords::feedFailure(FeedFailure::wrongSize)));
         return;
     }
     if (auto failure = requestFailure(reply)) {

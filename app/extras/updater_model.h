@@ -122,6 +122,8 @@ class Updater : public QObject {
   private:
     Instant now() const;
     void change(const std::function<void(UpdaterState&)>& edit);
+    // Each property derived from the state announces itself when it moved since it was last announced.
+    void announce();
     void setError(QString text, QString detail = {});
     void setProblem(UpdateProblem problem, QString detail = {});
     void setNote(QString text);
@@ -167,7 +169,12 @@ class Updater : public QObject {
     QString error_;
     QString errorDetail_;
     QString note_;
-    bool couldInstall_ = false;
+    // What the properties last announced, to tell which of them a change moved.
+    UpdaterState announced_;
+    QString status_;
+    QString shortText_;
+    bool canInstall_ = false;
+    QString help_;
 };
 
 }  // namespace torvel::app

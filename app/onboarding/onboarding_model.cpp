@@ -11,6 +11,7 @@
 #include "extras/login_item_model.h"
 #include "service/charge_settings_model.h"
 #include "service/service_installer.h"
+#include "ui/model_support.h"
 
 namespace torvel::app {
 
@@ -56,6 +57,32 @@ class InstallerSteps : public ServiceSteps {
     ServiceInstaller& installer_;
 };
 
+QVariantMap screenWords(const OnboardingFlow& flow, const SystemLock& lock, bool helperReady, int limit,
+                        int restingFloor) {
+    const auto text = [](const std::string& words) { return QString::fromStdString(words); };
+    const OnboardingWords words = onboardingWords(flow.mode(), helperReady, limit, restingFloor);
+    QVariantList rows;
+    for (const auto& row : words.handOverRows) {
+        rows.append(QVariantMap{{QStringLiteral("label"), text(row.label)},
+                                {QStringLiteral("value"), text(row.value)},
+                                {QStringLiteral("ticked"), row.ticked}});
+    }
+    QVariantList rail;
+    for (const RailStop stop : railStops(flow.progress(lock.usesNative), lock.usesNative, helperReady))
+        rail.append(static_cast<int>(stop));
+    const auto& step = flow.step();
+    return {{QStringLiteral("handOverTitle"), text(words.handOverTitle)},
+            {QStringLiteral("handOverSubtitle"), text(words.handOverSubtitle)},
+            {QStringLiteral("handOverRows"), rows},
+            {QStringLiteral("restingTitle"), text(words.restingTitle)},
+            {QStringLiteral("restingText"), text(words.restingText)},
+            {QStringLiteral("doneSubtitle"), text(words.doneSubtitle)},
+            {QStringLiteral("failure"), step.kind == OnboardingFlow::Step::Kind::installFailed
+                                            ? text(installFailureSentence(step.message))
+                                            : QString()},
+            {QStringLiteral("rail"), rail}};
+}
+
 }  // namespace
 
 std::unique_ptr<ServiceSteps> ServiceSteps::through(ServiceInstaller& installer) {
@@ -87,15 +114,10 @@ OnboardingModel::OnboardingModel(Dependencies dependencies, OnboardingFlow::Mode
       installCommand_(std::move(dependencies.installCommand)),
       pollInterval_(dependencies.pollInterval),
       flow_(mode) {
-    connect(&settings_, &ChargeSettings::changed, this, [this] {
-        emit helperReadyChanged();
-        emit needsMigrationChanged();
-        emit limitChanged();
-        emit restingFloorChanged();
-        emit chosenProfileChanged();
-        emit commandChanged();
-        emit wordsChanged();
-    });
+    for (const auto signal :
+         {&ChargeSettings::daemonInstalledChanged, &ChargeSettings::serviceNeedsMigrationChanged,
+          &ChargeSettings::limitChanged, &ChargeSettings::serviceStateChanged})
+        connect(&settings_, signal, this, [this] { settle(false); });
     check();
 }
 
@@ -104,40 +126,6 @@ OnboardingModel::~OnboardingModel() {
     disconnect(&settings_, nullptr, this, nullptr);
     stopPolling();
     if (live_) settings_.unwatchLive();
-}
-
-QString OnboardingModel::stepName() const {
-    const std::string_view word = name(flow_.step().kind);
-    return QString::fromUtf8(word.data(), static_cast<qsizetype>(word.size()));
-}
-
-QString OnboardingModel::message() const {
-    const auto& shown = flow_.step();
-    if (shown.reason) return QString::fromStdString(shown.reason->message(lock_.macOSMajor));
-    return QString::fromStdString(shown.message);
-}
-
-bool OnboardingModel::helperReady() const {
-    return OnboardingFlow::helperReady(settings_.value());
-}
-
-bool OnboardingModel::needsMigration() const {
-    return settings_.serviceNeedsMigration();
-}
-
-int OnboardingModel::limit() const {
-    return settings_.value().settings.limit;
-}
-
-int OnboardingModel::restingFloor() const {
-    return OnboardingFlow::restingFloor(settings_.value().settings, lock_.usesNative);
-}
-
-int OnboardingModel::chosenProfile() const {
-    for (const auto& profile : OnboardingFlow::profiles) {
-        if (profile.matches(settings_.value().settings)) return profile.id;
-    }
-    return -1;
 }
 
 QVariantList OnboardingModel::profiles() const {
@@ -157,75 +145,35 @@ QVariantList OnboardingModel::profiles() const {
     return list;
 }
 
-QString OnboardingModel::command() const {
-    return QString::fromStdString(OnboardingFlow::commandToCopy(settings_.value(), settings_.installation(),
-                                                                installCommand_.toStdString()));
-}
-
-QVariantMap OnboardingModel::words() const {
-    const auto text = [](const std::string& words) { return QString::fromStdString(words); };
-    const OnboardingWords words = onboardingWords(flow_.mode(), helperReady(), limit(), restingFloor());
-    QVariantList rows;
-    for (const auto& row : words.handOverRows) {
-        rows.append(QVariantMap{{QStringLiteral("label"), text(row.label)},
-                                {QStringLiteral("value"), text(row.value)},
-                                {QStringLiteral("ticked"), row.ticked}});
-    }
-    QVariantList rail;
-    for (const RailStop stop : railStops(flow_.progress(lock_.usesNative), lock_.usesNative, helperReady()))
-        rail.append(static_cast<int>(stop));
-    const auto& step = flow_.step();
-    return {{QStringLiteral("handOverTitle"), text(words.handOverTitle)},
-            {QStringLiteral("handOverSubtitle"), text(words.handOverSubtitle)},
-            {QStringLiteral("handOverRows"), rows},
-            {QStringLiteral("restingTitle"), text(words.restingTitle)},
-            {QStringLiteral("restingText"), text(words.restingText)},
-            {QStringLiteral("doneSubtitle"), text(words.doneSubtitle)},
-            {QStringLiteral("failure"), step.kind == OnboardingFlow::Step::Kind::installFailed
-                                            ? text(installFailureSentence(step.message))
-                                            : QString()},
-            {QStringLiteral("rail"), rail}};
-}
-
 void OnboardingModel::check() {
-    const Snapshot before = snapshot();
     flow_ = OnboardingFlow(flow_.mode());
-    settle(before);
+    settle();
     if (!probe_) return;
     const int probe = ++probesStarted_;
     probe_(this, [self = QPointer(this), probe](const HardwareProbe::Result& result) {
         if (!self || probe != self->probesStarted_) return;
-        const Snapshot was = self->snapshot();
-        const OnboardingFlow::Capability had = self->flow_.capability();
         self->flow_.probed(result);
-        if (had.discharge != self->discharge()) emit self->dischargeChanged();
-        if (had.led != self->led()) emit self->ledChanged();
-        self->settle(was);
+        self->settle();
     });
 }
 
 void OnboardingModel::preview(OnboardingFlow::Step step) {
     ++probesStarted_;
-    const Snapshot before = snapshot();
-    const OnboardingFlow::Capability had = flow_.capability();
     flow_.show(std::move(step));
-    if (had.discharge != discharge()) emit dischargeChanged();
-    if (had.led != led()) emit ledChanged();
-    settle(before, false);
+    settle(false);
     // A preview is a still picture: a poll that found the service running would move it on mid-render.
     stopPolling();
 }
 
 void OnboardingModel::next() {
-    const Snapshot before = snapshot();
-    if (flow_.next(helperReady(), lock_.usesNative)) defaults_.setBoolean("onboardingSeen", true);
-    settle(before);
+    if (flow_.next(OnboardingFlow::helperReady(settings_.value()), lock_.usesNative))
+        defaults_.setBoolean("onboardingSeen", true);
+    settle();
 }
 
 void OnboardingModel::back() {
-    const Snapshot before = snapshot();
-    flow_.back(helperReady(), lock_.usesNative);
-    settle(before);
+    flow_.back(OnboardingFlow::helperReady(settings_.value()), lock_.usesNative);
+    settle();
 }
 
 void OnboardingModel::install() {
@@ -235,9 +183,8 @@ void OnboardingModel::install() {
     const bool started = service_.install([self = QPointer(this)] {
         if (!self) return;
         self->setBusy(false);
-        const Snapshot before = self->snapshot();
         self->flow_.installed(self->settings_.value(), self->lock_.usesNative);
-        self->settle(before);
+        self->settle();
     });
     if (!started) setBusy(false);
 }
@@ -267,6 +214,8 @@ void OnboardingModel::apply(int profile) {
     settings_.change([&chosen, dischargeSupported](Settings& settings) {
         settings = OnboardingFlow::apply(chosen, settings, dischargeSupported);
     });
+    // The band has no signal of its own: the profile this model chose is followed here.
+    settle(false);
 }
 
 void OnboardingModel::copyCommand() {
@@ -290,23 +239,44 @@ void OnboardingModel::stopPolling() {
     emit pollingChanged();
 }
 
-void OnboardingModel::settle(const Snapshot& before, bool mayFinish) {
-    const Snapshot after = snapshot();
-    if (!(after.step == before.step)) {
-        if (after.step.kind != before.step.kind) {
-            emit stepChanged();
-            emit stepNameChanged();
-        }
-        if (after.step.message != before.step.message || after.step.reason != before.step.reason)
-            emit messageChanged();
+void OnboardingModel::settle(bool mayFinish) {
+    const Step was = step_;
+    const auto qs = [](std::string_view text) {
+        return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+    };
+    const auto& shown = flow_.step();
+    const ChargeSettingsState& value = settings_.value();
+    assignAndNotify(this, step_, static_cast<Step>(shown.kind), &OnboardingModel::stepChanged);
+    assignAndNotify(this, stepName_, qs(name(shown.kind)), &OnboardingModel::stepNameChanged);
+    assignAndNotify(this, discharge_, flow_.capability().discharge, &OnboardingModel::dischargeChanged);
+    assignAndNotify(this, led_, flow_.capability().led, &OnboardingModel::ledChanged);
+    assignAndNotify(
+        this, message_,
+        QString::fromStdString(shown.reason ? shown.reason->message(lock_.macOSMajor) : shown.message),
+        &OnboardingModel::messageChanged);
+    assignAndNotify(this, canGoBack_, flow_.canGoBack(), &OnboardingModel::canGoBackChanged);
+    assignAndNotify(this, progress_, flow_.progress(lock_.usesNative).value_or(-1),
+                    &OnboardingModel::progressChanged);
+    assignAndNotify(this, helperReady_, OnboardingFlow::helperReady(value),
+                    &OnboardingModel::helperReadyChanged);
+    assignAndNotify(this, needsMigration_, settings_.serviceNeedsMigration(),
+                    &OnboardingModel::needsMigrationChanged);
+    assignAndNotify(this, limit_, value.settings.limit, &OnboardingModel::limitChanged);
+    assignAndNotify(this, restingFloor_, OnboardingFlow::restingFloor(value.settings, lock_.usesNative),
+                    &OnboardingModel::restingFloorChanged);
+    int chosen = -1;
+    for (const auto& profile : OnboardingFlow::profiles) {
+        if (profile.matches(value.settings)) chosen = profile.id;
     }
-    if (after.canGoBack != before.canGoBack) emit canGoBackChanged();
-    if (after.progress != before.progress) emit progressChanged();
-    if (!(after.step == before.step) || after.progress != before.progress) emit wordsChanged();
+    assignAndNotify(this, chosenProfile_, chosen, &OnboardingModel::chosenProfileChanged);
+    assignAndNotify(this, command_,
+                    QString::fromStdString(OnboardingFlow::commandToCopy(value, settings_.installation(),
+                                                                         installCommand_.toStdString())),
+                    &OnboardingModel::commandChanged);
+    assignAndNotify(this, words_, screenWords(flow_, lock_, helperReady_, limit_, restingFloor_),
+                    &OnboardingModel::wordsChanged);
     syncPolling();
-    if (mayFinish && after.step.kind == OnboardingFlow::Step::Kind::done &&
-        before.step.kind != OnboardingFlow::Step::Kind::done)
-        emit finished();
+    if (mayFinish && step_ == Step::Done && was != Step::Done) emit finished();
 }
 
 void OnboardingModel::syncPolling() {
@@ -330,8 +300,7 @@ void OnboardingModel::syncPolling() {
 void OnboardingModel::tick() {
     settings_.refreshStatus();
     if (loginItem_) loginItem_->reload();
-    const Snapshot before = snapshot();
-    if (flow_.tick(helperReady(), lock_.usesNative)) settle(before);
+    if (flow_.tick(OnboardingFlow::helperReady(settings_.value()), lock_.usesNative)) settle();
 }
 
 }  // namespace torvel::app

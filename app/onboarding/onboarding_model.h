@@ -5,6 +5,7 @@
 #include <QString>
 #include <QTimer>
 #include <QVariantList>
+#include <QVariantMap>
 #include <chrono>
 #include <filesystem>
 #include <functional>
@@ -109,31 +110,31 @@ class OnboardingModel : public QObject {
     const OnboardingFlow& flow() const { return flow_; }
     // Shows one step directly: the screenshot mode draws every screen without walking the flow.
     void preview(OnboardingFlow::Step step);
-    Step step() const { return static_cast<Step>(flow_.step().kind); }
-    QString stepName() const;
-    bool discharge() const { return flow_.capability().discharge; }
-    bool led() const { return flow_.capability().led; }
-    QString message() const;
-    bool canGoBack() const { return flow_.canGoBack(); }
-    int progress() const { return flow_.progress(lock_.usesNative).value_or(-1); }
+    Step step() const { return step_; }
+    QString stepName() const { return stepName_; }
+    bool discharge() const { return discharge_; }
+    bool led() const { return led_; }
+    QString message() const { return message_; }
+    bool canGoBack() const { return canGoBack_; }
+    int progress() const { return progress_; }
     int progressSteps() const { return lock_.usesNative ? 3 : 4; }
     bool review() const { return flow_.mode().review; }
     bool approvalOnly() const { return flow_.mode().approvalOnly; }
     bool migrationOnly() const { return flow_.mode().migrationOnly; }
     bool usesNative() const { return lock_.usesNative; }
-    bool helperReady() const;
-    bool needsMigration() const;
+    bool helperReady() const { return helperReady_; }
+    bool needsMigration() const { return needsMigration_; }
     bool busy() const { return busy_; }
     bool polling() const { return poll_ != nullptr; }
     bool live() const { return live_; }
     bool batteryOpened() const { return batteryOpened_; }
-    int limit() const;
-    int restingFloor() const;
-    int chosenProfile() const;
+    int limit() const { return limit_; }
+    int restingFloor() const { return restingFloor_; }
+    int chosenProfile() const { return chosenProfile_; }
     QVariantList profiles() const;
     QString daemonSizeText() const { return daemonSizeText_; }
-    QString command() const;
-    QVariantMap words() const;
+    QString command() const { return command_; }
+    QVariantMap words() const { return words_; }
 
   public slots:
     void check();
@@ -168,15 +169,10 @@ class OnboardingModel : public QObject {
     void finished();
 
   private:
-    struct Snapshot {
-        OnboardingFlow::Step step;
-        bool canGoBack;
-        int progress;
-    };
-    Snapshot snapshot() const { return {flow_.step(), canGoBack(), progress()}; }
-    // Emits what differs from `before`, then brings the poll in line with the step. A preview of the last
-    // screen does not finish the flow.
-    void settle(const Snapshot& before, bool mayFinish = true);
+    // Derives every property from the flow and the settings again, each announcing itself only when it
+    // moved, then brings the poll in line with the step. Reaching the last screen finishes the flow, unless
+    // it is a preview of it.
+    void settle(bool mayFinish = true);
     void syncPolling();
     void tick();
     void setBusy(bool busy);
@@ -198,6 +194,20 @@ class OnboardingModel : public QObject {
     bool live_ = false;
     bool busy_ = false;
     bool batteryOpened_ = false;
+    Step step_ = Step::Checking;
+    QString stepName_;
+    bool discharge_ = false;
+    bool led_ = false;
+    QString message_;
+    bool canGoBack_ = false;
+    int progress_ = -1;
+    bool helperReady_ = false;
+    bool needsMigration_ = false;
+    int limit_ = 0;
+    int restingFloor_ = 0;
+    int chosenProfile_ = -1;
+    QString command_;
+    QVariantMap words_;
 };
 
 }  // namespace torvel::app

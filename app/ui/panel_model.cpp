@@ -10,16 +10,13 @@
 #include "status/checkup.h"
 #include "status/panel_state.h"
 #include "ui/looks.h"
+#include "ui/model_support.h"
 
 namespace torvel::app {
 
 namespace {
-QString qs(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
-QVariantMap reading(const char* caption, const std::string& value) {
-    return {{QStringLiteral("caption"), QString::fromUtf8(caption)}, {QStringLiteral("value"), qs(value)}};
+QString qs(const std::string& text) {
+    return QString::fromStdString(text);
 }
 }  // namespace
 
@@ -38,88 +35,75 @@ PanelModel::PanelModel(BatteryMonitor& battery, ChargeSettings& settings, Histor
                                   .temperature = false,
                                   .ticks = false}) {
     connect(&battery_, &BatteryMonitor::snapshotChanged, this, &PanelModel::recompute);
-    connect(&settings_, &ChargeSettings::changed, this, &PanelModel::recompute);
     connect(&history_, &HistoryModel::todayChanged, this, &PanelModel::recompute);
+    // The published status has no property of its own: each status read brings it, and a read that moved
+    // nothing moves no property here either.
+    connect(&settings_, &ChargeSettings::statusRefreshed, this, &PanelModel::recompute);
+    for (const auto signal :
+         {&ChargeSettings::enabledChanged, &ChargeSettings::limitChanged, &ChargeSettings::heldLimitChanged,
+          &ChargeSettings::topUpChanged, &ChargeSettings::canReachServiceChanged,
+          &ChargeSettings::stateChanged, &ChargeSettings::serviceStateChanged,
+          &ChargeSettings::writeErrorChanged, &ChargeSettings::serviceErrorChanged,
+          &ChargeSettings::daemonInstalledChanged, &ChargeSettings::serviceNeedsApprovalChanged,
+          &ChargeSettings::serviceNeedsMigrationChanged})
+        connect(&settings_, signal, this, &PanelModel::recompute);
     recompute();
-}
-
-int PanelModel::charge() const {
-    return static_cast<int>(std::clamp<qint64>(battery_.percentage(), 0, 100));
-}
-bool PanelModel::chargeKnown() const {
-    return battery_.percentageKnown();
-}
-int PanelModel::limit() const {
-    return settings_.limit();
-}
-int PanelModel::heldLimit() const {
-    return settings_.heldLimit();
-}
-bool PanelModel::charging() const {
-    return battery_.isCharging();
-}
-bool PanelModel::topUp() const {
-    return settings_.topUp();
-}
-bool PanelModel::topUpEnabled() const {
-    return settings_.canReachService();
-}
-
-QString PanelModel::toneWord() const {
-    if (tone_ == u"todo") return QStringLiteral("To do");
-    QString word = tone_;
-    if (!word.isEmpty()) word[0] = word[0].toUpper();
-    return word;
 }
 
 void PanelModel::recompute() {
     const ChargeSettingsState& value = settings_.value();
     const ServiceState serviceState = settings_.serviceState();
+    assignAndNotify(this, charge_, static_cast<int>(std::clamp<qint64>(battery_.percentage(), 0, 100)),
+                    &PanelModel::chargeChanged);
+    assignAndNotify(this, chargeKnown_, battery_.percentageKnown(), &PanelModel::chargeKnownChanged);
+    assignAndNotify(this, charging_, battery_.isCharging(), &PanelModel::chargingChanged);
+    assignAndNotify(this, limit_, settings_.limit(), &PanelModel::limitChanged);
+    assignAndNotify(this, limitText_, qs(Fmt::percent(limit_)), &PanelModel::limitTextChanged);
+    assignAndNotify(this, heldLimit_, settings_.heldLimit(), &PanelModel::heldLimitChanged);
+    assignAndNotify(this, topUp_, settings_.topUp(), &PanelModel::topUpChanged);
+    assignAndNotify(this, topUpEnabled_, settings_.canReachService(), &PanelModel::topUpEnabledChanged);
+    assignAndNotify(this, topUpHelp_, qs(torvel::topUpHelp(topUp_, limit_)), &PanelModel::topUpHelpChanged);
+
     const PanelState state =
         PanelState::make(value, serviceState, lock_, battery_.isPluggedIn(), battery_.percentage());
-    line_ = QString::fromStdString(state.text);
-    help_ = state.help ? QString::fromStdString(*state.help) : QString();
-    tone_ = qs(name(state.tone));
-    toneLook_ = Looks::of(state.tone);
+    assignAndNotify(this, line_, qs(state.text), &PanelModel::lineChanged);
+    assignAndNotify(this, help_, state.help ? qs(*state.help) : QString(), &PanelModel::helpChanged);
+    assignAndNotify(this, toneWord_, qs(torvel::toneWord(state.tone)), &PanelModel::toneWordChanged);
+    assignAndNotify(this, toneLook_, static_cast<int>(Looks::of(state.tone)), &PanelModel::toneLookChanged);
 
     const Checkup checkup(value, serviceState, lock_, sources_.loginItem(), sources_.updater());
     const Checkup::Level level = checkup.level();
-    checkupLevel_ = qs(name(level));
-    levelLook_ = Looks::of(level);
+    assignAndNotify(this, levelLook_, static_cast<int>(Looks::of(level)), &PanelModel::levelLookChanged);
     // A healthy footer reads quietly; only something to do or broken takes a colour.
-    footerLook_ = level == Checkup::Level::ok ? Looks::Quiet : Looks::of(level);
+    assignAndNotify(this, footerLook_,
+                    static_cast<int>(level == Checkup::Level::ok ? Looks::Quiet : Looks::of(level)),
+                    &PanelModel::footerLookChanged);
+    assignAndNotify(this, footerLine_, qs(torvel::footerLine(checkup)), &PanelModel::footerLineChanged);
     const auto fix = checkup.fix();
-    fixTitle_ = fix ? QString::fromStdString(fix->title) : QString();
     fixAction_ = fix ? std::optional(fix->action) : std::nullopt;
-    footerLine_ = level == Checkup::Level::ok || level == Checkup::Level::off
-                      ? QStringLiteral("Service running")
-                      : QString::fromStdString(checkup.summary());
-    sparkline_.setSeries(history_.sparkline(), torvel::HistoryModel::sparklineBuckets);
-    sparkline_.setLimit(settings_.limit());
-    emit changed();
-}
+    assignAndNotify(this, fixTitle_, fix ? qs(fix->title) : QString(), &PanelModel::fixTitleChanged);
 
-QVariantList PanelModel::readings() const {
-    const BatterySnapshot& snapshot = battery_.snapshot();
     QVariantList figures;
-    if (snapshot.healthPercent) figures << reading("Health", Fmt::percent(*snapshot.healthPercent));
-    if (snapshot.temperatureCelsius) {
-        figures << reading("Temperature", Fmt::decimal(*snapshot.temperatureCelsius) + " °C");
+    const auto atFull =
+        history_.hasToday() ? std::optional<long long>(history_.atFullMinutesToday()) : std::nullopt;
+    for (const PanelReading& reading : panelReadings(battery_.snapshot(), atFull)) {
+        figures << QVariantMap{{QStringLiteral("caption"), qs(reading.caption)},
+                               {QStringLiteral("value"), qs(reading.value)}};
     }
-    if (snapshot.cycleCount) figures << reading("Cycles", std::to_string(*snapshot.cycleCount));
-    if (history_.hasToday()) {
-        figures << reading("At 100% today", std::to_string(history_.atFullMinutesToday()) + " min");
-    }
-    return figures;
+    assignAndNotify(this, readings_, figures, &PanelModel::readingsChanged);
+
+    sparkline_.setSeries(history_.sparkline(), torvel::HistoryModel::sparklineBuckets);
+    sparkline_.setLimit(limit_);
+    assignAndNotify(this, hasSparkline_, sparkline_.series().buckets.size() >= 2,
+                    &PanelModel::hasSparklineChanged);
 }
 
-QString PanelModel::topUpHelp() const {
-    if (!settings_.topUp()) return QStringLiteral("Charge to 100% once, then go back to your limit");
-    return QStringLiteral("Back to %1% when you unplug").arg(settings_.limit());
+QString PanelModel::versionLine() {
+    return qs(torvel::versionLine(TORVEL_VERSION));
 }
 
-QString PanelModel::version() {
-    return QStringLiteral(TORVEL_VERSION);
+QVariantMap PanelModel::words() {
+    return wordsMap(panelWords(lowestLimit, highestLimit));
 }
 
 int PanelModel::clampLimit(int limit) {

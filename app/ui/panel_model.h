@@ -3,6 +3,7 @@
 #include <QObject>
 #include <QString>
 #include <QVariantList>
+#include <QVariantMap>
 #include <functional>
 #include <optional>
 
@@ -18,37 +19,37 @@ class BatteryMonitor;
 class ChargeSettings;
 class HistoryModel;
 
-// What the menu-bar panel shows, already in words: core's panel line and checkup over the three models.
+// What the tray panel shows, already in words: core's panel line and checkup over the three models.
 // The QML only lays it out.
 class PanelModel : public QObject {
     Q_OBJECT
-    Q_PROPERTY(int charge READ charge NOTIFY changed)
-    Q_PROPERTY(bool chargeKnown READ chargeKnown NOTIFY changed)
-    Q_PROPERTY(QString line READ line NOTIFY changed)
-    Q_PROPERTY(QString help READ help NOTIFY changed)
-    Q_PROPERTY(QString tone READ tone NOTIFY changed)
-    Q_PROPERTY(QString toneWord READ toneWord NOTIFY changed)
-    Q_PROPERTY(int limit READ limit NOTIFY changed)
-    Q_PROPERTY(int heldLimit READ heldLimit NOTIFY changed)
+    Q_PROPERTY(int charge READ charge NOTIFY chargeChanged)
+    Q_PROPERTY(bool chargeKnown READ chargeKnown NOTIFY chargeKnownChanged)
+    Q_PROPERTY(QString line READ line NOTIFY lineChanged)
+    Q_PROPERTY(QString help READ help NOTIFY helpChanged)
+    Q_PROPERTY(QString toneWord READ toneWord NOTIFY toneWordChanged)
+    Q_PROPERTY(int limit READ limit NOTIFY limitChanged)
+    Q_PROPERTY(QString limitText READ limitText NOTIFY limitTextChanged)
+    Q_PROPERTY(int heldLimit READ heldLimit NOTIFY heldLimitChanged)
     Q_PROPERTY(int minimumLimit READ minimumLimit CONSTANT)
     Q_PROPERTY(int maximumLimit READ maximumLimit CONSTANT)
     Q_PROPERTY(bool nativeMode READ nativeMode CONSTANT)
-    Q_PROPERTY(bool charging READ charging NOTIFY changed)
-    Q_PROPERTY(QVariantList readings READ readings NOTIFY changed)
-    Q_PROPERTY(bool topUp READ topUp NOTIFY changed)
-    Q_PROPERTY(bool topUpEnabled READ topUpEnabled NOTIFY changed)
-    Q_PROPERTY(QString topUpHelp READ topUpHelp NOTIFY changed)
-    Q_PROPERTY(QString footerLine READ footerLine NOTIFY changed)
-    Q_PROPERTY(QString checkupLevel READ checkupLevel NOTIFY changed)
-    Q_PROPERTY(QString version READ version CONSTANT)
+    Q_PROPERTY(bool charging READ charging NOTIFY chargingChanged)
+    Q_PROPERTY(QVariantList readings READ readings NOTIFY readingsChanged)
+    Q_PROPERTY(bool topUp READ topUp NOTIFY topUpChanged)
+    Q_PROPERTY(bool topUpEnabled READ topUpEnabled NOTIFY topUpEnabledChanged)
+    Q_PROPERTY(QString topUpHelp READ topUpHelp NOTIFY topUpHelpChanged)
+    Q_PROPERTY(QString footerLine READ footerLine NOTIFY footerLineChanged)
+    Q_PROPERTY(QString versionLine READ versionLine CONSTANT)
     // The same states as Looks tones, so the views colour them without comparing words.
-    Q_PROPERTY(int toneLook READ toneLook NOTIFY changed)
-    Q_PROPERTY(int levelLook READ levelLook NOTIFY changed)
-    Q_PROPERTY(int footerLook READ footerLook NOTIFY changed)
+    Q_PROPERTY(int toneLook READ toneLook NOTIFY toneLookChanged)
+    Q_PROPERTY(int levelLook READ levelLook NOTIFY levelLookChanged)
+    Q_PROPERTY(int footerLook READ footerLook NOTIFY footerLookChanged)
     // The checkup's one fix, when it has one: its button title.
-    Q_PROPERTY(QString fixTitle READ fixTitle NOTIFY changed)
+    Q_PROPERTY(QString fixTitle READ fixTitle NOTIFY fixTitleChanged)
     Q_PROPERTY(torvel::app::ChartModel* sparkline READ sparkline CONSTANT)
-    Q_PROPERTY(bool hasSparkline READ hasSparkline NOTIFY changed)
+    Q_PROPERTY(bool hasSparkline READ hasSparkline NOTIFY hasSparklineChanged)
+    Q_PROPERTY(QVariantMap words READ words CONSTANT)
 
   public:
     static constexpr int lowestLimit = 20;
@@ -63,32 +64,32 @@ class PanelModel : public QObject {
     PanelModel(BatteryMonitor& battery, ChargeSettings& settings, HistoryModel& history, SystemLock lock,
                Sources sources, QObject* parent = nullptr);
 
-    int charge() const;
-    bool chargeKnown() const;
+    int charge() const { return charge_; }
+    bool chargeKnown() const { return chargeKnown_; }
     QString line() const { return line_; }
     QString help() const { return help_; }
-    QString tone() const { return tone_; }
-    QString toneWord() const;
-    int limit() const;
-    int heldLimit() const;
+    QString toneWord() const { return toneWord_; }
+    int limit() const { return limit_; }
+    QString limitText() const { return limitText_; }
+    int heldLimit() const { return heldLimit_; }
     int minimumLimit() const { return lowestLimit; }
     int maximumLimit() const { return highestLimit; }
     bool nativeMode() const { return lock_.usesNative; }
-    bool charging() const;
-    QVariantList readings() const;
-    bool topUp() const;
-    bool topUpEnabled() const;
-    QString topUpHelp() const;
+    bool charging() const { return charging_; }
+    QVariantList readings() const { return readings_; }
+    bool topUp() const { return topUp_; }
+    bool topUpEnabled() const { return topUpEnabled_; }
+    QString topUpHelp() const { return topUpHelp_; }
     QString footerLine() const { return footerLine_; }
-    QString checkupLevel() const { return checkupLevel_; }
-    static QString version();
+    static QString versionLine();
     int toneLook() const { return toneLook_; }
     int levelLook() const { return levelLook_; }
     int footerLook() const { return footerLook_; }
     QString fixTitle() const { return fixTitle_; }
     // The last 24 hours against the limit, once the journal holds something to draw.
     ChartModel* sparkline() { return &sparkline_; }
-    bool hasSparkline() const { return sparkline_.series().buckets.size() >= 2; }
+    bool hasSparkline() const { return hasSparkline_; }
+    static QVariantMap words();
 
     static int clampLimit(int limit);
 
@@ -106,10 +107,30 @@ class PanelModel : public QObject {
     Q_INVOKABLE void quit();
 
   public slots:
+    // Derives every property again from the models; each announces itself only when it moved, so a poll
+    // that brought nothing new wakes no binding.
     void recompute();
 
   signals:
-    void changed();
+    void chargeChanged();
+    void chargeKnownChanged();
+    void lineChanged();
+    void helpChanged();
+    void toneWordChanged();
+    void limitChanged();
+    void limitTextChanged();
+    void heldLimitChanged();
+    void chargingChanged();
+    void readingsChanged();
+    void topUpChanged();
+    void topUpEnabledChanged();
+    void topUpHelpChanged();
+    void footerLineChanged();
+    void toneLookChanged();
+    void levelLookChanged();
+    void footerLookChanged();
+    void fixTitleChanged();
+    void hasSparklineChanged();
     void sectionRequested(const QString& section);
     void quitRequested();
 
@@ -119,15 +140,25 @@ class PanelModel : public QObject {
     HistoryModel& history_;
     SystemLock lock_;
     Sources sources_;
+    int charge_ = 0;
+    bool chargeKnown_ = false;
     QString line_;
     QString help_;
-    QString tone_;
+    QString toneWord_;
+    int limit_ = 0;
+    QString limitText_;
+    int heldLimit_ = 0;
+    bool charging_ = false;
+    QVariantList readings_;
+    bool topUp_ = false;
+    bool topUpEnabled_ = false;
+    QString topUpHelp_;
     QString footerLine_;
-    QString checkupLevel_;
     int toneLook_ = 0;
     int levelLook_ = 0;
     int footerLook_ = 0;
     QString fixTitle_;
+    bool hasSparkline_ = false;
     std::optional<Checkup::Fix::Action> fixAction_;
     ChartModel sparkline_;
 };

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "common/dates.h"
+#include "common/texts.h"
 // By its folder-relative name: the app has an extras/updater.h of its own that would be found first.
 #include "extras/updater.h"
 
@@ -62,7 +63,8 @@ struct Appcast {
     static constexpr Instant retryInterval = 60 * 60;
 
     // A check that has not ended by its deadline, however steadily the bytes arrive.
-    static constexpr std::string_view checkTooSlow = "The update server took too long to send the feed";
+    static constexpr std::string_view checkTooSlow =
+        trNoop("The update server took too long to send the feed");
 
     // Packages larger than this are refused before any byte is fetched.
     static constexpr std::uint64_t largestPackage = 256ull * 1024 * 1024;

@@ -1,8 +1,18 @@
 #include "extras/login_item.h"
 
+#include "common/texts.h"
 #include "extras/ini.h"
 
 namespace torvel {
+
+std::string LoginItem::noHomeFolder() {
+    return tr("Torvel can’t find your home folder to add itself to startup.");
+}
+
+std::string LoginItem::fileFailed(bool writing, std::string_view file, std::string_view reason) {
+    return writing ? tr("Couldn’t write %1: %2", {file, reason})
+                   : tr("Couldn’t remove %1: %2", {file, reason});
+}
 
 LoginItem::Status LoginItem::fromAutostartEntry(std::optional<std::string_view> desktopEntry) {
     if (!desktopEntry) return Status::notRegistered;

@@ -26,6 +26,10 @@ struct LoginItem {
 
     // The autostart entry's text, or absent when there is none. Desktops honour "Hidden=true" and
     // "X-GNOME-Autostart-enabled=false" as a switched-off entry, so those count as not registered.
+    // Why startup could not be changed when there is no home folder to write the entry in.
+    static std::string noHomeFolder();
+    // Writing (turning on) or removing (turning off) the autostart entry failed, with the system's reason.
+    static std::string fileFailed(bool writing, std::string_view file, std::string_view reason);
     static Status fromAutostartEntry(std::optional<std::string_view> desktopEntry);
 
     // The entry that starts `executable` at login: the tray only, no window (the switch is the app's

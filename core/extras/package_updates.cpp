@@ -106,6 +106,40 @@ std::string UpdateActionWords::problem(UpdateProblem problem) {
     return tr("The package manager couldn’t look for updates.");
 }
 
+std::string UpdateActionWords::feedFailure(FeedFailure failure, int httpStatus) {
+    switch (failure) {
+        case FeedFailure::noAnswer:
+            return tr("The update server didn’t answer");
+        case FeedFailure::untrustedCertificate:
+            return tr("The update server’s certificate isn’t trusted");
+        case FeedFailure::insecureRedirect:
+            return tr("The update server redirected to an insecure address");
+        case FeedFailure::serverError:
+            return tr("The update server answered with error %1", {std::to_string(httpStatus)});
+        case FeedFailure::unreachable:
+            return tr("Couldn’t reach the update server");
+        case FeedFailure::unreadable:
+            return tr("The update feed isn’t readable");
+        case FeedFailure::wrongSize:
+            return tr("The download isn’t the announced size");
+        case FeedFailure::packageKitMissing:
+            return tr("PackageKit isn’t available to install the update");
+        case FeedFailure::notAllowed:
+            return tr("You weren’t allowed to install the update");
+        case FeedFailure::alreadyInstalling:
+            return tr("An installation is already under way");
+        case FeedFailure::cancelled:
+            return tr("The installation was cancelled");
+        case FeedFailure::installFailed:
+            return tr("Couldn’t install the update");
+    }
+    return tr("Couldn’t reach the update server");
+}
+
+std::string UpdateActionWords::installFailed(std::string_view detail) {
+    return tr("Couldn’t install the update: %1", {detail});
+}
+
 std::string UpdateActionWords::checkTitle(bool checking) {
     return checking ? tr("Checking") : tr("Check");
 }

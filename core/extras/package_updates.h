@@ -49,8 +49,28 @@ enum class UpdateProblem {
     nothingToInstall,
 };
 
+// What stopped the signed feed's way: reading the feed, downloading the package, or handing it over to
+// PackageKit.
+enum class FeedFailure {
+    noAnswer,
+    untrustedCertificate,
+    insecureRedirect,
+    serverError,  // with the HTTP status code
+    unreachable,
+    unreadable,
+    wrongSize,
+    packageKitMissing,
+    notAllowed,
+    alreadyInstalling,
+    installFailed,  // without a word from PackageKit
+    cancelled,
+};
+
 struct UpdateActionWords {
     static std::string problem(UpdateProblem problem);
+    static std::string feedFailure(FeedFailure failure, int httpStatus = 0);
+    // PackageKit's own sentence of why the installation failed, kept as it gave it.
+    static std::string installFailed(std::string_view detail);
     static std::string checkTitle(bool checking);
     static std::string installTitle(bool installing);
     // `percent` absent while the package manager cannot say how far it is.

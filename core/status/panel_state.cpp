@@ -95,6 +95,69 @@ std::string_view name(PanelState::Tone tone) {
     return "idle";
 }
 
+std::string toneWord(PanelState::Tone tone) {
+    switch (tone) {
+        case Tone::held:
+            return tr("Held");
+        case Tone::moving:
+            return tr("Moving");
+        case Tone::idle:
+            return tr("Idle");
+        case Tone::todo:
+            return tr("To do");
+        case Tone::broken:
+            return tr("Broken");
+    }
+    return tr("Idle");
+}
+
+ViewWords panelWords(int lowestLimit, int highestLimit) {
+    return {
+        {"lowest", Fmt::percent(lowestLimit)},
+        {"highest", Fmt::percent(highestLimit)},
+        {"chargeLimit", tr("Charge limit")},
+        {"nativeRange", tr("macOS: 80 to 100%, in steps of 5")},
+        {"topUp", tr("Top-up")},
+        {"topUpOnce", tr("%1 once", {Fmt::percent(100)})},
+        {"lastDay", tr("Last 24 hours")},
+        {"mac", tr("This Mac")},
+        {"today", tr("Today")},
+        {"settings", tr("Settings")},
+        {"quit", tr("Quit Torvel")},
+    };
+}
+
+std::vector<PanelReading> panelReadings(const BatterySnapshot& snapshot,
+                                        std::optional<long long> atFullMinutesToday) {
+    std::vector<PanelReading> figures;
+    if (snapshot.healthPercent) figures.push_back({tr("Health"), Fmt::percent(*snapshot.healthPercent)});
+    if (snapshot.temperatureCelsius) {
+        figures.push_back({tr("Temperature"), tr("%1 °C", {Fmt::decimal(*snapshot.temperatureCelsius)})});
+    }
+    if (snapshot.cycleCount) figures.push_back({tr("Cycles"), std::to_string(*snapshot.cycleCount)});
+    if (atFullMinutesToday) {
+        figures.push_back(
+            {tr("At %1 today", {Fmt::percent(100)}), tr("%1 min", {std::to_string(*atFullMinutesToday)})});
+    }
+    return figures;
+}
+
+std::string topUpHelp(bool topUp, int limit) {
+    if (!topUp) return tr("Charge to %1 once, then go back to your limit", {Fmt::percent(100)});
+    return tr("Back to %1 when you unplug", {Fmt::percent(limit)});
+}
+
+std::string footerLine(const Checkup& checkup) {
+    const Checkup::Level level = checkup.level();
+    if (level == Checkup::Level::ok || level == Checkup::Level::off) return tr("Service running");
+    if (checkup.fix()) return tr("%1 →", {checkup.summary()});
+    return checkup.summary();
+}
+
+std::string versionLine(std::string_view version) {
+    return tr("Torvel %1", {version});
+}
+
 int PanelStatus::target(const ChargeSettingsState& settings) {
     const PublishedStatus& published = settings.status.published;
     // The user's limit even while limiting is off: the gauge still shows where it would stop.

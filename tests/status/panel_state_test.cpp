@@ -182,5 +182,20 @@ TEST(PanelStatus, TargetFollowsTheRunThenTheTopUp) {
     }
 }
 
+TEST(PanelReadings, OnlyWhatTheBatteryAndTheJournalKnow) {
+    BatterySnapshot full;
+    full.healthPercent = 98;
+    full.temperatureCelsius = 30.1;
+    full.cycleCount = 123;
+    const std::vector<PanelReading> all = {
+        {"Health", "98%"}, {"Temperature", "30.1 °C"}, {"Cycles", "123"}, {"At 100% today", "12 min"}};
+    EXPECT_EQ(panelReadings(full, 12), all);
+    EXPECT_EQ(panelReadings(BatterySnapshot{}, std::nullopt), std::vector<PanelReading>{});
+    BatterySnapshot noHealth = full;
+    noHealth.healthPercent.reset();
+    EXPECT_EQ(panelReadings(noHealth, std::nullopt),
+              (std::vector<PanelReading>{{"Temperature", "30.1 °C"}, {"Cycles", "123"}}));
+}
+
 }  // namespace
 }  // namespace torvel

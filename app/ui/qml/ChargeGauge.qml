@@ -11,6 +11,9 @@ FocusScope {
     property int minimum: 20
     property int maximum: 100
     property bool nativeMode: false
+    // The words, as the panel model gives them.
+    property var words: ({})
+    property string limitText
     signal dragged(int value)
     signal released()
     signal stepped(int delta)
@@ -39,14 +42,14 @@ FocusScope {
             height: caption.implicitHeight
             Text {
                 id: caption
-                text: "Charge limit"
+                text: gauge.words.chargeLimit
                 font: Ember.words(12.5, "semibold")
                 color: Ember.text2
             }
             Text {
                 anchors.right: parent.right
                 anchors.baseline: caption.baseline
-                text: gauge.limit + "%"
+                text: gauge.limitText
                 font: Ember.words(13.5, "bold")
                 color: Ember.emberText
             }
@@ -100,7 +103,7 @@ FocusScope {
                 scale: pointer.pressed ? 1.08 : 1
                 Behavior on scale { NumberAnimation { duration: 120 } }
                 Accessible.role: Accessible.Slider
-                Accessible.name: "Charge limit"
+                Accessible.name: gauge.words.chargeLimit
 
                 Rectangle {
                     anchors.centerIn: parent
@@ -134,13 +137,13 @@ FocusScope {
             height: low.implicitHeight
             Text {
                 id: low
-                text: gauge.minimum + "%"
+                text: gauge.words.lowest
                 font: Ember.words(11.5, "medium")
                 color: Ember.text3
             }
             Text {
                 anchors.right: parent.right
-                text: gauge.maximum + "%"
+                text: gauge.words.highest
                 font: Ember.words(11.5, "medium")
                 color: Ember.text3
             }
@@ -148,7 +151,7 @@ FocusScope {
 
         Text {
             visible: gauge.nativeMode
-            text: "macOS: 80 to 100%, in steps of 5"
+            text: gauge.words.nativeRange
             font: Ember.words(12, "regular")
             color: Ember.text3
         }
@@ -165,7 +168,7 @@ FocusScope {
     }
 
     Accessible.role: Accessible.Slider
-    Accessible.name: "Charge limit"
+    Accessible.name: gauge.words.chargeLimit
     Accessible.onIncreaseAction: gauge.stepped(1)
     Accessible.onDecreaseAction: gauge.stepped(-1)
     // A step from the keyboard shows where the keyboard is.

@@ -87,6 +87,8 @@ Rectangle {
             minimum: Panel.minimumLimit
             maximum: Panel.maximumLimit
             nativeMode: Panel.nativeMode
+            words: Panel.words
+            limitText: Panel.limitText
             onDragged: (value) => Panel.dragLimit(value)
             onReleased: Panel.commitLimit()
             onStepped: (delta) => Panel.stepLimit(delta)
@@ -102,6 +104,7 @@ Rectangle {
             width: parent.width
             visible: Panel.hasSparkline
             model: Panel.sparkline
+            caption: Panel.words.lastDay
         }
 
         TopUpRow {
@@ -109,6 +112,8 @@ Rectangle {
             on: Panel.topUp
             enabled: Panel.topUpEnabled
             help: Panel.topUpHelp
+            title: Panel.words.topUp
+            note: Panel.words.topUpOnce
             onToggled: (on) => Panel.setTopUp(on)
         }
 
@@ -125,7 +130,8 @@ Rectangle {
             lineTone: Panel.footerLook
             fixTitle: Panel.fixTitle
             onFix: Panel.applyFix()
-            version: Panel.version
+            versionLine: Panel.versionLine
+            words: Panel.words
             onOpenSection: (section) => Panel.openSection(section)
             onQuit: Panel.quit()
         }

@@ -8,7 +8,8 @@ Column {
     property int level: Looks.Good
     property int lineTone: Looks.Quiet
     property string fixTitle
-    property string version
+    property string versionLine
+    property var words: ({})
     signal openSection(string section)
     signal fix()
     signal quit()
@@ -31,7 +32,7 @@ Column {
             }
             // With a fix to offer, the line itself leads to the page where it is done.
             Text {
-                text: footer.line + (footer.fixTitle.length > 0 ? " →" : "")
+                text: footer.line
                 font: Ember.words(13, "semibold")
                 color: fixPointer.containsMouse ? Ember.text : Ember.toneText(footer.lineTone)
                 Accessible.role: footer.fixTitle.length > 0 ? Accessible.Button : Accessible.StaticText
@@ -48,7 +49,7 @@ Column {
             }
         }
 
-        // "This Mac": the installation's own page, with the checkup's colour.
+        // The installation's own page, with the checkup's colour.
         Rectangle {
             id: thisMac
             anchors.right: parent.right
@@ -60,7 +61,7 @@ Column {
             border.width: 1
             border.color: macPointer.containsMouse ? Ember.text3 : Ember.hair
             Accessible.role: Accessible.Button
-            Accessible.name: "This Mac"
+            Accessible.name: footer.words.mac
             Accessible.onPressAction: footer.openSection("mac")
 
             Row {
@@ -75,7 +76,7 @@ Column {
                     anchors.verticalCenter: parent.verticalCenter
                 }
                 Text {
-                    text: "This Mac"
+                    text: footer.words.mac
                     font: Ember.words(12.5, "semibold")
                     color: Ember.text
                     anchors.verticalCenter: parent.verticalCenter
@@ -109,7 +110,7 @@ Column {
                 anchors.verticalCenter: parent.verticalCenter
             }
             Text {
-                text: "Torvel " + footer.version
+                text: footer.versionLine
                 font: Ember.words(12, "medium")
                 color: Ember.text3
                 anchors.verticalCenter: parent.verticalCenter
@@ -118,9 +119,9 @@ Column {
         Row {
             anchors.right: parent.right
             spacing: 8
-            PanelIconButton { glyph: Glyphs.chart; word: "Today"; onClicked: footer.openSection("today") }
-            PanelIconButton { glyph: Glyphs.sliders; word: "Settings"; onClicked: footer.openSection("settings") }
-            PanelIconButton { glyph: Glyphs.power; word: "Quit Torvel"; onClicked: footer.quit() }
+            PanelIconButton { glyph: Glyphs.chart; word: footer.words.today; onClicked: footer.openSection("today") }
+            PanelIconButton { glyph: Glyphs.sliders; word: footer.words.settings; onClicked: footer.openSection("settings") }
+            PanelIconButton { glyph: Glyphs.power; word: footer.words.quit; onClicked: footer.quit() }
         }
     }
 }

@@ -6,6 +6,7 @@ import Torvel
 Column {
     id: spark
     property ChartModel model
+    property string caption
     spacing: 6
 
     Item {
@@ -13,7 +14,7 @@ Column {
         height: caption.implicitHeight
         Text {
             id: caption
-            text: "Last 24 hours"
+            text: spark.caption
             font: Ember.words(11.5, "medium")
             color: Ember.text3
         }

@@ -6,6 +6,8 @@ Surface {
     id: row
     property bool on: false
     property string help
+    property string title
+    property string note
     signal toggled(bool on)
 
     color: Ember.well
@@ -40,13 +42,13 @@ Surface {
                 spacing: 6
                 Text {
                     id: title
-                    text: "Top-up"
+                    text: row.title
                     font: Ember.words(14, "semibold")
                     color: Ember.text
                 }
                 Text {
                     anchors.baseline: title.baseline
-                    text: "100% once"
+                    text: row.note
                     font: Ember.words(12.5, "medium")
                     color: Ember.text3
                 }
@@ -68,7 +70,7 @@ Surface {
         anchors.verticalCenter: parent.verticalCenter
         checked: row.on
         enabled: row.enabled
-        accessibleName: "Top-up"
+        accessibleName: row.title
         onToggled: (on) => row.toggled(on)
     }
 }
