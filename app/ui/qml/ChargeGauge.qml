@@ -154,10 +154,11 @@ FocusScope {
         }
     }
 
+    // Well clear of the scale's end labels, which sit at the column's very edges.
     Rectangle {
         anchors.fill: column
-        anchors.margins: -4
-        radius: 10
+        anchors.margins: -8
+        radius: 12
         color: "transparent"
         border.width: 2
         border.color: Qt.rgba(Ember.ember.r, Ember.ember.g, Ember.ember.b, 0.5)
