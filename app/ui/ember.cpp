@@ -2,6 +2,8 @@
 
 #include <QDir>
 #include <QFontDatabase>
+#include <QJSEngine>
+#include <QQmlEngine>
 
 #include "ui/looks.h"
 
@@ -13,6 +15,32 @@ void Ember::setDark(bool dark) {
     if (dark_ == dark) return;
     dark_ = dark;
     emit appearanceChanged();
+}
+
+void Ember::setTextScale(qreal scale) {
+    if (textScale_ == scale) return;
+    textScale_ = scale;
+    emit textScaleChanged();
+}
+
+void Ember::setReducedMotion(bool reduced) {
+    if (reducedMotion_ == reduced) return;
+    reducedMotion_ = reduced;
+    emit motionChanged();
+}
+
+QJSValue Ember::wordsFunction() {
+    QJSEngine* engine = qjsEngine(this);
+    if (!engine) return {};
+    if (engine == wordsEngine_) return words_;
+    // The palette belongs to the app, never to the script engine's collector.
+    QQmlEngine::setObjectOwnership(this, QQmlEngine::CppOwnership);
+    const QJSValue make = engine->evaluate(
+        QStringLiteral("(function (ember) { return function (size, weight) {"
+                       " return ember.scaledWords(size, weight === undefined ? \"regular\" : weight) } })"));
+    words_ = make.call({engine->newQObject(this)});
+    wordsEngine_ = engine;
+    return words_;
 }
 
 bool Ember::prefersDark(const QPalette& palette) {
@@ -39,7 +67,7 @@ QFont Ember::words(qreal size, const QString& weight) const {
     const QString w = weight.toLower();
     const bool bold = w == u"bold" || w == u"heavy" || w == u"black";
     font.setWeight(bold ? QFont::Bold : QFont::Normal);
-    font.setPixelSize(qMax(1, qRound(size)));
+    font.setPixelSize(qMax(1, qRound(size * textScale_)));
     font.setHintingPreference(QFont::PreferNoHinting);
     return font;
 }

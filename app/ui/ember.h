@@ -2,8 +2,11 @@
 
 #include <QColor>
 #include <QFont>
+#include <QJSEngine>
+#include <QJSValue>
 #include <QObject>
 #include <QPalette>
+#include <QPointer>
 #include <QString>
 
 namespace torvel::app {
@@ -39,6 +42,14 @@ class Ember : public QObject {
     Q_PROPERTY(QColor stop READ stop CONSTANT)
     Q_PROPERTY(QColor on READ on CONSTANT)
     Q_PROPERTY(QColor nightText READ nightText CONSTANT)
+    // Views call `Ember.words(size, weight)`. It is a property holding a function rather than a method, so
+    // that every binding that calls it reads the property, and is re-evaluated when the desktop's text
+    // scaling moves.
+    Q_PROPERTY(QJSValue words READ wordsFunction NOTIFY textScaleChanged)
+    Q_PROPERTY(qreal textScale READ textScale WRITE setTextScale NOTIFY textScaleChanged)
+    // 1 while things move, 0 when the desktop asks for reduced motion: views write `duration: 180 *
+    // Ember.motion`, and stop what would only loop.
+    Q_PROPERTY(qreal motion READ motion NOTIFY motionChanged)
 
   public:
     explicit Ember(QObject* parent = nullptr);
@@ -77,8 +88,14 @@ class Ember : public QObject {
     static QColor nightText() { return QColor(0xEEF0F2); }
 
     // `weight` is a word: "ultraLight", "thin", "light", "regular", "medium", "semibold", "bold", "heavy",
-    // "black". Sizes are fixed pixel sizes, not scaled with the desktop's text size.
-    Q_INVOKABLE QFont words(qreal size, const QString& weight = QStringLiteral("regular")) const;
+    // "black". Sizes are pixel sizes at the desktop's usual text size, scaled with its text scaling.
+    QFont words(qreal size, const QString& weight = QStringLiteral("regular")) const;
+    qreal textScale() const { return textScale_; }
+    void setTextScale(qreal scale);
+    qreal motion() const { return reducedMotion_ ? 0.0 : 1.0; }
+    void setReducedMotion(bool reduced);
+    // What the views' `words` function calls.
+    Q_INVOKABLE QFont scaledWords(qreal size, const QString& weight) const { return words(size, weight); }
     // The family of the face a weight uses, as the font file names it.
     static QString faceFamily(const QString& weight);
 
@@ -95,12 +112,20 @@ class Ember : public QObject {
 
   signals:
     void appearanceChanged();
+    void textScaleChanged();
+    void motionChanged();
 
   private:
+    QJSValue wordsFunction();
     QColor pick(unsigned light, unsigned darkValue) const { return QColor(dark_ ? darkValue : light); }
     static QColor withAlpha(unsigned rgb, double alpha);
 
     bool dark_ = false;
+    qreal textScale_ = 1.0;
+    bool reducedMotion_ = false;
+    // The function is made once per script engine: a value of one engine means nothing to another.
+    QJSValue words_;
+    QPointer<QJSEngine> wordsEngine_;
 };
 
 }  // namespace torvel::app

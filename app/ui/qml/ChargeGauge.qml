@@ -98,7 +98,7 @@ FocusScope {
                 border.width: 1
                 border.color: Ember.ring
                 scale: pointer.pressed ? 1.08 : 1
-                Behavior on scale { NumberAnimation { duration: 120 } }
+                Behavior on scale { NumberAnimation { duration: 120 * Ember.motion } }
                 Accessible.role: Accessible.Slider
                 Accessible.name: "Charge limit"
 
