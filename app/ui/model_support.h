@@ -21,7 +21,8 @@ bool assignAndNotify(Owner* owner, Value& field, Value value, Signal changed) {
 // A view's fixed words as QML reads them: `Page.words.title`.
 inline QVariantMap wordsMap(const ViewWords& words) {
     QVariantMap map;
-    for (const auto& [name, text] : words) map.insert(QString::fromStdString(name), QString::fromStdString(text));
+    for (const auto& [name, text] : words)
+        map.insert(QString::fromStdString(name), QString::fromStdString(text));
     return map;
 }
 
