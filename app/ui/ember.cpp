@@ -29,18 +29,25 @@ void Ember::setReducedMotion(bool reduced) {
     emit motionChanged();
 }
 
-QJSValue Ember::wordsFunction() {
+QJSValue Ember::viewFunction(const QString& name) {
     QJSEngine* engine = qjsEngine(this);
     if (!engine) return {};
-    if (engine == wordsEngine_) return words_;
+    if (engine != functionsEngine_) {
+        functions_.clear();
+        functionsEngine_ = engine;
+    }
+    if (const auto made = functions_.constFind(name); made != functions_.constEnd()) return *made;
     // The palette belongs to the app, never to the script engine's collector.
     QQmlEngine::setObjectOwnership(this, QQmlEngine::CppOwnership);
-    const QJSValue make = engine->evaluate(
-        QStringLiteral("(function (ember) { return function (size, weight) {"
-                       " return ember.scaledWords(size, weight === undefined ? \"regular\" : weight) } })"));
-    words_ = make.call({engine->newQObject(this)});
-    wordsEngine_ = engine;
-    return words_;
+    const QString body =
+        name == u"words" ? QStringLiteral(
+                               "function (size, weight) {"
+                               " return ember.wordsOf(size, weight === undefined ? \"regular\" : weight) }")
+                         : QStringLiteral("function (tone) { return ember.%1Of(tone) }").arg(name);
+    const QJSValue make = engine->evaluate(QStringLiteral("(function (ember) { return %1 })").arg(body));
+    const QJSValue made = make.call({engine->newQObject(this)});
+    functions_.insert(name, made);
+    return made;
 }
 
 bool Ember::prefersDark(const QPalette& palette) {

@@ -2,6 +2,7 @@
 
 #include <QColor>
 #include <QFont>
+#include <QHash>
 #include <QJSEngine>
 #include <QJSValue>
 #include <QObject>
@@ -42,10 +43,15 @@ class Ember : public QObject {
     Q_PROPERTY(QColor stop READ stop CONSTANT)
     Q_PROPERTY(QColor on READ on CONSTANT)
     Q_PROPERTY(QColor nightText READ nightText CONSTANT)
-    // Views call `Ember.words(size, weight)`. It is a property holding a function rather than a method, so
-    // that every binding that calls it reads the property, and is re-evaluated when the desktop's text
-    // scaling moves.
+    // Views call `Ember.words(size, weight)` and `Ember.toneFill(tone)`. These are properties holding
+    // functions rather than methods, so that every binding that calls one reads a property, and is
+    // re-evaluated when the desktop's text scaling or appearance moves; a method call would leave the binding
+    // as it first was.
     Q_PROPERTY(QJSValue words READ wordsFunction NOTIFY textScaleChanged)
+    Q_PROPERTY(QJSValue toneColor READ toneColorFunction NOTIFY appearanceChanged)
+    Q_PROPERTY(QJSValue toneText READ toneTextFunction NOTIFY appearanceChanged)
+    Q_PROPERTY(QJSValue toneFill READ toneFillFunction NOTIFY appearanceChanged)
+    Q_PROPERTY(QJSValue toneBorder READ toneBorderFunction NOTIFY appearanceChanged)
     Q_PROPERTY(qreal textScale READ textScale WRITE setTextScale NOTIFY textScaleChanged)
     // 1 while things move, 0 when the desktop asks for reduced motion: views write `duration: 180 *
     // Ember.motion`, and stop what would only loop.
@@ -94,8 +100,12 @@ class Ember : public QObject {
     void setTextScale(qreal scale);
     qreal motion() const { return reducedMotion_ ? 0.0 : 1.0; }
     void setReducedMotion(bool reduced);
-    // What the views' `words` function calls.
-    Q_INVOKABLE QFont scaledWords(qreal size, const QString& weight) const { return words(size, weight); }
+    // What the views' functions call.
+    Q_INVOKABLE QFont wordsOf(qreal size, const QString& weight) const { return words(size, weight); }
+    Q_INVOKABLE QColor toneColorOf(int tone) const { return toneColor(tone); }
+    Q_INVOKABLE QColor toneTextOf(int tone) const { return toneText(tone); }
+    Q_INVOKABLE QColor toneFillOf(int tone) const { return toneFill(tone); }
+    Q_INVOKABLE QColor toneBorderOf(int tone) const { return toneBorder(tone); }
     // The family of the face a weight uses, as the font file names it.
     static QString faceFamily(const QString& weight);
 
@@ -105,10 +115,10 @@ class Ember : public QObject {
 
     // A tone's strong colour (dots, icons, borders), its text colour, and the faint fill a note lays under
     // it. `tone` is a Looks::Tone; QML hands enums over as integers.
-    Q_INVOKABLE QColor toneColor(int tone) const;
-    Q_INVOKABLE QColor toneText(int tone) const;
-    Q_INVOKABLE QColor toneFill(int tone) const;
-    Q_INVOKABLE QColor toneBorder(int tone) const;
+    QColor toneColor(int tone) const;
+    QColor toneText(int tone) const;
+    QColor toneFill(int tone) const;
+    QColor toneBorder(int tone) const;
 
   signals:
     void appearanceChanged();
@@ -116,16 +126,22 @@ class Ember : public QObject {
     void motionChanged();
 
   private:
-    QJSValue wordsFunction();
+    QJSValue wordsFunction() { return viewFunction(QStringLiteral("words")); }
+    QJSValue toneColorFunction() { return viewFunction(QStringLiteral("toneColor")); }
+    QJSValue toneTextFunction() { return viewFunction(QStringLiteral("toneText")); }
+    QJSValue toneFillFunction() { return viewFunction(QStringLiteral("toneFill")); }
+    QJSValue toneBorderFunction() { return viewFunction(QStringLiteral("toneBorder")); }
+    // The function named `name` for the script engine this object is used in; it calls `nameOf`.
+    QJSValue viewFunction(const QString& name);
     QColor pick(unsigned light, unsigned darkValue) const { return QColor(dark_ ? darkValue : light); }
     static QColor withAlpha(unsigned rgb, double alpha);
 
     bool dark_ = false;
     qreal textScale_ = 1.0;
     bool reducedMotion_ = false;
-    // The function is made once per script engine: a value of one engine means nothing to another.
-    QJSValue words_;
-    QPointer<QJSEngine> wordsEngine_;
+    // The functions are made once per script engine: a value of one engine means nothing to another.
+    QHash<QString, QJSValue> functions_;
+    QPointer<QJSEngine> functionsEngine_;
 };
 
 }  // namespace torvel::app

@@ -12,9 +12,9 @@
 namespace torvel::app::testing {
 namespace {
 
-// Views take their type from Ember.words in bindings; the desktop's text scaling must reach them as it moves,
-// not only at the next window.
-TEST(Ember, TextInViewsFollowsTheTextScaleLive) {
+// Views take their type and tone colours from Ember's functions in bindings; the desktop's text scaling and
+// appearance must reach them as they move, not only at the next window.
+TEST(Ember, ViewsFollowTheTextScaleAndAppearanceLive) {
     qtApp();
     Ember ember;
     QQmlEngine engine;
@@ -24,6 +24,7 @@ TEST(Ember, TextInViewsFollowsTheTextScaleLive) {
                          Item {
                              Text { objectName: "plain"; font: Ember.words(10) }
                              Text { objectName: "bold"; font: Ember.words(13.5, "bold") }
+                             Rectangle { objectName: "note"; color: Ember.toneFill(0) }
                          })",
                       QUrl());
     std::unique_ptr<QObject> root(component.create());
@@ -42,6 +43,11 @@ TEST(Ember, TextInViewsFollowsTheTextScaleLive) {
     EXPECT_EQ(size("bold"), 20);
     EXPECT_EQ(root->findChild<QObject*>(QStringLiteral("bold"))->property("font").value<QFont>().weight(),
               QFont::Bold);
+
+    const auto fill = [&] { return root->findChild<QObject*>(QStringLiteral("note"))->property("color"); };
+    EXPECT_EQ(fill().value<QColor>(), ember.well());
+    ember.setDark(true);
+    EXPECT_EQ(fill().value<QColor>(), ember.well());
 }
 
 }  // namespace
