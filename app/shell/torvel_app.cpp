@@ -39,7 +39,7 @@
 #include "status/mac_page_model.h"
 #include "ui/calibration_model.h"
 #include "ui/chart_item.h"
-#include "ui/dark_preference.h"
+#include "ui/desktop_preferences.h"
 #include "ui/ember.h"
 #include "ui/looks.h"
 #include "ui/panel_model.h"
@@ -115,12 +115,21 @@ TorvelApp::TorvelApp(Options options, QObject* parent)
     const auto appearance = processEnvironment("TORVEL_APPEARANCE");
     ember_->setDark(options_.dark ||
                     (appearance ? *appearance == "dark" : Ember::prefersDark(QGuiApplication::palette())));
+    desktop_ = new DesktopPreferences(QDBusConnection::sessionBus(), this);
     if (!options_.dark && !appearance) {
-        // The desktop's own preference, through the settings portal, where one answers; Qt's palette else.
-        darkPreference_ = new DarkPreference(QDBusConnection::sessionBus(), this);
-        connect(darkPreference_, &DarkPreference::changed, this, &TorvelApp::followAppearance);
+        // The desktop's own dark preference, through the settings portal, where one answers; Qt's palette
+        // else.
+        connect(desktop_, &DesktopPreferences::darkChanged, this, &TorvelApp::followAppearance);
         qApp->installEventFilter(this);
     }
+    // Under X11 the desktop's text scaling already reaches Qt as the display's DPI (Xft.dpi), which scales
+    // the whole window; scaling the text again would count it twice. Elsewhere the text scales on its own.
+    if (QGuiApplication::platformName() != u"xcb") {
+        connect(desktop_, &DesktopPreferences::textScaleChanged, ember_.get(),
+                [this] { ember_->setTextScale(desktop_->textScale()); });
+    }
+    connect(desktop_, &DesktopPreferences::reducedMotionChanged, ember_.get(),
+            [this] { ember_->setReducedMotion(desktop_->reducedMotion()); });
 
     const auto unitState = processEnvironment("TORVEL_UNIT_STATE");
     bus_ = client::Bus::system();
@@ -266,7 +275,7 @@ bool TorvelApp::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void TorvelApp::followAppearance() {
-    const auto portal = darkPreference_ ? darkPreference_->dark() : std::nullopt;
+    const auto portal = desktop_->dark();
     ember_->setDark(portal.value_or(Ember::prefersDark(QGuiApplication::palette())));
 }
 

@@ -31,11 +31,11 @@ namespace torvel::app {
 class BatteryMonitor;
 class BusPump;
 class CalibrationModel;
-class DarkPreference;
 class ChargeArrivalController;
 class ChargeService;
 class ChargeSettings;
 class DesktopNotifier;
+class DesktopPreferences;
 class Ember;
 class HistoryModel;
 class JournalPageModel;
@@ -145,7 +145,7 @@ class TorvelApp : public QObject {
     std::unique_ptr<ChargeArrivalController> arrival_;
     std::unique_ptr<QQmlApplicationEngine> engine_;
     QPointer<QQuickWindow> window_;
-    DarkPreference* darkPreference_ = nullptr;
+    DesktopPreferences* desktop_ = nullptr;
     // When the popup last went away: the click on the tray icon that took its focus should not reopen it.
     QElapsedTimer popupClosed_;
     std::unique_ptr<QMenu> trayMenu_;

@@ -2,6 +2,8 @@
 
 #include <QDir>
 #include <QFontDatabase>
+#include <QJSEngine>
+#include <QQmlEngine>
 
 #include "ui/looks.h"
 
@@ -13,6 +15,39 @@ void Ember::setDark(bool dark) {
     if (dark_ == dark) return;
     dark_ = dark;
     emit appearanceChanged();
+}
+
+void Ember::setTextScale(qreal scale) {
+    if (textScale_ == scale) return;
+    textScale_ = scale;
+    emit textScaleChanged();
+}
+
+void Ember::setReducedMotion(bool reduced) {
+    if (reducedMotion_ == reduced) return;
+    reducedMotion_ = reduced;
+    emit motionChanged();
+}
+
+QJSValue Ember::viewFunction(const QString& name) {
+    QJSEngine* engine = qjsEngine(this);
+    if (!engine) return {};
+    if (engine != functionsEngine_) {
+        functions_.clear();
+        functionsEngine_ = engine;
+    }
+    if (const auto made = functions_.constFind(name); made != functions_.constEnd()) return *made;
+    // The palette belongs to the app, never to the script engine's collector.
+    QQmlEngine::setObjectOwnership(this, QQmlEngine::CppOwnership);
+    const QString body =
+        name == u"words" ? QStringLiteral(
+                               "function (size, weight) {"
+                               " return ember.wordsOf(size, weight === undefined ? \"regular\" : weight) }")
+                         : QStringLiteral("function (tone) { return ember.%1Of(tone) }").arg(name);
+    const QJSValue make = engine->evaluate(QStringLiteral("(function (ember) { return %1 })").arg(body));
+    const QJSValue made = make.call({engine->newQObject(this)});
+    functions_.insert(name, made);
+    return made;
 }
 
 bool Ember::prefersDark(const QPalette& palette) {
@@ -39,7 +74,7 @@ QFont Ember::words(qreal size, const QString& weight) const {
     const QString w = weight.toLower();
     const bool bold = w == u"bold" || w == u"heavy" || w == u"black";
     font.setWeight(bold ? QFont::Bold : QFont::Normal);
-    font.setPixelSize(qMax(1, qRound(size)));
+    font.setPixelSize(qMax(1, qRound(size * textScale_)));
     font.setHintingPreference(QFont::PreferNoHinting);
     return font;
 }

@@ -2,8 +2,12 @@
 
 #include <QColor>
 #include <QFont>
+#include <QHash>
+#include <QJSEngine>
+#include <QJSValue>
 #include <QObject>
 #include <QPalette>
+#include <QPointer>
 #include <QString>
 
 namespace torvel::app {
@@ -39,6 +43,19 @@ class Ember : public QObject {
     Q_PROPERTY(QColor stop READ stop CONSTANT)
     Q_PROPERTY(QColor on READ on CONSTANT)
     Q_PROPERTY(QColor nightText READ nightText CONSTANT)
+    // Views call `Ember.words(size, weight)` and `Ember.toneFill(tone)`. These are properties holding
+    // functions rather than methods, so that every binding that calls one reads a property, and is
+    // re-evaluated when the desktop's text scaling or appearance moves; a method call would leave the binding
+    // as it first was.
+    Q_PROPERTY(QJSValue words READ wordsFunction NOTIFY textScaleChanged)
+    Q_PROPERTY(QJSValue toneColor READ toneColorFunction NOTIFY appearanceChanged)
+    Q_PROPERTY(QJSValue toneText READ toneTextFunction NOTIFY appearanceChanged)
+    Q_PROPERTY(QJSValue toneFill READ toneFillFunction NOTIFY appearanceChanged)
+    Q_PROPERTY(QJSValue toneBorder READ toneBorderFunction NOTIFY appearanceChanged)
+    Q_PROPERTY(qreal textScale READ textScale WRITE setTextScale NOTIFY textScaleChanged)
+    // 1 while things move, 0 when the desktop asks for reduced motion: views write `duration: 180 *
+    // Ember.motion`, and stop what would only loop.
+    Q_PROPERTY(qreal motion READ motion NOTIFY motionChanged)
 
   public:
     explicit Ember(QObject* parent = nullptr);
@@ -77,8 +94,18 @@ class Ember : public QObject {
     static QColor nightText() { return QColor(0xEEF0F2); }
 
     // `weight` is a word: "ultraLight", "thin", "light", "regular", "medium", "semibold", "bold", "heavy",
-    // "black". Sizes are fixed pixel sizes, not scaled with the desktop's text size.
-    Q_INVOKABLE QFont words(qreal size, const QString& weight = QStringLiteral("regular")) const;
+    // "black". Sizes are pixel sizes at the desktop's usual text size, scaled with its text scaling.
+    QFont words(qreal size, const QString& weight = QStringLiteral("regular")) const;
+    qreal textScale() const { return textScale_; }
+    void setTextScale(qreal scale);
+    qreal motion() const { return reducedMotion_ ? 0.0 : 1.0; }
+    void setReducedMotion(bool reduced);
+    // What the views' functions call.
+    Q_INVOKABLE QFont wordsOf(qreal size, const QString& weight) const { return words(size, weight); }
+    Q_INVOKABLE QColor toneColorOf(int tone) const { return toneColor(tone); }
+    Q_INVOKABLE QColor toneTextOf(int tone) const { return toneText(tone); }
+    Q_INVOKABLE QColor toneFillOf(int tone) const { return toneFill(tone); }
+    Q_INVOKABLE QColor toneBorderOf(int tone) const { return toneBorder(tone); }
     // The family of the face a weight uses, as the font file names it.
     static QString faceFamily(const QString& weight);
 
@@ -88,19 +115,33 @@ class Ember : public QObject {
 
     // A tone's strong colour (dots, icons, borders), its text colour, and the faint fill a note lays under
     // it. `tone` is a Looks::Tone; QML hands enums over as integers.
-    Q_INVOKABLE QColor toneColor(int tone) const;
-    Q_INVOKABLE QColor toneText(int tone) const;
-    Q_INVOKABLE QColor toneFill(int tone) const;
-    Q_INVOKABLE QColor toneBorder(int tone) const;
+    QColor toneColor(int tone) const;
+    QColor toneText(int tone) const;
+    QColor toneFill(int tone) const;
+    QColor toneBorder(int tone) const;
 
   signals:
     void appearanceChanged();
+    void textScaleChanged();
+    void motionChanged();
 
   private:
+    QJSValue wordsFunction() { return viewFunction(QStringLiteral("words")); }
+    QJSValue toneColorFunction() { return viewFunction(QStringLiteral("toneColor")); }
+    QJSValue toneTextFunction() { return viewFunction(QStringLiteral("toneText")); }
+    QJSValue toneFillFunction() { return viewFunction(QStringLiteral("toneFill")); }
+    QJSValue toneBorderFunction() { return viewFunction(QStringLiteral("toneBorder")); }
+    // The function named `name` for the script engine this object is used in; it calls `nameOf`.
+    QJSValue viewFunction(const QString& name);
     QColor pick(unsigned light, unsigned darkValue) const { return QColor(dark_ ? darkValue : light); }
     static QColor withAlpha(unsigned rgb, double alpha);
 
     bool dark_ = false;
+    qreal textScale_ = 1.0;
+    bool reducedMotion_ = false;
+    // The functions are made once per script engine: a value of one engine means nothing to another.
+    QHash<QString, QJSValue> functions_;
+    QPointer<QJSEngine> functionsEngine_;
 };
 
 }  // namespace torvel::app

@@ -16,6 +16,7 @@ Checkup::Checkup(const ChargeSettingsState& settings, ServiceState serviceState,
       serviceState_(serviceState),
       systemLocked_(lock.active),
       gateVerified_(settings.status.published.gateVerified),
+      published_(settings.status.published.ts.has_value()),
       chargeError_(settings.status.published.chargeError.has_value()),
       nativeLimit_(settings.status.published.nativeLimit),
       login_(login),
@@ -67,6 +68,7 @@ Checkup::Reading Checkup::reading(Piece piece) const {
             return *gateVerified_ ? Reading{piece, Level::ok, tr("Verified")}
                                   : Reading{piece, Level::broken, tr("Not working")};
         case Piece::control:
+            if (!published_) return {piece, Level::off, tr("Not yet")};
             if (chargeError_) return {piece, Level::broken, tr("Refused")};
             if (otherWriter_) {
                 switch (*otherWriter_) {

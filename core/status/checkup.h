@@ -67,6 +67,8 @@ class Checkup {
     ServiceState serviceState_;
     bool systemLocked_;
     std::optional<bool> gateVerified_;
+    // Whether the service has published a status at all: before it has, nothing is known of the control.
+    bool published_;
     bool chargeError_;
     std::optional<OtherWriter::Program> otherWriter_;
     std::optional<int> nativeLimit_;

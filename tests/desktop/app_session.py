@@ -1,8 +1,10 @@
 #!/usr/bin/python3
-"""torvel in a desktop session of its own: a private session bus with a tray host's watcher on it.
+"""torvel in a desktop session of its own: a private session bus, a window manager, and a tray host's watcher.
 
-The first copy takes the app id's name and registers its tray item with a named symbolic icon and a menu; a
-second launch hands its switches to the first and leaves with status 0; --version answers without a display.
+Without a tray host a start opens no window. With one, the first copy takes the app id's name and registers its
+tray item with a named symbolic icon and a menu; a click on the item opens the popup with the keyboard in it, and
+Escape, a click on another window, or the focus going elsewhere close it; a second launch hands its switches to
+the first and leaves with status 0; --version answers without a display.
 """
 import os
 import subprocess
@@ -21,6 +23,17 @@ def check(what, ok, detail=""):
     print(("ok   " if ok else "FAIL ") + what + (f": {detail}" if detail and not ok else ""))
     if not ok:
         failures.append(what)
+
+
+def windows(*criteria):
+    found = subprocess.run(["xdotool", "search", "--onlyvisible", *criteria], env=env, capture_output=True,
+                           text=True).stdout.split()
+    return [int(w) for w in found]
+
+
+def active_window():
+    answer = subprocess.run(["xdotool", "getactivewindow"], env=env, capture_output=True, text=True).stdout
+    return int(answer) if answer.strip() else None
 
 
 def wait_for(condition, seconds=15):
@@ -49,8 +62,27 @@ env = dict(os.environ, DBUS_SESSION_BUS_ADDRESS=address,
            TORVEL_UNIT_STATE="enabled")
 env.pop("TORVEL_ROOT", None)
 os.makedirs(env["TORVEL_SYSFS"])
+# A user past the first run: what opens at start is then only what the desktop calls for.
+os.makedirs(os.path.join(env["XDG_CONFIG_HOME"], "Torvel"))
+with open(os.path.join(env["XDG_CONFIG_HOME"], "Torvel", "Torvel.conf"), "w") as conf:
+    conf.write("[General]\nonboardingSeen=true\n")
 children = []
 try:
+    # Focus, activation and a click elsewhere mean what they mean on a desktop only under a window manager.
+    wm = subprocess.Popen(["openbox", "--sm-disable"], env=env, stdout=subprocess.DEVNULL,
+                          stderr=subprocess.DEVNULL)
+    children.append(wm)
+    bus = dbus.bus.BusConnection(address)
+
+    # As on a desktop that shows no tray icons, started at login: the app works in the background.
+    background = subprocess.Popen([torvel], env=env)
+    wait_for(lambda: bus.name_has_owner("com.torvel.Torvel"))
+    time.sleep(2)
+    shown = windows("--pid", str(background.pid))
+    check("without a tray host a start opens no window", background.poll() is None and not shown, shown)
+    background.terminate()
+    background.wait(10)
+
     version = subprocess.run([torvel, "--version"], env=env, capture_output=True, text=True, timeout=30)
     check("--version", version.returncode == 0 and version.stdout.startswith("torvel "), version.stderr)
 
@@ -59,7 +91,6 @@ try:
                                 "/StatusNotifierWatcher", "org.kde.StatusNotifierWatcher"], env=env,
                                stdout=subprocess.DEVNULL)
     children.append(watcher)
-    bus = dbus.bus.BusConnection(address)
     wait_for(lambda: bus.name_has_owner("org.kde.StatusNotifierWatcher"))
     mock = dbus.Interface(bus.get_object("org.kde.StatusNotifierWatcher", "/StatusNotifierWatcher"),
                           "org.freedesktop.DBus.Mock")
@@ -86,6 +117,36 @@ try:
         labels = [str(child[1].get("label", "")) for child in layout[2]]
         check("the tray menu opens the app and quits it",
               "Open Torvel" in labels and "Quit Torvel" in labels, labels)
+
+        # The popup, as a user meets it: a click on the flame opens it with the keyboard inside, and whatever
+        # turns the user elsewhere closes it.
+        flame = dbus.Interface(bus.get_object(owner, "/StatusNotifierItem"), "org.kde.StatusNotifierItem")
+        other = subprocess.Popen(["xmessage", "-geometry", "+40+40", "elsewhere"], env=env)
+        children.append(other)
+        wait_for(lambda: windows("--class", "^Xmessage$"))
+        elsewhere = windows("--class", "^Xmessage$")[0]
+        ways_out = [
+            ("Escape", ["key", "Escape"]),
+            ("a click on another window", ["mousemove", "--window", str(elsewhere), "20", "20", "click", "1"]),
+            ("the focus going to another window", ["windowactivate", str(elsewhere)]),
+            ("a second click on the flame", None),
+        ]
+        for what, action in ways_out:
+            time.sleep(0.5)  # past the moment where a click on the flame is taken for the closing one
+            flame.Activate(dbus.Int32(640), dbus.Int32(0))
+            popup = []
+            opened = wait_for(lambda: popup.extend(windows("--pid", str(first.pid), "--name", "^Torvel$")) or popup)
+            check(f"the popup opens ({what})", opened)
+            if not opened:
+                continue
+            check(f"the popup has the keyboard ({what})", wait_for(lambda: active_window() == popup[0], 5),
+                  active_window())
+            if action:
+                subprocess.run(["xdotool", *action], env=env)
+            else:
+                flame.Activate(dbus.Int32(640), dbus.Int32(0))
+            check(f"the popup closes on {what}",
+                  wait_for(lambda: not windows("--pid", str(first.pid), "--name", "^Torvel$"), 5))
 
     second = subprocess.run([torvel, "--settings", "mac"], env=env, capture_output=True, text=True, timeout=30)
     check("a second launch hands over and leaves", second.returncode == 0, second.stderr)

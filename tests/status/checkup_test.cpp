@@ -78,6 +78,7 @@ TEST(CheckupReading, FirstHoldingConditionPerPiece) {
         {{.other = OtherWriter::Program::unknown}, Piece::control, Level::todo, "Contested"},
         {{.nativeLimit = 80}, Piece::control, Level::ok, "80%"},
         {{}, Piece::control, Level::ok, "As asked"},
+        {{.published = false}, Piece::control, Level::off, "Not yet"},
         {{.login = Login::requiresApproval}, Piece::login, Level::todo, "To allow"},
         {{}, Piece::login, Level::ok, "On"},
         {{.login = Login::notFound}, Piece::login, Level::off, "Off"},

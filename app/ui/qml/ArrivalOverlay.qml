@@ -47,11 +47,11 @@ Window {
         Accessible.name: overlay.label
         opacity: overlay.open ? 1 : 0
         scale: overlay.open ? 1 : 0.82
-        Behavior on y { NumberAnimation { duration: overlay.open ? 340 : 300
+        Behavior on y { NumberAnimation { duration: (overlay.open ? 340 : 300) * Ember.motion
                                           easing.type: overlay.open ? Easing.OutCubic : Easing.InCubic } }
-        Behavior on opacity { NumberAnimation { duration: overlay.open ? 340 : 300
+        Behavior on opacity { NumberAnimation { duration: (overlay.open ? 340 : 300) * Ember.motion
                                                 easing.type: overlay.open ? Easing.OutCubic : Easing.InCubic } }
-        Behavior on scale { NumberAnimation { duration: overlay.open ? 340 : 300
+        Behavior on scale { NumberAnimation { duration: (overlay.open ? 340 : 300) * Ember.motion
                                               easing.type: overlay.open ? Easing.OutCubic : Easing.InCubic } }
 
         // The ember glow around the capsule, in soft rings that thin outwards.
@@ -64,7 +64,7 @@ Window {
                 radius: height / 2
                 color: Ember.ember
                 opacity: overlay.glow ? 0.22 * (1 - modelData / 16) : 0
-                Behavior on opacity { NumberAnimation { duration: overlay.glow ? 280 : 500
+                Behavior on opacity { NumberAnimation { duration: (overlay.glow ? 280 : 500) * Ember.motion
                                                         easing.type: overlay.glow ? Easing.OutCubic : Easing.InOutQuad } }
             }
         }

@@ -101,7 +101,7 @@ FocusScope {
                 border.width: 1
                 border.color: Ember.ring
                 scale: pointer.pressed ? 1.08 : 1
-                Behavior on scale { NumberAnimation { duration: 120 } }
+                Behavior on scale { NumberAnimation { duration: 120 * Ember.motion } }
                 Accessible.role: Accessible.Slider
                 Accessible.name: gauge.words.chargeLimit
 
@@ -157,10 +157,11 @@ FocusScope {
         }
     }
 
+    // Well clear of the scale's end labels, which sit at the column's very edges.
     Rectangle {
         anchors.fill: column
-        anchors.margins: -4
-        radius: 10
+        anchors.margins: -8
+        radius: 12
         color: "transparent"
         border.width: 2
         border.color: Qt.rgba(Ember.ember.r, Ember.ember.g, Ember.ember.b, 0.5)

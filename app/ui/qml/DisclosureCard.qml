@@ -14,7 +14,7 @@ Surface {
     border.color: Ember.ring
     height: header.height + (open ? holder.childrenRect.height + 18 : 0)
     clip: true
-    Behavior on height { NumberAnimation { duration: 180; easing.type: Easing.InOutQuad } }
+    Behavior on height { NumberAnimation { duration: 180 * Ember.motion; easing.type: Easing.InOutQuad } }
 
     Item {
         id: header
@@ -43,7 +43,7 @@ Surface {
             color: Ember.text2
             path: Glyphs.chevronRight
             rotation: card.open ? 90 : 0
-            Behavior on rotation { NumberAnimation { duration: 180; easing.type: Easing.InOutQuad } }
+            Behavior on rotation { NumberAnimation { duration: 180 * Ember.motion; easing.type: Easing.InOutQuad } }
         }
         MouseArea {
             anchors.fill: parent

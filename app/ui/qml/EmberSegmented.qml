@@ -60,7 +60,7 @@ Item {
         radius: 8
         color: Ember.shade
         opacity: 0.35
-        Behavior on x { enabled: control.userPicked; NumberAnimation { duration: 160; easing.type: Easing.InOutQuad } }
+        Behavior on x { enabled: control.userPicked; NumberAnimation { duration: 160 * Ember.motion; easing.type: Easing.InOutQuad } }
     }
     Rectangle {
         id: thumb
@@ -73,7 +73,7 @@ Item {
         color: Ember.raised
         border.width: 1
         border.color: Ember.ring
-        Behavior on x { enabled: control.userPicked; NumberAnimation { duration: 160; easing.type: Easing.InOutQuad } }
+        Behavior on x { enabled: control.userPicked; NumberAnimation { duration: 160 * Ember.motion; easing.type: Easing.InOutQuad } }
     }
     Row {
         x: 3

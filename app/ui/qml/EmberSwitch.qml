@@ -33,7 +33,7 @@ Item {
         anchors.fill: parent
         radius: height / 2
         opacity: control.checked ? 1 : 0
-        Behavior on opacity { NumberAnimation { duration: 180; easing.type: Easing.InOutQuad } }
+        Behavior on opacity { NumberAnimation { duration: 180 * Ember.motion; easing.type: Easing.InOutQuad } }
         gradient: Gradient {
             orientation: Gradient.Horizontal
             GradientStop { position: 0; color: Ember.ember3 }
@@ -52,7 +52,7 @@ Item {
         y: 2
         x: control.checked ? control.width - width - 2 : 2
         color: "white"
-        Behavior on x { NumberAnimation { duration: 180; easing.type: Easing.InOutQuad } }
+        Behavior on x { NumberAnimation { duration: 180 * Ember.motion; easing.type: Easing.InOutQuad } }
     }
     MouseArea {
         anchors.fill: parent

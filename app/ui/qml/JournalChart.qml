@@ -16,7 +16,7 @@ Item {
         height: 20
         spacing: 10
         opacity: chart.model && chart.model.selected ? 1 : 0
-        Behavior on opacity { NumberAnimation { duration: 120 } }
+        Behavior on opacity { NumberAnimation { duration: 120 * Ember.motion } }
         Text {
             text: chart.model ? chart.model.selectedTime : ""
             font: Ember.words(12.5, "medium")

@@ -131,6 +131,8 @@ Window {
                             width: 8; height: 8; radius: 4
                             color: Ember.ember
                             SequentialAnimation on opacity {
+                                // With motion reduced the dots stay lit: a pulse is only motion.
+                                running: Ember.motion > 0
                                 loops: Animation.Infinite
                                 PauseAnimation { duration: index * 160 }
                                 NumberAnimation { from: 0.25; to: 1; duration: 420; easing.type: Easing.InOutQuad }

@@ -93,7 +93,7 @@ FocusScope {
                 border.width: 1
                 border.color: Ember.ring
                 scale: pointer.pressed ? 1.08 : 1
-                Behavior on scale { NumberAnimation { duration: 120 } }
+                Behavior on scale { NumberAnimation { duration: 120 * Ember.motion } }
                 Rectangle {
                     z: -1
                     anchors.centerIn: parent

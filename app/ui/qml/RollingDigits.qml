@@ -26,8 +26,8 @@ Row {
                 y: -wheel.digit * wheel.height
                 // Wheels further right turn a little later, so the change reads from left to right.
                 Behavior on y { SequentialAnimation {
-                    PauseAnimation { duration: wheel.index * 40 }
-                    NumberAnimation { duration: 260; easing.type: Easing.OutCubic }
+                    PauseAnimation { duration: wheel.index * 40 * Ember.motion }
+                    NumberAnimation { duration: 260 * Ember.motion; easing.type: Easing.OutCubic }
                 } }
                 Repeater {
                     model: 10
