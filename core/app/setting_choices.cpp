@@ -183,6 +183,19 @@ std::string lockBanner(const SystemLock& lock) {
     return tr("Torvel can’t hold your limit on macOS %1 yet.", {std::to_string(lock.macOSMajor)});
 }
 
+std::string unreachableLine(const std::optional<std::string>& writeError) {
+    if (writeError) {
+        return tr(
+            "The charge service didn’t take the last change: %1 Until it does, the settings that need it "
+            "stay as "
+            "they are.",
+            {*writeError});
+    }
+    return tr(
+        "The charge service isn’t installed, so the settings that need it can’t change yet. This Mac sets it "
+        "up.");
+}
+
 std::optional<std::string> limitFootnote(int limit, bool limitOn, const SystemLock& lock) {
     if (!limitOn) return std::nullopt;
     if (lock.usesNative) {

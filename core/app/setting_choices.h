@@ -83,6 +83,9 @@ int limitStep(bool native);
 
 // The sentences of the limit card and the cards around it.
 std::string lockBanner(const SystemLock& lock);
+// Why the settings that need the service cannot change: the service's refusal of the last change, or no
+// service at all.
+std::string unreachableLine(const std::optional<std::string>& writeError);
 // Absent while the limit is off: there is no resting range to explain.
 std::optional<std::string> limitFootnote(int limit, bool limitOn, const SystemLock& lock);
 std::optional<std::string> nativeNote(int limit, std::optional<int> nativeFloor, const SystemLock& lock);

@@ -239,6 +239,25 @@ std::optional<std::string> MacPage::historyAmount(const HistoryStore::Summary& h
                {std::to_string(history.days), Diagnostics::byteCount(history.bytes)});
 }
 
+std::string MacPage::historyOnDisk(const HistoryStore::Summary& history) {
+    return history.days > 0 ? Diagnostics::byteCount(history.bytes) : tr("Nothing yet");
+}
+
+std::string MacPage::versionLine(std::string_view version, std::string_view build) {
+    return tr("Version %1 (%2)", {version, build});
+}
+
+ViewWords MacPage::words() {
+    return {
+        {"copyReport", tr("Copy the diagnostic report")},
+        {"copied", tr("Copied")},
+        {"copiedNote", tr("Copied to the clipboard.")},
+        {"reset", tr("Reset")},
+        {"removeEverything", tr("Remove and erase data")},
+        {"privacyNote", tr("Torvel sends nothing: no analytics, no device ID.")},
+    };
+}
+
 std::string MacPage::chargeMechanism(const PublishedStatus& status) {
     if (!status.smcKeys.empty()) {
         std::string keys;
