@@ -205,6 +205,10 @@ void MacPageModel::recompute() {
     assignAndNotify(this, shown_.removeError, errorOf(Operation::removeEverything), &M::removeErrorChanged);
 }
 
+QVariantMap MacPageModel::words() {
+    return wordsMap(MacPage::words());
+}
+
 QString MacPageModel::appVersion() const {
     return text(MacPage::versionLine(TORVEL_VERSION, TORVEL_VERSION));
 }

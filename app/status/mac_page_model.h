@@ -4,6 +4,7 @@
 #include <QString>
 #include <QVariant>
 #include <QVariantList>
+#include <QVariantMap>
 #include <functional>
 #include <vector>
 
@@ -23,6 +24,7 @@ namespace torvel::app {
 // installer. The page only lays these out.
 class MacPageModel : public QObject {
     Q_OBJECT
+    Q_PROPERTY(QVariantMap words READ words CONSTANT)
     Q_PROPERTY(Level level READ level NOTIFY levelChanged)
     Q_PROPERTY(QString headline READ headline NOTIFY headlineChanged)
     Q_PROPERTY(QString subline READ subline NOTIFY sublineChanged)
@@ -92,6 +94,7 @@ class MacPageModel : public QObject {
     MacPageModel(ChargeSettings& settings, ServiceInstaller& installer, Sources sources,
                  QObject* parent = nullptr);
 
+    static QVariantMap words();
     Level level() const { return shown_.level; }
     QString headline() const { return shown_.headline; }
     QString subline() const { return shown_.subline; }

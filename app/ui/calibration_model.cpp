@@ -70,6 +70,14 @@ QString CalibrationModel::stepReason() const {
     return text(cal_.phase.reason());
 }
 
+QString CalibrationModel::stepsTitle() const {
+    return QString::fromStdString(CalibrationView::stepsTitle(step(), stepCount(), running()));
+}
+
+QVariantMap CalibrationModel::words() {
+    return wordsMap(CalibrationView::words());
+}
+
 QString CalibrationModel::verdict() const {
     return text(cal_.verdict());
 }
@@ -93,7 +101,8 @@ QVariantList CalibrationModel::runs() const {
         const auto line = CalibrationView::line(*run);
         list << QVariantMap{{QStringLiteral("date"), QString::fromStdString(line.date)},
                             {QStringLiteral("capacity"), text(line.capacity)},
-                            {QStringLiteral("share"), text(line.share)}};
+                            {QStringLiteral("share"), text(line.share)},
+                            {QStringLiteral("measured"), QString::fromStdString(line.measured)}};
     }
     return list;
 }

@@ -83,7 +83,13 @@ void SettingsPageModel::publish() {
     assignAndNotify(this, shown_.discharge, settings.discharge, &M::dischargeChanged);
     assignAndNotify(this, shown_.dischargeSupported, published.dischargeSupported,
                     &M::dischargeSupportedChanged);
+    assignAndNotify(this, shown_.dischargeHelp, qs(C::dischargeHelp(published.dischargeSupported)),
+                    &M::dischargeHelpChanged);
+    assignAndNotify(this, shown_.dischargeState, qs(C::dischargeState(settings.discharge)),
+                    &M::dischargeStateChanged);
     assignAndNotify(this, shown_.thermal, settings.thermal, &M::thermalChanged);
+    assignAndNotify(this, shown_.thermalState, qs(C::thermalState(settings.thermal, settings.thermalLimit)),
+                    &M::thermalStateChanged);
     assignAndNotify(this, shown_.thermalLimit, settings.thermalLimit, &M::thermalLimitChanged);
     assignAndNotify(this, shown_.thermalWord, qs(ThresholdChoice::word(settings.thermalLimit)),
                     &M::thermalWordChanged);
@@ -93,6 +99,8 @@ void SettingsPageModel::publish() {
 
     assignAndNotify(this, shown_.led, settings.led, &M::ledChanged);
     assignAndNotify(this, shown_.ledSupported, published.ledSupported, &M::ledSupportedChanged);
+    assignAndNotify(this, shown_.ledHelp, qs(C::ledHelp(published.ledSupported)), &M::ledHelpChanged);
+    assignAndNotify(this, shown_.ledState, qs(C::ledState(settings.led)), &M::ledStateChanged);
     assignAndNotify(this, shown_.ledControllable, reachable && !lock_.active && published.ledSupported,
                     &M::ledControllableChanged);
     assignAndNotify(this, shown_.blinkTenths,
@@ -125,6 +133,9 @@ void SettingsPageModel::fixOtherProgram() {
     if (note && note->fixTitle) otherFix_.run(note->action);
 }
 
+QVariantMap SettingsPageModel::words() {
+    return wordsMap(C::pageWords());
+}
 QString SettingsPageModel::lockText() const {
     return qs(C::lockBanner(lock_));
 }

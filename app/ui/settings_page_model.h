@@ -4,6 +4,7 @@
 #include <QString>
 #include <QVariant>
 #include <QVariantList>
+#include <QVariantMap>
 #include <vector>
 
 #include "battery/system_lock.h"
@@ -19,6 +20,7 @@ class LoginItemModel;
 // Every setter writes its field at once; the settings model chains the saves.
 class SettingsPageModel : public QObject {
     Q_OBJECT
+    Q_PROPERTY(QVariantMap words READ words CONSTANT)
     Q_PROPERTY(bool lockActive READ lockActive CONSTANT)
     Q_PROPERTY(QString lockText READ lockText CONSTANT)
     Q_PROPERTY(bool canReachService READ canReachService NOTIFY canReachServiceChanged)
@@ -40,6 +42,11 @@ class SettingsPageModel : public QObject {
 
     Q_PROPERTY(bool discharge READ discharge NOTIFY dischargeChanged)
     Q_PROPERTY(bool dischargeSupported READ dischargeSupported NOTIFY dischargeSupportedChanged)
+    Q_PROPERTY(QString dischargeHelp READ dischargeHelp NOTIFY dischargeHelpChanged)
+    Q_PROPERTY(QString dischargeState READ dischargeState NOTIFY dischargeStateChanged)
+    Q_PROPERTY(QString thermalState READ thermalState NOTIFY thermalStateChanged)
+    Q_PROPERTY(QString ledHelp READ ledHelp NOTIFY ledHelpChanged)
+    Q_PROPERTY(QString ledState READ ledState NOTIFY ledStateChanged)
     Q_PROPERTY(bool thermal READ thermal NOTIFY thermalChanged)
     Q_PROPERTY(int thermalLimit READ thermalLimit NOTIFY thermalLimitChanged)
     Q_PROPERTY(QVariantList thermalOptions READ thermalOptions CONSTANT)
@@ -73,6 +80,7 @@ class SettingsPageModel : public QObject {
                       SystemLock lock, QObject* parent = nullptr,
                       OtherProgramFix::TurnOff turnOffUPower = {});
 
+    static QVariantMap words();
     bool lockActive() const { return lock_.active; }
     QString lockText() const;
     bool nativeMode() const { return lock_.usesNative; }
@@ -97,6 +105,11 @@ class SettingsPageModel : public QObject {
     QString nativeNote() const { return shown_.nativeNote; }
     bool discharge() const { return shown_.discharge; }
     bool dischargeSupported() const { return shown_.dischargeSupported; }
+    QString dischargeHelp() const { return shown_.dischargeHelp; }
+    QString dischargeState() const { return shown_.dischargeState; }
+    QString thermalState() const { return shown_.thermalState; }
+    QString ledHelp() const { return shown_.ledHelp; }
+    QString ledState() const { return shown_.ledState; }
     bool thermal() const { return shown_.thermal; }
     int thermalLimit() const { return shown_.thermalLimit; }
     QString thermalWord() const { return shown_.thermalWord; }
@@ -158,6 +171,11 @@ class SettingsPageModel : public QObject {
     void nativeNoteChanged();
     void dischargeChanged();
     void dischargeSupportedChanged();
+    void dischargeHelpChanged();
+    void dischargeStateChanged();
+    void thermalStateChanged();
+    void ledHelpChanged();
+    void ledStateChanged();
     void thermalChanged();
     void thermalLimitChanged();
     void thermalWordChanged();
@@ -193,6 +211,11 @@ class SettingsPageModel : public QObject {
         QString nativeNote{};
         bool discharge{};
         bool dischargeSupported{};
+        QString dischargeHelp{};
+        QString dischargeState{};
+        QString thermalState{};
+        QString ledHelp{};
+        QString ledState{};
         bool thermal{};
         int thermalLimit{};
         QString thermalWord{};

@@ -137,6 +137,14 @@ ViewWords JournalFigures::words() {
         {"year", tr("Year")},
         {"noRangeHeadline", tr("Not enough readings yet")},
         {"noRangeCaption", tr("Waiting for readings")},
+        {"whatStoodOut", tr("What stood out")},
+        {"range", tr("Range")},
+        {"inFigures", tr("In figures")},
+        {"figuresSoon", tr("The figures appear as soon as this range holds a few hours of readings.")},
+        {"figuresSource",
+         tr("Every figure comes from the journal Torvel keeps on this machine. It never leaves it.")},
+        {"daysRecorded", tr("Days recorded")},
+        {"measuredCapacity", tr("Measured capacity")},
     };
 }
 
