@@ -3,11 +3,11 @@
 #include <QVariantMap>
 
 #include "battery/battery_monitor.h"
-#include "common/fmt.h"
 #include "history/history_model.h"
 #include "history/words.h"
 #include "service/charge_settings_model.h"
 #include "ui/looks.h"
+#include "ui/model_support.h"
 
 namespace torvel::app {
 
@@ -31,22 +31,22 @@ int toneOf(HistoryAnalysis::Tint tint) {
     return Looks::Quiet;
 }
 
-QVariantMap row(const char* label, const std::string& value) {
-    return {{QStringLiteral("label"), QString::fromUtf8(label)}, {QStringLiteral("value"), qs(value)}};
-}
-
 }  // namespace
 
 JournalPageModel::JournalPageModel(HistoryModel& history, ChargeSettings& settings, BatteryMonitor& battery,
                                    QObject* parent)
     : QObject(parent), history_(history), settings_(settings), battery_(battery) {
-    connect(&history_, &HistoryModel::todayChanged, this, &JournalPageModel::todayChanged);
-    connect(&history_, &HistoryModel::todayChanged, this, &JournalPageModel::todayFiguresChanged);
-    connect(&history_, &HistoryModel::todayChanged, this, &JournalPageModel::recomputeInsights);
-    connect(&history_, &HistoryModel::rangeReloaded, this, &JournalPageModel::rangeChanged);
-    connect(&settings_, &ChargeSettings::changed, this, &JournalPageModel::recomputeInsights);
-    connect(&battery_, &BatteryMonitor::snapshotChanged, this, &JournalPageModel::recomputeInsights);
-    recomputeInsights();
+    connect(&history_, &HistoryModel::todayChanged, this, &JournalPageModel::publishToday);
+    connect(&history_, &HistoryModel::todayChanged, this, &JournalPageModel::publishInsights);
+    connect(&history_, &HistoryModel::rangeReloaded, this, &JournalPageModel::publishRange);
+    // The protected time is in the service's status.
+    connect(&settings_, &ChargeSettings::statusChanged, this, &JournalPageModel::publishToday);
+    connect(&settings_, &ChargeSettings::limitChanged, this, &JournalPageModel::publishInsights);
+    connect(&settings_, &ChargeSettings::thermalLimitChanged, this, &JournalPageModel::publishInsights);
+    connect(&battery_, &BatteryMonitor::snapshotChanged, this, &JournalPageModel::publishInsights);
+    publishToday();
+    publishInsights();
+    publishRange();
 }
 
 std::optional<double> JournalPageModel::protectedSeconds() const {
@@ -55,7 +55,27 @@ std::optional<double> JournalPageModel::protectedSeconds() const {
     return settings_.value().status.published.protectedSeconds;
 }
 
-void JournalPageModel::recomputeInsights() {
+void JournalPageModel::publishToday() {
+    using M = JournalPageModel;
+    const auto& report = history_.today();
+    assignAndNotify(this, shown_.todayYoung, report.samples.size() < 2, &M::todayYoungChanged);
+    assignAndNotify(this, shown_.todayTitle, qs(torvel::HistoryModel::dayTitle(report.day)),
+                    &M::todayTitleChanged);
+    assignAndNotify(this, shown_.todayHeadline, qs(report.headline()), &M::todayHeadlineChanged);
+    assignAndNotify(this, shown_.todaySummary, qs(HistoryAnalysis::summaryLine(report)),
+                    &M::todaySummaryChanged);
+    assignAndNotify(this, shown_.daysRecorded, QString::number(history_.daysRecorded()),
+                    &M::daysRecordedChanged);
+    QVariantList figures;
+    for (const auto& figure : JournalFigures::today(report, protectedSeconds())) {
+        figures << QVariantMap{{QStringLiteral("value"), qs(figure.value)},
+                               {QStringLiteral("caption"), qs(figure.caption)}};
+    }
+    assignAndNotify(this, shown_.todayFigures, std::move(figures), &M::todayFiguresChanged);
+}
+
+void JournalPageModel::publishInsights() {
+    using M = JournalPageModel;
     const auto& report = history_.today();
     const auto& snapshot = battery_.snapshot();
     const std::optional<double> health =
@@ -77,97 +97,46 @@ void JournalPageModel::recomputeInsights() {
                             {QStringLiteral("title"), qs(card.title)},
                             {QStringLiteral("body"), qs(card.body)}};
     }
-    const bool moved =
-        list != insights_ || projectionTitle != projectionTitle_ || projectionBody != projectionBody_;
-    insights_ = std::move(list);
-    projectionTitle_ = std::move(projectionTitle);
-    projectionBody_ = std::move(projectionBody);
-    if (moved) emit insightsChanged();
+    assignAndNotify(this, shown_.insights, std::move(list), &M::insightsChanged);
+    assignAndNotify(this, shown_.projectionTitle, std::move(projectionTitle), &M::projectionTitleChanged);
+    assignAndNotify(this, shown_.projectionBody, std::move(projectionBody), &M::projectionBodyChanged);
+}
 
-    const auto seconds = protectedSeconds();
-    if (seconds != protected_) {
-        protected_ = seconds;
-        emit todayFiguresChanged();
+void JournalPageModel::publishRange() {
+    using M = JournalPageModel;
+    const auto& view = history_.rangeView();
+    const ViewWords words = JournalFigures::words();
+    assignAndNotify(this, shown_.rangeYoung, !view || view->report.samples.size() < 2, &M::rangeYoungChanged);
+    assignAndNotify(
+        this, shown_.rangeHeadline,
+        view ? qs(RangeWords::headline(view->report, history_.range())) : qs(words.at("noRangeHeadline")),
+        &M::rangeHeadlineChanged);
+    assignAndNotify(this, shown_.rangeCaption,
+                    view ? qs(JournalCaption::text(view->report)) : qs(words.at("noRangeCaption")),
+                    &M::rangeCaptionChanged);
+    QVariantList rows;
+    if (view) {
+        for (const auto& figure : JournalFigures::range(view->report)) {
+            rows << QVariantMap{{QStringLiteral("label"), qs(figure.caption)},
+                                {QStringLiteral("value"), qs(figure.value)}};
+        }
     }
+    assignAndNotify(this, shown_.rangeFigures, std::move(rows), &M::rangeFiguresChanged);
 }
 
-bool JournalPageModel::todayYoung() const {
-    return history_.today().samples.size() < 2;
-}
-
-QString JournalPageModel::todayTitle() const {
-    return qs(torvel::HistoryModel::dayTitle(history_.today().day));
-}
-
-QString JournalPageModel::todayHeadline() const {
-    return qs(history_.today().headline());
-}
-
-QString JournalPageModel::todaySummary() const {
-    return qs(HistoryAnalysis::summaryLine(history_.today()));
-}
-
-QVariantList JournalPageModel::todayFigures() const {
-    const auto& report = history_.today();
-    if (todayYoung()) return {};
-    const auto figure = [](const std::string& value, const char* caption) {
-        return QVariantMap{{QStringLiteral("value"), qs(value)},
-                           {QStringLiteral("caption"), QString::fromUtf8(caption)}};
-    };
-    QVariantList list{figure(std::to_string(report.stress.score) + " / 100", "Stress score"),
-                      figure(HistoryAnalysis::duration(report.stress.atFullMinutes), "Time at 100%"),
-                      figure(HistoryAnalysis::duration(report.cappedMinutes), "Held at your limit")};
-    if (protected_) list << figure(DayWords::protectedTotal(*protected_), "Protected in all");
-    return list;
+QVariantMap JournalPageModel::words() {
+    return wordsMap(JournalFigures::words());
 }
 
 QVariantList JournalPageModel::ranges() {
-    static const char* const labels[] = {"Day", "Week", "Month", "Year"};
+    const ViewWords words = JournalFigures::words();
     QVariantList list;
-    for (std::size_t i = 0; i < torvel::HistoryModel::ranges.size(); ++i) {
-        list << QVariantMap{
-            {QStringLiteral("value"),
-             QString::fromUtf8(torvel::HistoryModel::rawValue(torvel::HistoryModel::ranges[i]))},
-            {QStringLiteral("label"), QString::fromUtf8(labels[i])}};
+    for (const auto range : torvel::HistoryModel::ranges) {
+        const QString value = QString::fromUtf8(torvel::HistoryModel::rawValue(range));
+        list << QVariantMap{{QStringLiteral("value"), value},
+                            {QStringLiteral("label"), qs(words.at(value.toStdString()))}};
     }
     return list;
-}
-
-bool JournalPageModel::rangeYoung() const {
-    const auto& view = history_.rangeView();
-    return !view || view->report.samples.size() < 2;
-}
-
-QString JournalPageModel::rangeHeadline() const {
-    const auto& view = history_.rangeView();
-    if (!view) return QStringLiteral("Not enough readings yet");
-    return qs(RangeWords::headline(view->report, history_.range()));
-}
-
-QString JournalPageModel::rangeCaption() const {
-    const auto& view = history_.rangeView();
-    if (!view) return QStringLiteral("Waiting for readings");
-    return qs(JournalCaption::text(view->report));
-}
-
-QVariantList JournalPageModel::rangeFigures() const {
-    const auto& view = history_.rangeView();
-    if (!view || view->report.samples.size() < 2) return {};
-    const auto& report = view->report;
-    QVariantList list;
-    list << row("Time at 100%", HistoryAnalysis::duration(report.stress.atFullMinutes));
-    list << row("Time at 35 °C or warmer", HistoryAnalysis::duration(report.stress.hotMinutes));
-    list << row("Held at your limit", HistoryAnalysis::duration(report.cappedMinutes));
-    list << row("Charge cycles used", Fmt::decimal(report.cyclesUsed));
-    if (report.maxTemp) list << row("Peak temperature", Fmt::decimal(*report.maxTemp) + " °C");
-    if (report.minPct && report.maxPct) {
-        list << row("Charge range", Fmt::percent(*report.minPct) + " – " + Fmt::percent(*report.maxPct));
-    }
-    return list;
-}
-
-QString JournalPageModel::daysRecorded() const {
-    return QString::number(history_.daysRecorded());
 }
 
 }  // namespace torvel::app

@@ -1,10 +1,11 @@
 #include "service/charge_settings_model.h"
 
-#include <QMetaProperty>
+#include <algorithm>
 #include <variant>
 
 #include "common/files.h"
 #include "service/settings_rules.h"
+#include "ui/model_support.h"
 
 namespace torvel::app {
 
@@ -32,26 +33,36 @@ ChargeSettings::ChargeSettings(Dependencies d, QObject* parent)
     retime();
 }
 
-QString ChargeSettings::serviceStateName() const {
-    return QString::fromUtf8(name(serviceState()));
-}
-
-std::vector<QVariant> ChargeSettings::propertyValues() const {
-    const QMetaObject& meta = staticMetaObject;
-    std::vector<QVariant> values;
-    for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i)
-        values.push_back(meta.property(i).read(this));
-    return values;
-}
-
-void ChargeSettings::announce(const std::vector<QVariant>& before) {
-    const QMetaObject& meta = staticMetaObject;
-    for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
-        const QMetaProperty property = meta.property(i);
-        if (property.read(this) != before[static_cast<std::size_t>(i - meta.propertyOffset())]) {
-            property.notifySignal().invoke(this, Qt::DirectConnection);
-        }
-    }
+void ChargeSettings::publish() {
+    assignAndNotify(this, shown_.enabled, state_.settings.enabled, &ChargeSettings::enabledChanged);
+    assignAndNotify(this, shown_.limit, state_.settings.limit, &ChargeSettings::limitChanged);
+    assignAndNotify(this, shown_.heldLimit, state_.heldLimit(), &ChargeSettings::heldLimitChanged);
+    assignAndNotify(this, shown_.topUp, state_.settings.topUp, &ChargeSettings::topUpChanged);
+    assignAndNotify(this, shown_.thermalLimit, state_.settings.thermalLimit,
+                    &ChargeSettings::thermalLimitChanged);
+    assignAndNotify(this, shown_.canReachService, state_.canReachService(),
+                    &ChargeSettings::canReachServiceChanged);
+    assignAndNotify(this, shown_.state, QString::fromUtf8(state_.status.stateWord()),
+                    &ChargeSettings::stateChanged);
+    assignAndNotify(this, shown_.serviceState, QString::fromUtf8(name(serviceState())),
+                    &ChargeSettings::serviceStateChanged);
+    assignAndNotify(this, shown_.writeError, text(state_.writeError), &ChargeSettings::writeErrorChanged);
+    assignAndNotify(this, shown_.serviceError, text(state_.serviceError),
+                    &ChargeSettings::serviceErrorChanged);
+    assignAndNotify(this, shown_.daemonInstalled, state_.daemonInstalled,
+                    &ChargeSettings::daemonInstalledChanged);
+    assignAndNotify(this, shown_.serviceNeedsApproval, state_.serviceNeedsApproval,
+                    &ChargeSettings::serviceNeedsApprovalChanged);
+    assignAndNotify(this, shown_.serviceNeedsMigration, state_.serviceNeedsMigration,
+                    &ChargeSettings::serviceNeedsMigrationChanged);
+    assignAndNotify(this, shown_.migrating, state_.migrating, &ChargeSettings::migratingChanged);
+    assignAndNotify(this, shown_.migrationFallback, state_.migrationFallback,
+                    &ChargeSettings::migrationFallbackChanged);
+    assignAndNotify(this, shown_.saveNote, text(saveNote_), &ChargeSettings::saveNoteChanged);
+    assignAndNotify(this, shown_.settings, state_.settings, &ChargeSettings::settingsChanged);
+    ServiceStatus status = state_.status;
+    status.published.ts = {};
+    assignAndNotify(this, shown_.status, std::move(status), &ChargeSettings::statusChanged);
     if (state_.sameForViews(announced_)) return;
     announced_ = state_;
     emit changed();
@@ -59,41 +70,36 @@ void ChargeSettings::announce(const std::vector<QVariant>& before) {
 
 void ChargeSettings::setLimit(int limit) {
     if (state_.settings.limit == limit) return;
-    const auto before = propertyValues();
     state_.settings.limit = limit;
-    announce(before);
+    publish();
 }
 
 void ChargeSettings::setTopUp(bool on) {
     if (state_.settings.topUp == on) return;
-    const auto before = propertyValues();
     state_.settings.topUp = on;
-    announce(before);
+    publish();
 }
 
 void ChargeSettings::change(const std::function<void(Settings&)>& edit) {
     Settings next = state_.settings;
     edit(next);
     if (next == state_.settings) return;
-    const auto before = propertyValues();
     state_.settings = next;
-    announce(before);
+    publish();
     save();
 }
 
 void ChargeSettings::setCalibrate(bool on) {
     calibrateAskedAt_ = clock_();
     if (state_.settings.calibrate == on) return;
-    const auto before = propertyValues();
     state_.settings.calibrate = on;
-    announce(before);
+    publish();
 }
 
 void ChargeSettings::load() {
     syncService();
-    const auto before = propertyValues();
     if (const auto config = fileText(paths_.config)) state_.settings = loadSettings(*config, state_.settings);
-    announce(before);
+    publish();
 }
 
 void ChargeSettings::refreshStatus() {
@@ -102,13 +108,12 @@ void ChargeSettings::refreshStatus() {
         lastServiceSync_ = now;
         syncService();
     }
-    const auto before = propertyValues();
     const auto bytes = fileText(paths_.status);
     torvel::refreshStatus(state_.status, bytes ? std::optional<std::string_view>(*bytes) : std::nullopt, now,
                           state_.daemonInstalled);
     state_.settings.calibrate =
         followCalibrate(state_.settings.calibrate, calibrateAskedAt_, state_.status.published.cal, now);
-    announce(before);
+    publish();
     const auto& verified = state_.status.published.gateVerified;
     emit statusRefreshed(verified ? QVariant(*verified) : QVariant(), lock_.active && state_.daemonInstalled);
 }
@@ -118,17 +123,14 @@ void ChargeSettings::retime() {
 }
 
 void ChargeSettings::watchLive() {
-    const auto before = propertyValues();
-    ++liveWatchers_;
+    assignAndNotify(this, liveWatchers_, liveWatchers_ + 1, &ChargeSettings::liveWatchersChanged);
     retime();
-    announce(before);
 }
 
 void ChargeSettings::unwatchLive() {
-    const auto before = propertyValues();
-    if (liveWatchers_ > 0) --liveWatchers_;
+    assignAndNotify(this, liveWatchers_, std::max(liveWatchers_ - 1, 0),
+                    &ChargeSettings::liveWatchersChanged);
     retime();
-    announce(before);
 }
 
 void ChargeSettings::save(const SettingsExtra& extra) {
@@ -150,12 +152,11 @@ void ChargeSettings::sendNextSave() {
         next.settings, next.extra,
         [this, ticket = next.ticket, done = next.done](const ServiceCalls::Applied& applied) {
             SaveLedger::Outcome outcome{state_.writeError, settingsAwaitingService_};
-            const auto before = propertyValues();
             if (ledger_.finish(ticket, applied.error, outcome)) {
                 state_.writeError = outcome.writeError;
                 settingsAwaitingService_ = outcome.settingsAwaitingService;
                 saveNote_ = applied.note;
-                announce(before);
+                publish();
             }
             queue_.pop_front();
             if (done) done(applied.error);
@@ -166,7 +167,6 @@ void ChargeSettings::sendNextSave() {
 
 void ChargeSettings::syncService() {
     const bool wasInstalled = state_.daemonInstalled;
-    const auto before = propertyValues();
     service_.refresh();
     const ServiceRegistration registration = service_.registration();
     state_.daemonInstalled = registration.installed();
@@ -186,7 +186,7 @@ void ChargeSettings::syncService() {
         .outdated = serviceOutdated(facts),
         .triedServiceRefresh = triedServiceRefresh_,
     });
-    announce(before);
+    publish();
 
     if (decision.resendSettings) {
         settingsAwaitingService_ = false;
@@ -216,9 +216,8 @@ void ChargeSettings::removeEverything(std::function<void()> done) {
 
 void ChargeSettings::migrateLegacyService() {
     if (!state_.serviceNeedsMigration || state_.migrating) return;
-    const auto before = propertyValues();
     state_.migrating = true;
-    announce(before);
+    publish();
     after_(migrationPause, [this] {
         service_.removeLegacy([this](ChargeService::LegacyRemoval result) {
             switch (result) {
@@ -235,9 +234,8 @@ void ChargeSettings::migrateLegacyService() {
                     syncService();
                     break;
                 case ChargeService::LegacyRemoval::failed: {
-                    const auto beforeFallback = propertyValues();
                     state_.migrationFallback = true;
-                    announce(beforeFallback);
+                    publish();
                     syncService();
                     break;
                 }
@@ -248,9 +246,8 @@ void ChargeSettings::migrateLegacyService() {
 }
 
 void ChargeSettings::finishMigration() {
-    const auto before = propertyValues();
     state_.migrating = false;
-    announce(before);
+    publish();
 }
 
 }  // namespace torvel::app

@@ -70,24 +70,24 @@ class ChargeSettings : public QObject {
     ChargeService& service() { return service_; }
     ServiceCalls& calls() { return calls_; }
 
-    bool enabled() const { return state_.settings.enabled; }
-    int limit() const { return state_.settings.limit; }
-    int heldLimit() const { return state_.heldLimit(); }
-    bool topUp() const { return state_.settings.topUp; }
-    int thermalLimit() const { return state_.settings.thermalLimit; }
-    bool canReachService() const { return state_.canReachService(); }
-    QString state() const { return QString::fromUtf8(state_.status.stateWord()); }
-    QString serviceStateName() const;
-    QString writeError() const { return text(state_.writeError); }
-    QString serviceError() const { return text(state_.serviceError); }
-    bool daemonInstalled() const { return state_.daemonInstalled; }
-    bool serviceNeedsApproval() const { return state_.serviceNeedsApproval; }
-    bool serviceNeedsMigration() const { return state_.serviceNeedsMigration; }
-    bool migrating() const { return state_.migrating; }
-    bool migrationFallback() const { return state_.migrationFallback; }
+    bool enabled() const { return shown_.enabled; }
+    int limit() const { return shown_.limit; }
+    int heldLimit() const { return shown_.heldLimit; }
+    bool topUp() const { return shown_.topUp; }
+    int thermalLimit() const { return shown_.thermalLimit; }
+    bool canReachService() const { return shown_.canReachService; }
+    QString state() const { return shown_.state; }
+    QString serviceStateName() const { return shown_.serviceState; }
+    QString writeError() const { return shown_.writeError; }
+    QString serviceError() const { return shown_.serviceError; }
+    bool daemonInstalled() const { return shown_.daemonInstalled; }
+    bool serviceNeedsApproval() const { return shown_.serviceNeedsApproval; }
+    bool serviceNeedsMigration() const { return shown_.serviceNeedsMigration; }
+    bool migrating() const { return shown_.migrating; }
+    bool migrationFallback() const { return shown_.migrationFallback; }
     int liveWatchers() const { return liveWatchers_; }
     // What the service said of the last save it answered (a limit held at another value, or not taken).
-    QString saveNote() const { return text(saveNote_); }
+    QString saveNote() const { return shown_.saveNote; }
     bool settingsAwaitingService() const { return settingsAwaitingService_; }
     std::chrono::milliseconds pollInterval() const { return poll_.intervalAsDuration(); }
     // Saves handed to the service and not yet answered, the one in flight included.
@@ -134,8 +134,12 @@ class ChargeSettings : public QObject {
     // The onboarding window follows these two.
     void serviceNeedsApprovalChanged();
     void serviceNeedsMigrationChanged();
-    // Something a view shows in value() moved: the models derived from the whole record recompute. A status
-    // read that brings nothing new is silent, so an idle tray recomputes nothing.
+    // The user's settings in value() moved.
+    void settingsChanged();
+    // The service's last status in value() moved, apart from the time it was written, which moves on every
+    // beat and only decides freshness.
+    void statusChanged();
+    // Anything in value() a view shows moved. Kept for the models not yet following the signals above.
     void changed();
     // After each status refresh: whether the limit is verified to work (invalid: not yet known) and whether
     // the system is locked with the service installed. The notifier listens.
@@ -154,11 +158,30 @@ class ChargeSettings : public QObject {
     }
     void sendNextSave();
     void finishMigration();
-    // Every property's value, in declaration order, to compare against after a change.
-    std::vector<QVariant> propertyValues() const;
-    // Emits the change signal of each property that differs from `before`, and changed() when the record
-    // moved since it was last announced.
-    void announce(const std::vector<QVariant>& before);
+    // Each property takes its value from state_ and announces itself when it moved.
+    void publish();
+
+    // What the properties last announced.
+    struct Shown {
+        bool enabled = false;
+        int limit = 0;
+        int heldLimit = 0;
+        bool topUp = false;
+        int thermalLimit = 0;
+        bool canReachService = false;
+        QString state;
+        QString serviceState;
+        QString writeError;
+        QString serviceError;
+        bool daemonInstalled = false;
+        bool serviceNeedsApproval = false;
+        bool serviceNeedsMigration = false;
+        bool migrating = false;
+        bool migrationFallback = false;
+        QString saveNote;
+        Settings settings;
+        ServiceStatus status;  // its write time left out
+    };
 
     Paths paths_;
     InstallationFacts installation_;
@@ -170,6 +193,7 @@ class ChargeSettings : public QObject {
 
     ChargeSettingsState state_;
     ChargeSettingsState announced_;
+    Shown shown_;
     QTimer poll_;
     int liveWatchers_ = 0;
     double lastServiceSync_ = -std::numeric_limits<double>::infinity();

@@ -2,7 +2,6 @@
 
 #include <QClipboard>
 #include <QGuiApplication>
-#include <QMetaProperty>
 #include <QVariantMap>
 
 #include "common/files.h"
@@ -11,6 +10,7 @@
 #include "status/mac_page.h"
 #include "status/service_words.h"
 #include "ui/looks.h"
+#include "ui/model_support.h"
 
 #ifndef TORVEL_WEBSITE
 #error "the build names the project's web site, privacy page and contact address"
@@ -61,80 +61,83 @@ MacPageModel::MacPageModel(ChargeSettings& settings, ServiceInstaller& installer
       sources_(std::move(sources)),
       otherFix_(settings, sources_.turnOffUPower) {
     connect(&otherFix_, &OtherProgramFix::changed, this, &MacPageModel::recompute);
-    connect(&settings_, &ChargeSettings::changed, this, &MacPageModel::recompute);
+    // The checkup reads the whole record; each of its parts has its own signal.
+    for (const auto signal :
+         {&ChargeSettings::settingsChanged, &ChargeSettings::statusChanged,
+          &ChargeSettings::daemonInstalledChanged, &ChargeSettings::serviceNeedsApprovalChanged,
+          &ChargeSettings::serviceNeedsMigrationChanged, &ChargeSettings::writeErrorChanged,
+          &ChargeSettings::serviceErrorChanged, &ChargeSettings::migratingChanged,
+          &ChargeSettings::migrationFallbackChanged}) {
+        connect(&settings_, signal, this, &MacPageModel::recompute);
+    }
     connect(&installer_, &ServiceInstaller::operationChanged, this, &MacPageModel::recompute);
     connect(&installer_, &ServiceInstaller::errorChanged, this, &MacPageModel::recompute);
     connect(&installer_, &ServiceInstaller::finished, this, [this](ServiceInstaller::Operation operation) {
-        const auto before = propertyValues();
         lastOperation_ = operation;
-        announce(before);
+        recompute();
     });
     refresh();
 }
 
-std::vector<QVariant> MacPageModel::propertyValues() const {
-    const QMetaObject& meta = staticMetaObject;
-    std::vector<QVariant> values;
-    for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i)
-        values.push_back(meta.property(i).read(this));
-    return values;
-}
-
-void MacPageModel::announce(const std::vector<QVariant>& before) {
-    const QMetaObject& meta = staticMetaObject;
-    for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
-        const QMetaProperty property = meta.property(i);
-        if (property.hasNotifySignal() &&
-            property.read(this) != before[static_cast<std::size_t>(i - meta.propertyOffset())]) {
-            property.notifySignal().invoke(this, Qt::DirectConnection);
-        }
-    }
-}
-
 void MacPageModel::refresh() {
-    const auto before = propertyValues();
     const Paths& paths = sources_.paths;
     const std::string model =
         Diagnostics::machineModel(readWholeFile(paths.machineFile("/sys/class/dmi/id/product_name")),
                                   readWholeFile(paths.machineFile("/sys/class/dmi/id/product_version")));
-    machine_ = text(
-        Diagnostics::machineName(readWholeFile(paths.machineFile("/sys/class/dmi/id/sys_vendor")), model));
-    system_ = text(Diagnostics::systemName(readWholeFile(paths.machineFile("/etc/os-release"))));
-    if (copied_) copied_ = false;
-    announce(before);
+    assignAndNotify(this, shown_.machine,
+                    text(Diagnostics::machineName(
+                        readWholeFile(paths.machineFile("/sys/class/dmi/id/sys_vendor")), model)),
+                    &MacPageModel::machineChanged);
+    assignAndNotify(this, shown_.system,
+                    text(Diagnostics::systemName(readWholeFile(paths.machineFile("/etc/os-release")))),
+                    &MacPageModel::systemChanged);
+    history_ = HistoryStore(paths.history).summary();
+    copiedFlag_ = false;
     recompute();
 }
 
 void MacPageModel::recompute() {
-    const auto before = propertyValues();
+    using M = MacPageModel;
     const ChargeSettingsState& state = settings_.value();
     const ServiceState serviceState = settings_.serviceState();
     const LoginItem::Status login =
         sources_.loginItem ? sources_.loginItem() : LoginItem::Status::notRegistered;
     const UpdaterState updates = sources_.updater ? sources_.updater() : UpdaterState{};
-    const HistoryStore::Summary history = HistoryStore(sources_.paths.history).summary();
     const double now = sources_.clock ? sources_.clock() : 0;
 
     const Checkup checkup(state, serviceState, sources_.lock, login, updates);
     MacPage::Facts facts =
-        MacPage::Facts::from(state, serviceState, sources_.lock, login, updates.checking, history, now);
+        MacPage::Facts::from(state, serviceState, sources_.lock, login, updates.checking, history_, now);
     // The installer's replacement runs where the settings' own migration flag may not yet be set.
     facts.migrating = facts.migrating || installer_.operation() == ServiceInstaller::Operation::migrate;
 
-    level_ = static_cast<Level>(checkup.level());
-    headline_ = text(MacPage::headline(checkup));
-    subline_ = text(MacPage::subline(checkup, facts));
+    assignAndNotify(this, shown_.level, static_cast<Level>(checkup.level()), &M::levelChanged);
+    assignAndNotify(this, shown_.headline, text(MacPage::headline(checkup)), &M::headlineChanged);
+    assignAndNotify(this, shown_.subline, text(MacPage::subline(checkup, facts)), &M::sublineChanged);
     const auto fix = MacPage::serviceFix(facts);
-    fixTitle_ = fix ? text(fix->title) : QString();
     // The button that started an operation reads its progress word until it ends.
-    if (fix && isFix(installer_.operation())) fixTitle_ = installer_.progressWord();
-    fixAction_ = fix ? toFixAction(fix->action) : FixAction::none;
-    fixBusy_ = fix && fix->busy;
+    QString fixTitle = !fix                            ? QString()
+                       : isFix(installer_.operation()) ? installer_.progressWord()
+                                                       : text(fix->title);
+    assignAndNotify(this, shown_.fixTitle, std::move(fixTitle), &M::fixTitleChanged);
+    const FixAction fixAction = fix ? toFixAction(fix->action) : FixAction::none;
+    assignAndNotify(this, shown_.fixAction, fixAction, &M::fixActionChanged);
+    // Only an update acts on a running service; the others need none or put one in place.
+    const bool fixEnabled = fix && !fix->busy && !installer_.busy() &&
+                            (fixAction != FixAction::updateService || settings_.canReachService());
+    assignAndNotify(this, shown_.fixEnabled, fixEnabled, &M::fixEnabledChanged);
+    const auto command = settings_.service().migrationCommand();
+    assignAndNotify(this, shown_.migrationCommand, command ? text(*command) : QString(),
+                    &M::migrationCommandChanged);
+    assignAndNotify(this, shown_.terminalCommand,
+                    fixAction == FixAction::openTerminal ? shown_.migrationCommand : QString(),
+                    &M::terminalCommandChanged);
 
     // The control row's button is the other-program note's one fix, when it has one.
     otherAction_ = facts.otherProgram && facts.otherProgram->fixTitle ? facts.otherProgram->action
                                                                       : OtherProgramNote::Action::none;
-    otherProgramError_ = facts.otherProgram ? otherFix_.error() : QString();
+    assignAndNotify(this, shown_.otherProgramError, facts.otherProgram ? otherFix_.error() : QString(),
+                    &M::otherProgramErrorChanged);
     QVariantList rows;
     for (auto& row : MacPage::rows(checkup, facts)) {
         if (row.piece == Checkup::Piece::control && otherAction_ != OtherProgramNote::Action::none)
@@ -150,95 +153,72 @@ void MacPageModel::recompute() {
             {QStringLiteral("buttonEnabled"), row.piece != Checkup::Piece::control || !otherFix_.busy()},
         });
     }
-    rows_ = rows;
-    serviceExplanation_ = text(
-        ServiceWords::explanation(state, serviceState, settings_.installation().uninstallerPath.has_value()));
+    assignAndNotify(this, shown_.rows, std::move(rows), &M::rowsChanged);
+    assignAndNotify(this, shown_.serviceExplanation,
+                    text(ServiceWords::explanation(state, serviceState,
+                                                   settings_.installation().uninstallerPath.has_value())),
+                    &M::serviceExplanationChanged);
 
     const PublishedStatus& published = state.status.published;
-    runningTime_ = text(MacPage::runningTime(published.startedAt, now));
-    chargeMechanism_ = text(MacPage::chargeMechanism(published));
-    forcedDischarge_ = text(MacPage::forcedDischarge(published));
+    assignAndNotify(this, shown_.serviceRunningTime, text(MacPage::runningTime(published.startedAt, now)),
+                    &M::serviceRunningTimeChanged);
+    assignAndNotify(this, shown_.chargeMechanism, text(MacPage::chargeMechanism(published)),
+                    &M::chargeMechanismChanged);
+    assignAndNotify(this, shown_.forcedDischarge, text(MacPage::forcedDischarge(published)),
+                    &M::forcedDischargeChanged);
     QVariantList batteries;
     for (const auto& line : MacPage::batteryLines(published)) {
         batteries.push_back(QVariantMap{{QStringLiteral("label"), text(line.label)},
                                         {QStringLiteral("value"), text(line.value)}});
     }
-    batteries_ = batteries;
-    const auto amount = MacPage::historyAmount(history);
-    historyOnDisk_ = amount ? text(Diagnostics::byteCount(history.bytes)) : QStringLiteral("Nothing yet");
-    announce(before);
+    assignAndNotify(this, shown_.batteries, std::move(batteries), &M::batteriesChanged);
+    assignAndNotify(this, shown_.historyOnDisk, text(MacPage::historyOnDisk(history_)),
+                    &M::historyOnDiskChanged);
+
+    const ViewWords words = MacPage::words();
+    assignAndNotify(this, shown_.copied, copiedFlag_, &M::copiedChanged);
+    assignAndNotify(this, shown_.copyTitle, text(words.at(copiedFlag_ ? "copied" : "copyReport")),
+                    &M::copyTitleChanged);
+    assignAndNotify(this, shown_.copiedNote, copiedFlag_ ? text(words.at("copiedNote")) : QString(),
+                    &M::copiedNoteChanged);
+    assignAndNotify(this, shown_.canReset, settings_.canReachService() && !installer_.busy(),
+                    &M::canResetChanged);
+    assignAndNotify(this, shown_.canRemove, settings_.daemonInstalled() && !installer_.busy(),
+                    &M::canRemoveChanged);
+    assignAndNotify(this, shown_.operationWord, installer_.progressWord(), &M::operationWordChanged);
+    assignAndNotify(this, shown_.operationError, installer_.error(), &M::operationErrorChanged);
+    // The service's own error is already the Charge service row's explanation; the head only adds what the
+    // row cannot say, such as a replacement that has to be finished in a terminal.
+    const bool fixFailed = isFix(lastOperation_) && settings_.serviceError() != installer_.error();
+    assignAndNotify(this, shown_.fixError, fixFailed ? installer_.error() : QString(), &M::fixErrorChanged);
+    using Operation = ServiceInstaller::Operation;
+    assignAndNotify(this, shown_.resetTitle,
+                    installer_.operation() == Operation::resetCounter ? installer_.progressWord()
+                                                                      : text(words.at("reset")),
+                    &M::resetTitleChanged);
+    assignAndNotify(this, shown_.resetError, errorOf(Operation::resetCounter), &M::resetErrorChanged);
+    assignAndNotify(this, shown_.removeTitle,
+                    installer_.operation() == Operation::removeEverything
+                        ? installer_.progressWord()
+                        : text(words.at("removeEverything")),
+                    &M::removeTitleChanged);
+    assignAndNotify(this, shown_.removeError, errorOf(Operation::removeEverything), &M::removeErrorChanged);
 }
 
-bool MacPageModel::fixEnabled() const {
-    if (fixAction_ == FixAction::none || fixBusy_ || installer_.busy()) return false;
-    // Only these act on a running service; the others need none or put one in place.
-    const bool needsService = fixAction_ == FixAction::updateService;
-    return !needsService || settings_.canReachService();
-}
-
-QString MacPageModel::migrationCommand() const {
-    const auto command = settings_.service().migrationCommand();
-    return command ? text(*command) : QString();
+QVariantMap MacPageModel::words() {
+    return wordsMap(MacPage::words());
 }
 
 QString MacPageModel::appVersion() const {
-    return QStringLiteral("Version %1 (%2)")
-        .arg(QStringLiteral(TORVEL_VERSION), QStringLiteral(TORVEL_VERSION));
-}
-
-QString MacPageModel::copyTitle() const {
-    return copied_ ? QStringLiteral("Copied") : QStringLiteral("Copy the diagnostic report");
-}
-
-QString MacPageModel::copiedNote() const {
-    return copied_ ? QStringLiteral("Copied to the clipboard.") : QString();
-}
-
-bool MacPageModel::canReset() const {
-    return settings_.canReachService() && !installer_.busy();
-}
-
-bool MacPageModel::canRemove() const {
-    return settings_.daemonInstalled() && !installer_.busy();
+    return text(MacPage::versionLine(TORVEL_VERSION, TORVEL_VERSION));
 }
 
 QString MacPageModel::errorOf(ServiceInstaller::Operation operation) const {
     return lastOperation_ == operation ? installer_.error() : QString();
 }
 
-QString MacPageModel::fixError() const {
-    if (!isFix(lastOperation_)) return {};
-    // The service's own error is already the Charge service row's explanation; the head only adds what
-    // the row cannot say, such as a replacement that has to be finished in a terminal.
-    if (settings_.serviceError() == installer_.error()) return {};
-    return installer_.error();
-}
-
-QString MacPageModel::terminalCommand() const {
-    return fixAction_ == FixAction::openTerminal ? migrationCommand() : QString();
-}
-
-QString MacPageModel::resetTitle() const {
-    return installer_.operation() == ServiceInstaller::Operation::resetCounter ? installer_.progressWord()
-                                                                               : QStringLiteral("Reset");
-}
-
-QString MacPageModel::resetError() const {
-    return errorOf(ServiceInstaller::Operation::resetCounter);
-}
-
-QString MacPageModel::removeTitle() const {
-    return installer_.operation() == ServiceInstaller::Operation::removeEverything
-               ? installer_.progressWord()
-               : QStringLiteral("Remove and erase data");
-}
-
-QString MacPageModel::removeError() const {
-    return errorOf(ServiceInstaller::Operation::removeEverything);
-}
-
 QString MacPageModel::privacyNote() const {
-    return QStringLiteral("Torvel sends nothing: no analytics, no device ID.");
+    return text(MacPage::words().at("privacyNote"));
 }
 
 void MacPageModel::tellNoTray() {
@@ -265,14 +245,13 @@ QString MacPageModel::report() const {
 
 void MacPageModel::copyReport() {
     QGuiApplication::clipboard()->setText(report());
-    const auto before = propertyValues();
-    copied_ = true;
-    announce(before);
+    copiedFlag_ = true;
+    recompute();
 }
 
 void MacPageModel::activateFix() {
     if (!fixEnabled()) return;
-    switch (fixAction_) {
+    switch (shown_.fixAction) {
         case FixAction::none:
             return;
         case FixAction::copyReport:

@@ -4,6 +4,7 @@
 #include <QString>
 #include <QVariant>
 #include <QVariantList>
+#include <QVariantMap>
 #include <functional>
 #include <vector>
 
@@ -11,6 +12,7 @@
 #include "common/paths.h"
 #include "extras/login_item.h"
 #include "extras/updater.h"
+#include "history/store.h"
 #include "service/charge_settings_model.h"
 #include "service/service_installer.h"
 #include "status/other_program_fix.h"
@@ -22,6 +24,7 @@ namespace torvel::app {
 // installer. The page only lays these out.
 class MacPageModel : public QObject {
     Q_OBJECT
+    Q_PROPERTY(QVariantMap words READ words CONSTANT)
     Q_PROPERTY(Level level READ level NOTIFY levelChanged)
     Q_PROPERTY(QString headline READ headline NOTIFY headlineChanged)
     Q_PROPERTY(QString subline READ subline NOTIFY sublineChanged)
@@ -91,44 +94,42 @@ class MacPageModel : public QObject {
     MacPageModel(ChargeSettings& settings, ServiceInstaller& installer, Sources sources,
                  QObject* parent = nullptr);
 
-    Level level() const { return level_; }
-    QString headline() const { return headline_; }
-    QString subline() const { return subline_; }
-    QString fixTitle() const { return fixTitle_; }
-    FixAction fixAction() const { return fixAction_; }
-    bool fixEnabled() const;
-    QVariantList rows() const { return rows_; }
-    QString serviceExplanation() const { return serviceExplanation_; }
-    QString migrationCommand() const;
-
-    QString machine() const { return machine_; }
-    QString system() const { return system_; }
+    static QVariantMap words();
+    Level level() const { return shown_.level; }
+    QString headline() const { return shown_.headline; }
+    QString subline() const { return shown_.subline; }
+    QString fixTitle() const { return shown_.fixTitle; }
+    FixAction fixAction() const { return shown_.fixAction; }
+    bool fixEnabled() const { return shown_.fixEnabled; }
+    QVariantList rows() const { return shown_.rows; }
+    QString serviceExplanation() const { return shown_.serviceExplanation; }
+    QString migrationCommand() const { return shown_.migrationCommand; }
+    QString machine() const { return shown_.machine; }
+    QString system() const { return shown_.system; }
     QString appVersion() const;
-    QString serviceRunningTime() const { return runningTime_; }
-    QString chargeMechanism() const { return chargeMechanism_; }
-    QString forcedDischarge() const { return forcedDischarge_; }
-    QString historyOnDisk() const { return historyOnDisk_; }
+    QString serviceRunningTime() const { return shown_.serviceRunningTime; }
+    QString chargeMechanism() const { return shown_.chargeMechanism; }
+    QString forcedDischarge() const { return shown_.forcedDischarge; }
+    QString historyOnDisk() const { return shown_.historyOnDisk; }
     // One {label, value} per battery, for the troubleshooting card.
-    QVariantList batteries() const { return batteries_; }
+    QVariantList batteries() const { return shown_.batteries; }
     // Why the other-program fix (the control row's button) failed; empty otherwise.
-    QString otherProgramError() const { return otherProgramError_; }
-
-    bool copied() const { return copied_; }
-    QString copyTitle() const;
-    QString copiedNote() const;
-    bool canReset() const;
-    bool canRemove() const;
-    QString operationWord() const { return installer_.progressWord(); }
-    QString operationError() const { return installer_.error(); }
+    QString otherProgramError() const { return shown_.otherProgramError; }
+    bool copied() const { return shown_.copied; }
+    QString copyTitle() const { return shown_.copyTitle; }
+    QString copiedNote() const { return shown_.copiedNote; }
+    bool canReset() const { return shown_.canReset; }
+    bool canRemove() const { return shown_.canRemove; }
+    QString operationWord() const { return shown_.operationWord; }
+    QString operationError() const { return shown_.operationError; }
     // A failure shows beside the button that started it: the head's fix, Reset, or Remove.
-    QString fixError() const;
+    QString fixError() const { return shown_.fixError; }
     // The line "Open Terminal" is for, shown under the head while that is the fix.
-    QString terminalCommand() const;
-    QString resetTitle() const;
-    QString resetError() const;
-    QString removeTitle() const;
-    QString removeError() const;
-
+    QString terminalCommand() const { return shown_.terminalCommand; }
+    QString resetTitle() const { return shown_.resetTitle; }
+    QString resetError() const { return shown_.resetError; }
+    QString removeTitle() const { return shown_.removeTitle; }
+    QString removeError() const { return shown_.removeError; }
     QString privacyNote() const;
     QString trayNote() const { return trayNote_; }
     // No tray host, and the note not yet read: the page tells where the app went.
@@ -143,9 +144,9 @@ class MacPageModel : public QObject {
     QString report() const;
 
   public slots:
-    // Reads everything again; the page calls it as it appears.
+    // Reads the machine's files and the journal's size again; the page calls it as it appears.
     void refresh();
-    // Reads the checkup again without starting the page over; the app calls it when the login item or the
+    // Takes the checkup again from what is already known; the app calls it when the login item or the
     // updater change.
     void recompute();
     void activateFix();
@@ -198,35 +199,53 @@ class MacPageModel : public QObject {
     void terminalRequested(const QString& command);
 
   private:
-    std::vector<QVariant> propertyValues() const;
-    void announce(const std::vector<QVariant>& before);
     QString errorOf(ServiceInstaller::Operation operation) const;
 
-    QString trayNote_;
     ChargeSettings& settings_;
     ServiceInstaller& installer_;
     Sources sources_;
     OtherProgramFix otherFix_;
-
-    Level level_ = Level::ok;
-    QString headline_;
-    QString subline_;
-    QString fixTitle_;
-    FixAction fixAction_ = FixAction::none;
-    bool fixBusy_ = false;
-    QVariantList rows_;
-    QString serviceExplanation_;
-    QString machine_;
-    QString system_;
-    QString runningTime_;
-    QString chargeMechanism_;
-    QString forcedDischarge_;
-    QString historyOnDisk_;
-    QVariantList batteries_;
-    QString otherProgramError_;
+    QString trayNote_;
+    // Read as the page appears, not on every status change.
+    HistoryStore::Summary history_;
+    bool copiedFlag_ = false;
     OtherProgramNote::Action otherAction_ = OtherProgramNote::Action::none;
-    bool copied_ = false;
     ServiceInstaller::Operation lastOperation_ = ServiceInstaller::Operation::none;
+
+    // What the properties last announced.
+    struct Shown {
+        Level level = Level::ok;
+        QString headline;
+        QString subline;
+        QString fixTitle;
+        FixAction fixAction = FixAction::none;
+        bool fixEnabled = false;
+        QVariantList rows;
+        QString serviceExplanation;
+        QString migrationCommand;
+        QString machine;
+        QString system;
+        QString serviceRunningTime;
+        QString chargeMechanism;
+        QString forcedDischarge;
+        QString historyOnDisk;
+        QVariantList batteries;
+        QString otherProgramError;
+        bool copied = false;
+        QString copyTitle;
+        QString copiedNote;
+        bool canReset = false;
+        bool canRemove = false;
+        QString operationWord;
+        QString operationError;
+        QString fixError;
+        QString terminalCommand;
+        QString resetTitle;
+        QString resetError;
+        QString removeTitle;
+        QString removeError;
+    };
+    Shown shown_;
 };
 
 }  // namespace torvel::app

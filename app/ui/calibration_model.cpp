@@ -6,6 +6,7 @@
 #include "common/fmt.h"
 #include "service/charge_settings_model.h"
 #include "status/calibration_view.h"
+#include "ui/model_support.h"
 
 namespace torvel::app {
 
@@ -17,31 +18,30 @@ QString text(const std::optional<std::string>& words) {
 
 CalibrationModel::CalibrationModel(ChargeSettings& settings, QObject* parent)
     : QObject(parent), settings_(settings) {
-    connect(&settings_, &ChargeSettings::changed, this, &CalibrationModel::recompute);
+    connect(&settings_, &ChargeSettings::statusChanged, this, &CalibrationModel::recompute);
+    connect(&settings_, &ChargeSettings::settingsChanged, this, &CalibrationModel::recompute);
+    // Whether a sweep may start also hangs on the service's reach.
+    connect(&settings_, &ChargeSettings::canReachServiceChanged, this, &CalibrationModel::recompute);
     recompute();
 }
 
 void CalibrationModel::recompute() {
+    using M = CalibrationModel;
     const ChargeSettingsState& state = settings_.value();
     const CalibrationStatus& cal = state.status.published.cal;
-    const auto progress = CalibrationView::progress(cal, state.status.published.pct);
-    const auto blocked = CalibrationView::blocked(state);
-    const bool requested = state.settings.calibrate;
-
-    const CalibrationStatus before = std::exchange(cal_, cal);
-    const bool phaseMoved = before.phase != cal.phase || before.drainTarget != cal.drainTarget;
-    const bool progressMoved = progress_ != progress;
-    const bool availabilityMoved = blocked_ != blocked;
-    const bool requestMoved = requested_ != requested;
-    progress_ = progress;
-    blocked_ = blocked;
-    requested_ = requested;
+    // The step's words follow the phase and the drain target; the runs and the failure have their own
+    // signals.
+    const bool phaseMoved = cal_.phase != cal.phase || cal_.drainTarget != cal.drainTarget;
+    const bool runsMoved = cal_.runs != cal.runs;
+    const bool failureMoved = cal_.lastFailure != cal.lastFailure;
+    cal_ = cal;
     if (phaseMoved) emit phaseChanged();
-    if (progressMoved) emit progressChanged();
-    if (before.runs != cal.runs) emit runsChanged();
-    if (before.lastFailure != cal.lastFailure) emit lastFailureChanged();
-    if (availabilityMoved) emit availabilityChanged();
-    if (requestMoved) emit requestedChanged();
+    if (runsMoved) emit runsChanged();
+    if (failureMoved) emit lastFailureChanged();
+    assignAndNotify(this, progress_, CalibrationView::progress(cal, state.status.published.pct),
+                    &M::progressChanged);
+    assignAndNotify(this, blocked_, CalibrationView::blocked(state), &M::availabilityChanged);
+    assignAndNotify(this, requested_, state.settings.calibrate, &M::requestedChanged);
 }
 
 QVariantList CalibrationModel::steps() const {
@@ -70,6 +70,14 @@ QString CalibrationModel::stepReason() const {
     return text(cal_.phase.reason());
 }
 
+QString CalibrationModel::stepsTitle() const {
+    return QString::fromStdString(CalibrationView::stepsTitle(step(), stepCount(), running()));
+}
+
+QVariantMap CalibrationModel::words() {
+    return wordsMap(CalibrationView::words());
+}
+
 QString CalibrationModel::verdict() const {
     return text(cal_.verdict());
 }
@@ -93,7 +101,8 @@ QVariantList CalibrationModel::runs() const {
         const auto line = CalibrationView::line(*run);
         list << QVariantMap{{QStringLiteral("date"), QString::fromStdString(line.date)},
                             {QStringLiteral("capacity"), text(line.capacity)},
-                            {QStringLiteral("share"), text(line.share)}};
+                            {QStringLiteral("share"), text(line.share)},
+                            {QStringLiteral("measured"), QString::fromStdString(line.measured)}};
     }
     return list;
 }

@@ -3,6 +3,7 @@
 #include <QObject>
 #include <QString>
 #include <QVariantList>
+#include <QVariantMap>
 
 #include "calibration/status.h"
 
@@ -15,6 +16,7 @@ class ChargeSettings;
 // `calibrate` switch, saved to the service like every other setting.
 class CalibrationModel : public QObject {
     Q_OBJECT
+    Q_PROPERTY(QVariantMap words READ words CONSTANT)
     Q_PROPERTY(Phase phase READ phase NOTIFY phaseChanged)
     Q_PROPERTY(bool running READ running NOTIFY phaseChanged)
     Q_PROPERTY(int step READ step NOTIFY phaseChanged)
@@ -22,6 +24,7 @@ class CalibrationModel : public QObject {
     Q_PROPERTY(QVariantList steps READ steps NOTIFY phaseChanged)
     Q_PROPERTY(QString stepLabel READ stepLabel NOTIFY phaseChanged)
     Q_PROPERTY(QString stepReason READ stepReason NOTIFY phaseChanged)
+    Q_PROPERTY(QString stepsTitle READ stepsTitle NOTIFY phaseChanged)
     Q_PROPERTY(bool progressKnown READ progressKnown NOTIFY progressChanged)
     Q_PROPERTY(double progress READ progress NOTIFY progressChanged)
     Q_PROPERTY(QString progressText READ progressText NOTIFY progressChanged)
@@ -49,6 +52,8 @@ class CalibrationModel : public QObject {
     QVariantList steps() const;
     QString stepLabel() const;
     QString stepReason() const;
+    QString stepsTitle() const;
+    static QVariantMap words();
     bool progressKnown() const { return progress_.has_value(); }
     double progress() const { return progress_.value_or(0); }
     // "56%" of the step under way; empty while it cannot be told.

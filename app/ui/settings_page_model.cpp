@@ -1,7 +1,6 @@
 #include "ui/settings_page_model.h"
 
 #include <QDesktopServices>
-#include <QMetaProperty>
 #include <QUrl>
 #include <QVariantMap>
 #include <cmath>
@@ -10,6 +9,7 @@
 #include "battery/battery_monitor.h"
 #include "extras/login_item_model.h"
 #include "service/charge_settings_model.h"
+#include "ui/model_support.h"
 
 namespace torvel::app {
 
@@ -40,82 +40,104 @@ SettingsPageModel::SettingsPageModel(ChargeSettings& settings, BatteryMonitor& b
       login_(login),
       lock_(lock),
       otherFix_(settings, std::move(turnOffUPower)) {
-    connect(&otherFix_, &OtherProgramFix::changed, this, &SettingsPageModel::announce);
-    connect(&settings_, &ChargeSettings::changed, this, &SettingsPageModel::announce);
-    connect(&battery_, &BatteryMonitor::snapshotChanged, this, &SettingsPageModel::announce);
-    connect(&login_, &LoginItemModel::statusChanged, this, &SettingsPageModel::announce);
-    connect(&login_, &LoginItemModel::errorChanged, this, &SettingsPageModel::announce);
-    announce();
+    connect(&otherFix_, &OtherProgramFix::changed, this, &SettingsPageModel::publish);
+    connect(&settings_, &ChargeSettings::settingsChanged, this, &SettingsPageModel::publish);
+    connect(&settings_, &ChargeSettings::statusChanged, this, &SettingsPageModel::publish);
+    connect(&settings_, &ChargeSettings::canReachServiceChanged, this, &SettingsPageModel::publish);
+    connect(&settings_, &ChargeSettings::writeErrorChanged, this, &SettingsPageModel::publish);
+    connect(&settings_, &ChargeSettings::saveNoteChanged, this, &SettingsPageModel::publish);
+    connect(&battery_, &BatteryMonitor::snapshotChanged, this, &SettingsPageModel::publish);
+    connect(&login_, &LoginItemModel::statusChanged, this, &SettingsPageModel::publish);
+    connect(&login_, &LoginItemModel::errorChanged, this, &SettingsPageModel::publish);
+    publish();
 }
 
-void SettingsPageModel::announce() {
-    const QMetaObject& meta = staticMetaObject;
-    const int first = meta.propertyOffset();
-    const auto count = static_cast<std::size_t>(meta.propertyCount() - first);
-    const bool initial = shown_.empty();
-    shown_.resize(count);
-    for (std::size_t i = 0; i < count; ++i) {
-        const QMetaProperty property = meta.property(first + static_cast<int>(i));
-        QVariant now = property.read(this);
-        if (!initial && now != shown_[i] && property.hasNotifySignal())
-            property.notifySignal().invoke(this, Qt::DirectConnection);
-        shown_[i] = std::move(now);
-    }
+void SettingsPageModel::publish() {
+    using M = SettingsPageModel;
+    const Settings& settings = settings_.value().settings;
+    const PublishedStatus& published = settings_.value().status.published;
+    const auto optional = [](const std::optional<std::string>& text) { return text ? qs(*text) : QString(); };
+
+    const bool reachable = settings_.canReachService();
+    assignAndNotify(this, shown_.canReachService, reachable, &M::canReachServiceChanged);
+    const auto writeError = settings_.value().writeError;
+    assignAndNotify(this, shown_.unreachableText, reachable ? QString() : qs(C::unreachableLine(writeError)),
+                    &M::unreachableTextChanged);
+
+    const int limit = settings.limit;
+    assignAndNotify(this, shown_.limitOn, settings.enabled, &M::limitOnChanged);
+    assignAndNotify(this, shown_.limit, limit, &M::limitChanged);
+    assignAndNotify(this, shown_.hysteresis, settings.hysteresis, &M::hysteresisChanged);
+    assignAndNotify(this, shown_.restLevel, C::restingLevel(limit, settings.hysteresis),
+                    &M::restLevelChanged);
+    assignAndNotify(this, shown_.profileHelp, qs(C::profileFor(limit).help), &M::profileHelpChanged);
+    assignAndNotify(this, shown_.profileLine, qs(C::profileLine(limit)), &M::profileLineChanged);
+    assignAndNotify(this, shown_.restingOptions, options(C::restingRange(limit)), &M::restingOptionsChanged);
+    assignAndNotify(this, shown_.restingHelp, qs(C::restingFor(limit, settings.hysteresis).help),
+                    &M::restingHelpChanged);
+    assignAndNotify(this, shown_.limitFootnote, optional(C::limitFootnote(limit, settings.enabled, lock_)),
+                    &M::limitFootnoteChanged);
+    assignAndNotify(this, shown_.nativeNote, optional(C::nativeNote(limit, published.nativeFloor, lock_)),
+                    &M::nativeNoteChanged);
+
+    assignAndNotify(this, shown_.discharge, settings.discharge, &M::dischargeChanged);
+    assignAndNotify(this, shown_.dischargeSupported, published.dischargeSupported,
+                    &M::dischargeSupportedChanged);
+    assignAndNotify(this, shown_.dischargeHelp, qs(C::dischargeHelp(published.dischargeSupported)),
+                    &M::dischargeHelpChanged);
+    assignAndNotify(this, shown_.dischargeState, qs(C::dischargeState(settings.discharge)),
+                    &M::dischargeStateChanged);
+    assignAndNotify(this, shown_.thermal, settings.thermal, &M::thermalChanged);
+    assignAndNotify(this, shown_.thermalState, qs(C::thermalState(settings.thermal, settings.thermalLimit)),
+                    &M::thermalStateChanged);
+    assignAndNotify(this, shown_.thermalLimit, settings.thermalLimit, &M::thermalLimitChanged);
+    assignAndNotify(this, shown_.thermalWord, qs(ThresholdChoice::word(settings.thermalLimit)),
+                    &M::thermalWordChanged);
+    auto celsius = battery_.snapshot().temperatureCelsius;
+    if (!celsius) celsius = published.temp;
+    assignAndNotify(this, shown_.heatLine, qs(C::heatLine(celsius)), &M::heatLineChanged);
+
+    assignAndNotify(this, shown_.led, settings.led, &M::ledChanged);
+    assignAndNotify(this, shown_.ledSupported, published.ledSupported, &M::ledSupportedChanged);
+    assignAndNotify(this, shown_.ledHelp, qs(C::ledHelp(published.ledSupported)), &M::ledHelpChanged);
+    assignAndNotify(this, shown_.ledState, qs(C::ledState(settings.led)), &M::ledStateChanged);
+    assignAndNotify(this, shown_.ledControllable, reachable && !lock_.active && published.ledSupported,
+                    &M::ledControllableChanged);
+    assignAndNotify(this, shown_.blinkTenths,
+                    static_cast<int>(std::lround(C::shownBlinkSeconds(settings.blinkSeconds) * 10)),
+                    &M::blinkTenthsChanged);
+    assignAndNotify(this, shown_.topUpHours, settings.topUpHours, &M::topUpHoursChanged);
+    assignAndNotify(this, shown_.history, settings.history, &M::historyChanged);
+    assignAndNotify(this, shown_.historyDays, settings.historyDays, &M::historyDaysChanged);
+
+    assignAndNotify(this, shown_.startup, login_.on() ? 1 : 0, &M::startupChanged);
+    assignAndNotify(this, shown_.startupNeedsApproval, login_.status() == LoginItemModel::requiresApproval,
+                    &M::startupNeedsApprovalChanged);
+    assignAndNotify(this, shown_.startupError, login_.error(), &M::startupErrorChanged);
+
+    assignAndNotify(this, shown_.saveNote, settings_.saveNote(), &M::saveNoteChanged);
+    const auto note = OtherProgramNote::from(published);
+    assignAndNotify(this, shown_.otherProgramText, note ? qs(note->text) : QString(),
+                    &M::otherProgramTextChanged);
+    assignAndNotify(this, shown_.otherProgramFixTitle,
+                    note && note->fixTitle ? qs(*note->fixTitle) : QString(),
+                    &M::otherProgramFixTitleChanged);
+    assignAndNotify(this, shown_.otherProgramFixEnabled, !otherFix_.busy(),
+                    &M::otherProgramFixEnabledChanged);
+    assignAndNotify(this, shown_.otherProgramError, note ? otherFix_.error() : QString(),
+                    &M::otherProgramErrorChanged);
 }
 
-namespace {
-std::optional<OtherProgramNote> otherProgram(const ChargeSettings& settings) {
-    return OtherProgramNote::from(settings.value().status.published);
-}
-}  // namespace
-
-QString SettingsPageModel::saveNote() const {
-    return settings_.saveNote();
-}
-QString SettingsPageModel::otherProgramText() const {
-    const auto note = otherProgram(settings_);
-    return note ? qs(note->text) : QString();
-}
-QString SettingsPageModel::otherProgramFixTitle() const {
-    const auto note = otherProgram(settings_);
-    return note && note->fixTitle ? qs(*note->fixTitle) : QString();
-}
-bool SettingsPageModel::otherProgramFixEnabled() const {
-    return !otherFix_.busy();
-}
-QString SettingsPageModel::otherProgramError() const {
-    return otherProgram(settings_) ? otherFix_.error() : QString();
-}
 void SettingsPageModel::fixOtherProgram() {
-    if (const auto note = otherProgram(settings_); note && note->fixTitle) otherFix_.run(note->action);
+    const auto note = OtherProgramNote::from(settings_.value().status.published);
+    if (note && note->fixTitle) otherFix_.run(note->action);
 }
 
+QVariantMap SettingsPageModel::words() {
+    return wordsMap(C::pageWords());
+}
 QString SettingsPageModel::lockText() const {
     return qs(C::lockBanner(lock_));
-}
-bool SettingsPageModel::canReachService() const {
-    return settings_.canReachService();
-}
-QString SettingsPageModel::unreachableText() const {
-    if (canReachService()) return {};
-    if (!settings_.writeError().isEmpty()) {
-        return QStringLiteral(
-                   "The charge service didn’t take the last change: %1 Until it does, the settings "
-                   "that need it stay as they are.")
-            .arg(settings_.writeError());
-    }
-    return QStringLiteral(
-        "The charge service isn’t installed, so the settings that need it can’t change yet. "
-        "This Mac sets it up.");
-}
-bool SettingsPageModel::limitOn() const {
-    return settings_.value().settings.enabled;
-}
-int SettingsPageModel::limit() const {
-    return settings_.limit();
-}
-int SettingsPageModel::restLevel() const {
-    return C::restingLevel(limit(), hysteresis());
 }
 int SettingsPageModel::lowestLimit() const {
     return C::lowestLimit(lock_.usesNative);
@@ -123,94 +145,22 @@ int SettingsPageModel::lowestLimit() const {
 QVariantList SettingsPageModel::profileOptions() {
     return options(C::profiles());
 }
-QString SettingsPageModel::profileHelp() const {
-    return qs(C::profileFor(limit()).help);
-}
-QString SettingsPageModel::profileLine() const {
-    return qs(C::profileLine(limit()));
-}
-QVariantList SettingsPageModel::restingOptions() const {
-    return options(C::restingRange(limit()));
-}
-int SettingsPageModel::hysteresis() const {
-    return settings_.value().settings.hysteresis;
-}
-QString SettingsPageModel::restingHelp() const {
-    return qs(C::restingFor(limit(), hysteresis()).help);
-}
-QString SettingsPageModel::limitFootnote() const {
-    const auto footnote = C::limitFootnote(limit(), limitOn(), lock_);
-    return footnote ? qs(*footnote) : QString();
-}
-QString SettingsPageModel::nativeNote() const {
-    const auto note = C::nativeNote(limit(), settings_.value().status.published.nativeFloor, lock_);
-    return note ? qs(*note) : QString();
-}
-bool SettingsPageModel::discharge() const {
-    return settings_.value().settings.discharge;
-}
-bool SettingsPageModel::dischargeSupported() const {
-    return settings_.value().status.published.dischargeSupported;
-}
-bool SettingsPageModel::thermal() const {
-    return settings_.value().settings.thermal;
-}
-int SettingsPageModel::thermalLimit() const {
-    return settings_.thermalLimit();
-}
 QVariantList SettingsPageModel::thermalOptions() {
     return options(C::overheating());
-}
-QString SettingsPageModel::thermalWord() const {
-    return qs(ThresholdChoice::word(thermalLimit()));
-}
-QString SettingsPageModel::heatLine() const {
-    auto celsius = battery_.snapshot().temperatureCelsius;
-    if (!celsius) celsius = settings_.value().status.published.temp;
-    return qs(C::heatLine(celsius));
-}
-bool SettingsPageModel::led() const {
-    return settings_.value().settings.led;
-}
-bool SettingsPageModel::ledSupported() const {
-    return settings_.value().status.published.ledSupported;
-}
-bool SettingsPageModel::ledControllable() const {
-    return canReachService() && !lock_.active && ledSupported();
-}
-int SettingsPageModel::blinkTenths() const {
-    return static_cast<int>(std::lround(C::shownBlinkSeconds(settings_.value().settings.blinkSeconds) * 10));
 }
 QVariantList SettingsPageModel::blinkOptions() {
     return options(C::blinkSpeeds());
 }
-int SettingsPageModel::topUpHours() const {
-    return settings_.value().settings.topUpHours;
-}
 QVariantList SettingsPageModel::topUpOptions() {
     return options(C::endOfTopUp());
-}
-bool SettingsPageModel::history() const {
-    return settings_.value().settings.history;
-}
-int SettingsPageModel::historyDays() const {
-    return settings_.value().settings.historyDays;
 }
 QVariantList SettingsPageModel::historyOptions() {
     return options(C::historyKeptFor());
 }
-int SettingsPageModel::startup() const {
-    return login_.on() ? 1 : 0;
-}
 QVariantList SettingsPageModel::startupOptions() {
     return options(C::startup());
 }
-bool SettingsPageModel::startupNeedsApproval() const {
-    return login_.status() == LoginItemModel::requiresApproval;
-}
-QString SettingsPageModel::startupError() const {
-    return login_.error();
-}
+
 void SettingsPageModel::setLimitOn(bool on) {
     if (!canReachService()) return;
     settings_.change([on](Settings& s) { s.enabled = on; });

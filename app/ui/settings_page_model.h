@@ -4,6 +4,7 @@
 #include <QString>
 #include <QVariant>
 #include <QVariantList>
+#include <QVariantMap>
 #include <vector>
 
 #include "battery/system_lock.h"
@@ -19,6 +20,7 @@ class LoginItemModel;
 // Every setter writes its field at once; the settings model chains the saves.
 class SettingsPageModel : public QObject {
     Q_OBJECT
+    Q_PROPERTY(QVariantMap words READ words CONSTANT)
     Q_PROPERTY(bool lockActive READ lockActive CONSTANT)
     Q_PROPERTY(QString lockText READ lockText CONSTANT)
     Q_PROPERTY(bool canReachService READ canReachService NOTIFY canReachServiceChanged)
@@ -40,6 +42,11 @@ class SettingsPageModel : public QObject {
 
     Q_PROPERTY(bool discharge READ discharge NOTIFY dischargeChanged)
     Q_PROPERTY(bool dischargeSupported READ dischargeSupported NOTIFY dischargeSupportedChanged)
+    Q_PROPERTY(QString dischargeHelp READ dischargeHelp NOTIFY dischargeHelpChanged)
+    Q_PROPERTY(QString dischargeState READ dischargeState NOTIFY dischargeStateChanged)
+    Q_PROPERTY(QString thermalState READ thermalState NOTIFY thermalStateChanged)
+    Q_PROPERTY(QString ledHelp READ ledHelp NOTIFY ledHelpChanged)
+    Q_PROPERTY(QString ledState READ ledState NOTIFY ledStateChanged)
     Q_PROPERTY(bool thermal READ thermal NOTIFY thermalChanged)
     Q_PROPERTY(int thermalLimit READ thermalLimit NOTIFY thermalLimitChanged)
     Q_PROPERTY(QVariantList thermalOptions READ thermalOptions CONSTANT)
@@ -73,51 +80,55 @@ class SettingsPageModel : public QObject {
                       SystemLock lock, QObject* parent = nullptr,
                       OtherProgramFix::TurnOff turnOffUPower = {});
 
+    static QVariantMap words();
     bool lockActive() const { return lock_.active; }
     QString lockText() const;
-    bool canReachService() const;
-    QString unreachableText() const;
-    bool limitOn() const;
-    int limit() const;
-    int restLevel() const;
     bool nativeMode() const { return lock_.usesNative; }
     int lowestLimit() const;
     static QVariantList profileOptions();
-    QString profileHelp() const;
-    QString profileLine() const;
-    QVariantList restingOptions() const;
-    int hysteresis() const;
-    QString restingHelp() const;
-    QString limitFootnote() const;
-    QString nativeNote() const;
-    bool discharge() const;
-    bool dischargeSupported() const;
-    bool thermal() const;
-    int thermalLimit() const;
     static QVariantList thermalOptions();
-    QString thermalWord() const;
-    QString heatLine() const;
-    bool led() const;
-    bool ledSupported() const;
-    bool ledControllable() const;
-    int blinkTenths() const;
     static QVariantList blinkOptions();
-    int topUpHours() const;
     static QVariantList topUpOptions();
-    bool history() const;
-    int historyDays() const;
     static QVariantList historyOptions();
-    int startup() const;
     static QVariantList startupOptions();
-    bool startupNeedsApproval() const;
-    QString startupError() const;
-    // What the service said of the last change: a limit the battery holds at another value, or did not take.
-    QString saveNote() const;
-    // Another program setting the charge limit too: what the note says, its one fix, and why that failed.
-    QString otherProgramText() const;
-    QString otherProgramFixTitle() const;
-    bool otherProgramFixEnabled() const;
-    QString otherProgramError() const;
+    bool canReachService() const { return shown_.canReachService; }
+    QString unreachableText() const { return shown_.unreachableText; }
+    bool limitOn() const { return shown_.limitOn; }
+    int limit() const { return shown_.limit; }
+    int restLevel() const { return shown_.restLevel; }
+    QString profileHelp() const { return shown_.profileHelp; }
+    QString profileLine() const { return shown_.profileLine; }
+    QVariantList restingOptions() const { return shown_.restingOptions; }
+    int hysteresis() const { return shown_.hysteresis; }
+    QString restingHelp() const { return shown_.restingHelp; }
+    QString limitFootnote() const { return shown_.limitFootnote; }
+    QString nativeNote() const { return shown_.nativeNote; }
+    bool discharge() const { return shown_.discharge; }
+    bool dischargeSupported() const { return shown_.dischargeSupported; }
+    QString dischargeHelp() const { return shown_.dischargeHelp; }
+    QString dischargeState() const { return shown_.dischargeState; }
+    QString thermalState() const { return shown_.thermalState; }
+    QString ledHelp() const { return shown_.ledHelp; }
+    QString ledState() const { return shown_.ledState; }
+    bool thermal() const { return shown_.thermal; }
+    int thermalLimit() const { return shown_.thermalLimit; }
+    QString thermalWord() const { return shown_.thermalWord; }
+    QString heatLine() const { return shown_.heatLine; }
+    bool led() const { return shown_.led; }
+    bool ledSupported() const { return shown_.ledSupported; }
+    bool ledControllable() const { return shown_.ledControllable; }
+    int blinkTenths() const { return shown_.blinkTenths; }
+    int topUpHours() const { return shown_.topUpHours; }
+    bool history() const { return shown_.history; }
+    int historyDays() const { return shown_.historyDays; }
+    int startup() const { return shown_.startup; }
+    bool startupNeedsApproval() const { return shown_.startupNeedsApproval; }
+    QString startupError() const { return shown_.startupError; }
+    QString saveNote() const { return shown_.saveNote; }
+    QString otherProgramText() const { return shown_.otherProgramText; }
+    QString otherProgramFixTitle() const { return shown_.otherProgramFixTitle; }
+    bool otherProgramFixEnabled() const { return shown_.otherProgramFixEnabled; }
+    QString otherProgramError() const { return shown_.otherProgramError; }
 
     Q_INVOKABLE void setLimitOn(bool on);
     // The resting bar while dragging moves the limit without saving; the release saves it.
@@ -160,6 +171,11 @@ class SettingsPageModel : public QObject {
     void nativeNoteChanged();
     void dischargeChanged();
     void dischargeSupportedChanged();
+    void dischargeHelpChanged();
+    void dischargeStateChanged();
+    void thermalStateChanged();
+    void ledHelpChanged();
+    void ledStateChanged();
     void thermalChanged();
     void thermalLimitChanged();
     void thermalWordChanged();
@@ -176,15 +192,57 @@ class SettingsPageModel : public QObject {
     void startupErrorChanged();
 
   private:
-    // Compares every property against its last value and emits the change signal of each that moved.
-    void announce();
+    // Each property takes its value from the settings, the battery and the login item, and announces
+    // itself when it moved.
+    void publish();
+
+    struct Shown {
+        bool canReachService{};
+        QString unreachableText{};
+        bool limitOn{};
+        int limit{};
+        int restLevel{};
+        QString profileHelp{};
+        QString profileLine{};
+        QVariantList restingOptions{};
+        int hysteresis{};
+        QString restingHelp{};
+        QString limitFootnote{};
+        QString nativeNote{};
+        bool discharge{};
+        bool dischargeSupported{};
+        QString dischargeHelp{};
+        QString dischargeState{};
+        QString thermalState{};
+        QString ledHelp{};
+        QString ledState{};
+        bool thermal{};
+        int thermalLimit{};
+        QString thermalWord{};
+        QString heatLine{};
+        bool led{};
+        bool ledSupported{};
+        bool ledControllable{};
+        int blinkTenths{};
+        int topUpHours{};
+        bool history{};
+        int historyDays{};
+        int startup{};
+        bool startupNeedsApproval{};
+        QString startupError{};
+        QString saveNote{};
+        QString otherProgramText{};
+        QString otherProgramFixTitle{};
+        bool otherProgramFixEnabled{};
+        QString otherProgramError{};
+    };
 
     ChargeSettings& settings_;
     BatteryMonitor& battery_;
     LoginItemModel& login_;
     SystemLock lock_;
     OtherProgramFix otherFix_;
-    std::vector<QVariant> shown_;
+    Shown shown_;
 };
 
 }  // namespace torvel::app

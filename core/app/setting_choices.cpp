@@ -183,6 +183,19 @@ std::string lockBanner(const SystemLock& lock) {
     return tr("Torvel can’t hold your limit on macOS %1 yet.", {std::to_string(lock.macOSMajor)});
 }
 
+std::string unreachableLine(const std::optional<std::string>& writeError) {
+    if (writeError) {
+        return tr(
+            "The charge service didn’t take the last change: %1 Until it does, the settings that need it "
+            "stay as "
+            "they are.",
+            {*writeError});
+    }
+    return tr(
+        "The charge service isn’t installed, so the settings that need it can’t change yet. This Mac sets it "
+        "up.");
+}
+
 std::optional<std::string> limitFootnote(int limit, bool limitOn, const SystemLock& lock) {
     if (!limitOn) return std::nullopt;
     if (lock.usesNative) {
@@ -216,6 +229,71 @@ std::optional<Choice> find(std::span<const Choice> options, int value) {
         if (option.value == value) return option;
     }
     return std::nullopt;
+}
+
+ViewWords pageWords() {
+    return {
+        {"title", tr("Settings")},
+        {"subtitle", tr("How Torvel holds your battery, and what it does around the limit.")},
+        {"waitingTitle", tr("Some settings are waiting for the charge service")},
+        {"aroundLimit", tr("Around the limit")},
+        {"discharge", tr("Auto discharge")},
+        {"overheating", tr("Overheating")},
+        {"overheatingHelp", tr("Charging starts again 3 °C lower.")},
+        {"pauseAt", tr("Pause at")},
+        {"led", tr("MagSafe light")},
+        {"blinkSpeed", tr("Blink speed")},
+        {"topUp", tr("End of Top-up")},
+        {"topUpHelp",
+         // xgettext:no-c-format
+         tr("Top-up charges to 100% once, before you leave. Then your limit comes back on its own.")},
+        {"topUpEnds", tr("Top-up ends")},
+        {"torvel", tr("Torvel")},
+        {"history", tr("History")},
+        {"historyHelp",
+         tr("One reading a minute at most, and only when something changes. It feeds the journal and "
+            "the long memory, and never leaves this Mac.")},
+        {"keepFor", tr("Keep for")},
+        {"startup", tr("Startup")},
+        {"startupHelp",
+         tr("Torvel comes back to the menu bar when you turn the Mac on. No Dock icon, no window. Your "
+            "limit holds even without it: the charge service doesn’t need the app.")},
+        {"approvalRequired", tr("Approval required ·")},
+        {"open", tr("Open")},
+        {"updates", tr("Updates")},
+        {"notOnThisMac", tr("Not on this Mac")},
+        {"chargeLimit", tr("Charge limit")},
+    };
+}
+
+std::string dischargeHelp(bool supported) {
+    if (!supported) return tr("This Mac won’t let software cut the power.");
+    return tr(
+        // xgettext:no-c-format
+        "If the battery is above your limit, Torvel cuts the adapter so it comes back down, even plugged in. "
+        "It "
+        "costs a little cycle life, and nothing sits at 100% any more.");
+}
+
+std::string dischargeState(bool on) {
+    return on ? tr("Comes back down to the limit on its own, even plugged in") : tr("Off");
+}
+
+std::string thermalState(bool on, int celsius) {
+    if (!on) return tr("Never pauses for heat");
+    return tr("Pauses above %1 °C · %2", {std::to_string(celsius), ThresholdChoice::word(celsius)});
+}
+
+std::string ledHelp(bool supported) {
+    if (!supported) return tr("This Mac has no MagSafe light we can drive.");
+    return tr(
+        "Steady green at your limit, blinking on the way there, amber on a normal charge. The light can be "
+        "seen "
+        "even with the lid shut.");
+}
+
+std::string ledState(bool on) {
+    return on ? tr("Follows the charge") : tr("Left to macOS");
 }
 
 }  // namespace SettingChoices

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "battery/system_lock.h"
+#include "common/view_words.h"
 
 namespace torvel {
 
@@ -83,10 +84,22 @@ int limitStep(bool native);
 
 // The sentences of the limit card and the cards around it.
 std::string lockBanner(const SystemLock& lock);
+// Why the settings that need the service cannot change: the service's refusal of the last change, or no
+// service at all.
+std::string unreachableLine(const std::optional<std::string>& writeError);
 // Absent while the limit is off: there is no resting range to explain.
 std::optional<std::string> limitFootnote(int limit, bool limitOn, const SystemLock& lock);
 std::optional<std::string> nativeNote(int limit, std::optional<int> nativeFloor, const SystemLock& lock);
 std::string heatLine(std::optional<double> celsius);
+
+// The Settings page's fixed words.
+ViewWords pageWords();
+// What a card says of its feature, by whether this machine has it and whether it is on.
+std::string dischargeHelp(bool supported);
+std::string dischargeState(bool on);
+std::string thermalState(bool on, int celsius);
+std::string ledHelp(bool supported);
+std::string ledState(bool on);
 
 }  // namespace SettingChoices
 }  // namespace torvel

@@ -12,7 +12,6 @@ namespace torvel {
 namespace {
 
 constexpr double weightCapMinutes = 10.0;
-constexpr double hotCelsius = 35.0;
 constexpr std::int64_t fullPct = 100;
 constexpr std::int64_t deepPct = 20;
 
@@ -92,7 +91,7 @@ HistoryAnalysis::DayReport HistoryAnalysis::report(std::vector<HistorySample> sa
         } else if (sample.pct <= deepPct) {
             deep += weight;
         }
-        if (sample.temp && *sample.temp >= hotCelsius) hot += weight;
+        if (sample.temp && *sample.temp >= HistoryAnalysis::hotCelsius) hot += weight;
         if (sample.state != ChargeState::allow && sample.plugged) capped += weight;
         if (sample.temp && (!report.maxTemp || *sample.temp > *report.maxTemp)) {
             report.maxTemp = sample.temp;

@@ -14,6 +14,9 @@ namespace torvel {
 // Turns a day's (or a range's) samples into the wear figures, the verdicts and the insight cards. Pure
 // computation: the only times involved are the samples' own dates and the day given by the caller.
 struct HistoryAnalysis {
+    // A reading at or above this counts toward the hot minutes.
+    static constexpr double hotCelsius = 35.0;
+
     struct Stress {
         std::int64_t score = 0;
         std::int64_t atFullMinutes = 0;

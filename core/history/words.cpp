@@ -98,4 +98,54 @@ std::string JournalCaption::text(const HistoryAnalysis::DayReport& report) {
     return tr("%1 at 100%", {duration});
 }
 
+std::vector<JournalFigures::Figure> JournalFigures::today(const HistoryAnalysis::DayReport& report,
+                                                          std::optional<double> protectedSeconds) {
+    if (report.samples.size() < 2) return {};
+    std::vector<Figure> figures{
+        {tr("%1 / 100", {std::to_string(report.stress.score)}), tr("Stress score")},
+        {HistoryAnalysis::duration(report.stress.atFullMinutes), tr("Time at 100%")},
+        {HistoryAnalysis::duration(report.cappedMinutes), tr("Held at your limit")},
+    };
+    if (protectedSeconds)
+        figures.push_back({DayWords::protectedTotal(*protectedSeconds), tr("Protected in all")});
+    return figures;
+}
+
+std::vector<JournalFigures::Figure> JournalFigures::range(const HistoryAnalysis::DayReport& report) {
+    if (report.samples.size() < 2) return {};
+    std::vector<Figure> figures{
+        {HistoryAnalysis::duration(report.stress.atFullMinutes), tr("Time at 100%")},
+        {HistoryAnalysis::duration(report.stress.hotMinutes),
+         tr("Time at %1 °C or warmer", {Fmt::decimal(HistoryAnalysis::hotCelsius)})},
+        {HistoryAnalysis::duration(report.cappedMinutes), tr("Held at your limit")},
+        {Fmt::decimal(report.cyclesUsed), tr("Charge cycles used")},
+    };
+    if (report.maxTemp)
+        figures.push_back({tr("%1 °C", {Fmt::decimal(*report.maxTemp)}), tr("Peak temperature")});
+    if (report.minPct && report.maxPct) {
+        figures.push_back({tr("%1 – %2", {Fmt::percent(*report.minPct), Fmt::percent(*report.maxPct)}),
+                           tr("Charge range")});
+    }
+    return figures;
+}
+
+ViewWords JournalFigures::words() {
+    return {
+        {"day", tr("Day")},
+        {"week", tr("Week")},
+        {"month", tr("Month")},
+        {"year", tr("Year")},
+        {"noRangeHeadline", tr("Not enough readings yet")},
+        {"noRangeCaption", tr("Waiting for readings")},
+        {"whatStoodOut", tr("What stood out")},
+        {"range", tr("Range")},
+        {"inFigures", tr("In figures")},
+        {"figuresSoon", tr("The figures appear as soon as this range holds a few hours of readings.")},
+        {"figuresSource",
+         tr("Every figure comes from the journal Torvel keeps on this machine. It never leaves it.")},
+        {"daysRecorded", tr("Days recorded")},
+        {"measuredCapacity", tr("Measured capacity")},
+    };
+}
+
 }  // namespace torvel

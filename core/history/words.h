@@ -2,8 +2,10 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "common/dates.h"
+#include "common/view_words.h"
 #include "history/analysis.h"
 #include "history/model.h"
 
@@ -27,6 +29,22 @@ struct RangeWords {
 
 struct JournalCaption {
     static std::string text(const HistoryAnalysis::DayReport& report);
+};
+
+// The figures under the Today and Long memory charts, each a value and what it measures.
+struct JournalFigures {
+    struct Figure {
+        std::string value;
+        std::string caption;
+    };
+    // Stress score, time at full, time held at the limit and, once the service told it, the time protected
+    // in all. None while the day has fewer than two readings.
+    static std::vector<Figure> today(const HistoryAnalysis::DayReport& report,
+                                     std::optional<double> protectedSeconds);
+    // The range's rows; none while it has fewer than two readings.
+    static std::vector<Figure> range(const HistoryAnalysis::DayReport& report);
+    // The range picker's labels, in the order of HistoryModel::ranges, and the lines of a range not loaded.
+    static ViewWords words();
 };
 
 }  // namespace torvel

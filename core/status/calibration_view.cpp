@@ -48,7 +48,43 @@ CalibrationView::RunLine CalibrationView::line(const CalibrationStatus::Run& run
     line.date = UpdateWords::mediumDate(run.at, Fmt::locale()).value_or("");
     if (run.afterRaw) line.capacity = tr("%1 mAh", {std::to_string(*run.afterRaw)});
     if (const auto pct = run.pct(run.afterRaw)) line.share = Fmt::percent(*pct);
+    if (line.capacity && line.share) {
+        line.measured = tr("%1 · %2 of design", {*line.capacity, *line.share});
+    } else {
+        line.measured = line.capacity.value_or(tr("Not measured"));
+    }
     return line;
+}
+
+std::string CalibrationView::stepsTitle(int step, int count, bool running) {
+    if (!running) return tr("The five steps");
+    return tr("Step %1 of %2", {std::to_string(step), std::to_string(count)});
+}
+
+ViewWords CalibrationView::words() {
+    return {
+        {"done", tr("Done")},
+        {"now", tr("Now")},
+        {"lastSweep", tr("Your last sweep")},
+        {"measure", tr("Measure what the battery holds")},
+        {"intro",
+         tr("A sweep takes the battery from full to nearly empty and back, so its gauge re-learns the real "
+            "capacity.")},
+        {"start", tr("Start a sweep")},
+        {"stop", tr("Stop")},
+        {"lastFailed", tr("The last sweep did not finish")},
+        {"stepsFootnote",
+         tr("A sweep takes most of a day: the run down goes at the pace of what the machine is "
+            "doing. Keep it plugged in; you can stop at any step and the battery goes back to your "
+            "limit.")},
+        {"pastSweeps", tr("Past sweeps")},
+        {"question", tr("Start a calibration sweep?")},
+        {"questionMessage",
+         tr("Torvel charges to 100%, runs the battery down in one go with charging held off even "
+            "while plugged in, then charges back to full. It takes most of a day; you can stop at "
+            "any time.")},
+        {"confirm", tr("Start")},
+    };
 }
 
 }  // namespace torvel

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "calibration/status.h"
+#include "common/view_words.h"
 #include "service/charge_settings.h"
 
 namespace torvel {
@@ -25,8 +26,15 @@ struct CalibrationView {
         std::optional<std::string> capacity;
         // The same as a share of the design capacity.
         std::optional<std::string> share;
+        // The capacity with its share, as the list shows it, or that nothing was measured.
+        std::string measured;
     };
     static RunLine line(const CalibrationStatus::Run& run);
+
+    // "Step 2 of 5" while a sweep runs, the steps' heading otherwise.
+    static std::string stepsTitle(int step, int count, bool running);
+    // The page's fixed words.
+    static ViewWords words();
 };
 
 }  // namespace torvel

@@ -239,6 +239,50 @@ std::optional<std::string> MacPage::historyAmount(const HistoryStore::Summary& h
                {std::to_string(history.days), Diagnostics::byteCount(history.bytes)});
 }
 
+std::string MacPage::historyOnDisk(const HistoryStore::Summary& history) {
+    return history.days > 0 ? Diagnostics::byteCount(history.bytes) : tr("Nothing yet");
+}
+
+std::string MacPage::versionLine(std::string_view version, std::string_view build) {
+    return tr("Version %1 (%2)", {version, build});
+}
+
+ViewWords MacPage::words() {
+    return {
+        {"copyReport", tr("Copy the diagnostic report")},
+        {"copied", tr("Copied")},
+        {"copiedNote", tr("Copied to the clipboard.")},
+        {"reset", tr("Reset")},
+        {"removeEverything", tr("Remove and erase data")},
+        {"privacyNote", tr("Torvel sends nothing: no analytics, no device ID.")},
+        {"checkup", tr("Checkup")},
+        {"troubleshooting", tr("Troubleshooting")},
+        {"machine", tr("Mac")},
+        {"system", tr("macOS")},
+        {"torvel", tr("Torvel")},
+        {"chargeService", tr("Charge service")},
+        {"chargeMechanism", tr("Charge mechanism")},
+        {"forcedDischarge", tr("Forced discharge")},
+        {"historyOnDisk", tr("History on disk")},
+        {"report", tr("Diagnostic report")},
+        {"reportHelp",
+         tr("Everything above in one block, to attach to a bug report. It goes to your clipboard and "
+            "nowhere else.")},
+        {"resetCounter", tr("Reset the counter")},
+        {"resetHelp", tr("The protected-time counter goes back to zero. Your history isn’t touched.")},
+        {"remove", tr("Remove Torvel from this Mac")},
+        {"removeHelp", tr("Charging goes back to macOS straight away.")},
+        {"website", tr("Website")},
+        {"privacy", tr("Privacy")},
+        {"writeToUs", tr("Write to us")},
+        {"removeQuestion", tr("Remove Torvel’s service and erase its data?")},
+        {"removeMessage",
+         tr("Your settings, statistics and your whole battery history are deleted. Charging goes back "
+            "to macOS straight away. This can’t be undone.")},
+        {"eraseEverything", tr("Erase everything")},
+    };
+}
+
 std::string MacPage::chargeMechanism(const PublishedStatus& status) {
     if (!status.smcKeys.empty()) {
         std::string keys;

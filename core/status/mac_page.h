@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "battery/system_lock.h"
+#include "common/view_words.h"
 #include "extras/login_item.h"
 #include "history/store.h"
 #include "service/charge_settings.h"
@@ -89,6 +90,12 @@ struct MacPage {
     static std::optional<std::string> trayNote(bool inTray);
     // "12 days recorded, 1.2 MB"; absent when nothing is recorded yet.
     static std::optional<std::string> historyAmount(const HistoryStore::Summary& history);
+    // The journal's size on disk for the troubleshooting card, or that there is none yet.
+    static std::string historyOnDisk(const HistoryStore::Summary& history);
+    // "Version 1.2 (1.2)": the version and the build.
+    static std::string versionLine(std::string_view version, std::string_view build);
+    // The page's fixed words.
+    static ViewWords words();
     // The control files the service writes, or what holds the charge instead.
     static std::string chargeMechanism(const PublishedStatus& status);
     static std::string forcedDischarge(const PublishedStatus& status);

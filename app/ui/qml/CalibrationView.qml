@@ -8,16 +8,16 @@ Column {
     spacing: 14
 
     readonly property var stepGlyphs: [Glyphs.bolt, Glyphs.comeDown, Glyphs.bolt, Glyphs.clock, Glyphs.shieldCheck]
-    readonly property var stepWords: ({ done: "Done", current: "Now", ahead: "" })
+    readonly property var stepWords: ({ done: Calibration.words.done, current: Calibration.words.now, ahead: "" })
     readonly property var stepTones: ({ done: Looks.Good, current: Looks.Accent, ahead: Looks.Quiet })
 
     HeroHeader {
         width: parent.width
         headline: Calibration.running ? Calibration.stepLabel
-                                      : Calibration.verdict.length > 0 ? "Your last sweep" : "Measure what the battery holds"
+                                      : Calibration.verdict.length > 0 ? Calibration.words.lastSweep : Calibration.words.measure
         subline: Calibration.running ? Calibration.stepReason
                                      : Calibration.verdict.length > 0 ? Calibration.verdict
-                                     : "A sweep takes the battery from full to nearly empty and back, so its gauge re-learns the real capacity."
+                                     : Calibration.words.intro
 
         Row {
             visible: Calibration.running
@@ -42,7 +42,7 @@ Column {
                 visible: !Calibration.running && !Calibration.requested
                 prominent: true
                 large: true
-                title: "Start a sweep"
+                title: Calibration.words.start
                 enabled: Calibration.canStart
                 onClicked: confirmation.open()
             }
@@ -50,7 +50,7 @@ Column {
                 objectName: "stopButton"
                 visible: Calibration.running || Calibration.requested
                 large: true
-                title: "Stop"
+                title: Calibration.words.stop
                 onClicked: Calibration.stop()
             }
         }
@@ -66,15 +66,15 @@ Column {
             width: Math.min(parent.width, 580)
             tone: Looks.Broken
             icon: Glyphs.warning
-            title: "The last sweep did not finish"
+            title: Calibration.words.lastFailed
             text: Calibration.lastFailure
         }
     }
 
     SettingsCard {
         width: parent.width
-        title: Calibration.running ? "Step " + Calibration.step + " of " + Calibration.stepCount : "The five steps"
-        footnote: "A sweep takes most of a day: the run down goes at the pace of what the machine is doing. Keep it plugged in; you can stop at any step and the battery goes back to your limit."
+        title: Calibration.stepsTitle
+        footnote: Calibration.words.stepsFootnote
         inset: 0
         Column {
             width: parent.width
@@ -102,7 +102,7 @@ Column {
     SettingsCard {
         visible: Calibration.runs.length > 0
         width: parent.width
-        title: "Past sweeps"
+        title: Calibration.words.pastSweeps
         footnote: [Calibration.trend, Calibration.systemGap].filter(t => t.length > 0).join(" ")
         CapacityRuns {
             width: parent.width
@@ -114,9 +114,9 @@ Column {
         id: confirmation
         objectName: "calibrationDialog"
         destructive: false
-        title: "Start a calibration sweep?"
-        message: "Torvel charges to 100%, runs the battery down in one go with charging held off even while plugged in, then charges back to full. It takes most of a day; you can stop at any time."
-        confirmTitle: "Start"
+        title: Calibration.words.question
+        message: Calibration.words.questionMessage
+        confirmTitle: Calibration.words.confirm
         onConfirmed: Calibration.start()
     }
 }

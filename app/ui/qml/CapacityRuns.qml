@@ -16,8 +16,7 @@ Column {
             InfoRow {
                 width: parent.width
                 label: modelData.date
-                value: modelData.share.length > 0 ? modelData.capacity + " · " + modelData.share + " of design"
-                                                  : (modelData.capacity.length > 0 ? modelData.capacity : "Not measured")
+                value: modelData.measured
             }
         }
     }

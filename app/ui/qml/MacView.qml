@@ -56,7 +56,7 @@ Column {
 
     SettingsCard {
         width: parent.width
-        title: "Checkup"
+        title: MacPage.words.checkup
         inset: 0
         Column {
             width: parent.width
@@ -113,19 +113,19 @@ Column {
     DisclosureCard {
         objectName: "troubleshooting"
         width: parent.width
-        title: "Troubleshooting"
+        title: MacPage.words.troubleshooting
 
         Column {
             width: parent.width
-            InfoRow { width: parent.width; label: "Mac"; value: MacPage.machine }
+            InfoRow { width: parent.width; label: MacPage.words.machine; value: MacPage.machine }
             RowDivider { inset: 0 }
-            InfoRow { width: parent.width; label: "macOS"; value: MacPage.system }
+            InfoRow { width: parent.width; label: MacPage.words.system; value: MacPage.system }
             RowDivider { inset: 0 }
-            InfoRow { width: parent.width; label: "Torvel"; value: MacPage.appVersion }
+            InfoRow { width: parent.width; label: MacPage.words.torvel; value: MacPage.appVersion }
             RowDivider { inset: 0 }
-            InfoRow { width: parent.width; label: "Charge service"; value: MacPage.serviceRunningTime }
+            InfoRow { width: parent.width; label: MacPage.words.chargeService; value: MacPage.serviceRunningTime }
             RowDivider { inset: 0 }
-            InfoRow { width: parent.width; label: "Charge mechanism"; value: MacPage.chargeMechanism }
+            InfoRow { width: parent.width; label: MacPage.words.chargeMechanism; value: MacPage.chargeMechanism }
             RowDivider { inset: 0 }
             Repeater {
                 model: MacPage.batteries
@@ -136,17 +136,17 @@ Column {
                     RowDivider { inset: 0 }
                 }
             }
-            InfoRow { width: parent.width; label: "Forced discharge"; value: MacPage.forcedDischarge }
+            InfoRow { width: parent.width; label: MacPage.words.forcedDischarge; value: MacPage.forcedDischarge }
             RowDivider { inset: 0 }
-            InfoRow { width: parent.width; label: "History on disk"; value: MacPage.historyOnDisk }
+            InfoRow { width: parent.width; label: MacPage.words.historyOnDisk; value: MacPage.historyOnDisk }
             RowDivider { inset: 0 }
 
             // The rows carry their own side padding; they span the card's whole width.
             SettingsRow {
                 x: -18
                 width: parent.width + 36
-                label: "Diagnostic report"
-                help: "Everything above in one block, to attach to a bug report. It goes to your clipboard and nowhere else."
+                label: MacPage.words.report
+                help: MacPage.words.reportHelp
                 note: MacPage.copiedNote
                 noteTone: Looks.Good
                 EmberButton {
@@ -158,8 +158,8 @@ Column {
             SettingsRow {
                 x: -18
                 width: parent.width + 36
-                label: "Reset the counter"
-                help: "The protected-time counter goes back to zero. Your history isn’t touched."
+                label: MacPage.words.resetCounter
+                help: MacPage.words.resetHelp
                 note: MacPage.resetError
                 noteTone: Looks.Broken
                 EmberButton {
@@ -172,8 +172,8 @@ Column {
             SettingsRow {
                 x: -18
                 width: parent.width + 36
-                label: "Remove Torvel from this Mac"
-                help: "Charging goes back to macOS straight away."
+                label: MacPage.words.remove
+                help: MacPage.words.removeHelp
                 note: MacPage.removeError
                 noteTone: Looks.Broken
                 EmberButton {
@@ -191,18 +191,18 @@ Column {
         width: parent.width
         note: MacPage.privacyNote
         links: [
-            { label: "Website", url: MacPage.websiteUrl },
-            { label: "Privacy", url: MacPage.privacyUrl },
-            { label: "Write to us", url: MacPage.contactUrl }
+            { label: MacPage.words.website, url: MacPage.websiteUrl },
+            { label: MacPage.words.privacy, url: MacPage.privacyUrl },
+            { label: MacPage.words.writeToUs, url: MacPage.contactUrl }
         ]
     }
 
     ConfirmDialog {
         id: removal
         objectName: "removalDialog"
-        title: "Remove Torvel’s service and erase its data?"
-        message: "Your settings, statistics and your whole battery history are deleted. Charging goes back to macOS straight away. This can’t be undone."
-        confirmTitle: "Erase everything"
+        title: MacPage.words.removeQuestion
+        message: MacPage.words.removeMessage
+        confirmTitle: MacPage.words.eraseEverything
         onConfirmed: MacPage.removeEverything()
     }
 }

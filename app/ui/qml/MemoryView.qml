@@ -17,7 +17,7 @@ Column {
         EmberSegmented {
             objectName: "rangePicker"
             width: Math.min(parent.width, 380)
-            accessibleName: "Range"
+            accessibleName: JournalPage.words.range
             options: JournalPage.ranges
             selection: History.range
             onPicked: (value) => History.range = value
@@ -37,10 +37,9 @@ Column {
 
     SettingsCard {
         width: parent.width
-        title: "In figures"
+        title: JournalPage.words.inFigures
         footnote: JournalPage.rangeYoung
-                  ? "The figures appear as soon as this range holds a few hours of readings."
-                  : "Every figure comes from the journal Torvel keeps on this machine. It never leaves it."
+                  ? JournalPage.words.figuresSoon : JournalPage.words.figuresSource
         Column {
             width: parent.width
             Repeater {
@@ -52,7 +51,7 @@ Column {
                     RowDivider { inset: 0 }
                 }
             }
-            InfoRow { width: parent.width; label: "Days recorded"; value: JournalPage.daysRecorded }
+            InfoRow { width: parent.width; label: JournalPage.words.daysRecorded; value: JournalPage.daysRecorded }
         }
     }
 
@@ -68,7 +67,7 @@ Column {
     SettingsCard {
         visible: Calibration.runs.length > 0
         width: parent.width
-        title: "Measured capacity"
+        title: JournalPage.words.measuredCapacity
         footnote: Calibration.trend
         CapacityRuns {
             width: parent.width

@@ -2,7 +2,7 @@ import QtQuick
 import Torvel
 
 // One setting around the limit: its symbol and title, its control, what it does, and a line saying what it
-// is doing now. A card whose feature this machine lacks shows "Not on this Mac" in place of the control.
+// is doing now. A card whose feature this machine lacks shows `unavailableText` in place of the control.
 Surface {
     id: card
     property string glyph
@@ -10,6 +10,8 @@ Surface {
     property string help
     property string note
     property string stateLine
+    // What shows in place of the control when this machine lacks the feature.
+    property string unavailableText
     property int stateTone: Looks.Quiet
     property bool available: true
     property bool switchable: true
@@ -67,7 +69,7 @@ Surface {
                 Text {
                     id: notHere
                     anchors.centerIn: parent
-                    text: "Not on this Mac"
+                    text: card.unavailableText
                     font: Ember.words(12, "semibold")
                     color: Ember.text3
                 }

@@ -9,8 +9,8 @@ Column {
 
     PageHeader {
         width: parent.width
-        title: "Settings"
-        subtitle: "How Torvel holds your battery, and what it does around the limit."
+        title: SettingsPage.words.title
+        subtitle: SettingsPage.words.subtitle
     }
 
     NoteCard {
@@ -25,7 +25,7 @@ Column {
         width: parent.width
         tone: Looks.Todo
         icon: Glyphs.warning
-        title: "Some settings are waiting for the charge service"
+        title: SettingsPage.words.waitingTitle
         text: SettingsPage.unreachableText
     }
     Column {
@@ -60,7 +60,7 @@ Column {
         title: SettingsPage.saveNote
     }
 
-    SectionHead { text: "Around the limit" }
+    SectionHead { text: SettingsPage.words.aroundLimit }
 
     Grid {
         id: cards
@@ -77,13 +77,13 @@ Column {
             width: cards.cellWidth
             height: cards.firstRow
             glyph: Glyphs.comeDown
-            title: "Auto discharge"
+            title: SettingsPage.words.discharge
+            unavailableText: SettingsPage.words.notOnThisMac
             available: SettingsPage.dischargeSupported
             on: SettingsPage.discharge
             controlEnabled: SettingsPage.canReachService
-            help: available ? "If the battery is above your limit, Torvel cuts the adapter so it comes back down, even plugged in. It costs a little cycle life, and nothing sits at 100% any more."
-                            : "This Mac won’t let software cut the power."
-            stateLine: SettingsPage.discharge ? "Comes back down to the limit on its own, even plugged in" : "Off"
+            help: SettingsPage.dischargeHelp
+            stateLine: SettingsPage.dischargeState
             stateTone: SettingsPage.discharge ? Looks.Good : Looks.Quiet
             onToggled: (on) => SettingsPage.setDischarge(on)
         }
@@ -92,13 +92,12 @@ Column {
             width: cards.cellWidth
             height: cards.firstRow
             glyph: Glyphs.thermometer
-            title: "Overheating"
+            title: SettingsPage.words.overheating
             on: SettingsPage.thermal
             controlEnabled: SettingsPage.canReachService
-            help: "Charging starts again 3 °C lower."
+            help: SettingsPage.words.overheatingHelp
             note: SettingsPage.heatLine
-            stateLine: SettingsPage.thermal ? "Pauses above " + SettingsPage.thermalLimit + " °C · " + SettingsPage.thermalWord
-                                            : "Never pauses for heat"
+            stateLine: SettingsPage.thermalState
             stateTone: SettingsPage.thermal ? Looks.Good : Looks.Quiet
             onToggled: (on) => SettingsPage.setThermal(on)
             Item {
@@ -107,7 +106,7 @@ Column {
                 enabled: SettingsPage.thermal
                 Text {
                     anchors.verticalCenter: parent.verticalCenter
-                    text: "Pause at"
+                    text: SettingsPage.words.pauseAt
                     font: Ember.words(12.5, "medium")
                     color: Ember.text2
                     opacity: parent.enabled ? 1 : 0.5
@@ -115,7 +114,7 @@ Column {
                 EmberSegmented {
                     anchors.right: parent.right
                     width: 200
-                    accessibleName: "Pause at"
+                    accessibleName: SettingsPage.words.pauseAt
                     enabled: parent.enabled
                     options: SettingsPage.thermalOptions
                     selection: SettingsPage.thermalLimit
@@ -128,13 +127,13 @@ Column {
             width: cards.cellWidth
             height: cards.secondRow
             glyph: Glyphs.lightbulb
-            title: "MagSafe light"
+            title: SettingsPage.words.led
+            unavailableText: SettingsPage.words.notOnThisMac
             available: SettingsPage.ledSupported
             on: SettingsPage.led
             controlEnabled: SettingsPage.ledControllable
-            help: available ? "Steady green at your limit, blinking on the way there, amber on a normal charge. The light can be seen even with the lid shut."
-                            : "This Mac has no MagSafe light we can drive."
-            stateLine: SettingsPage.led ? "Follows the charge" : "Left to macOS"
+            help: SettingsPage.ledHelp
+            stateLine: SettingsPage.ledState
             stateTone: SettingsPage.led ? Looks.Good : Looks.Quiet
             onToggled: (on) => SettingsPage.setLed(on)
             Item {
@@ -144,7 +143,7 @@ Column {
                 PopChoice {
                     anchors.left: parent.left
                     width: parent.width
-                    caption: "Blink speed"
+                    caption: SettingsPage.words.blinkSpeed
                     enabled: SettingsPage.ledControllable
                     options: SettingsPage.blinkOptions
                     selection: SettingsPage.blinkTenths
@@ -157,12 +156,12 @@ Column {
             width: cards.cellWidth
             height: cards.secondRow
             glyph: Glyphs.boltCircle
-            title: "End of Top-up"
+            title: SettingsPage.words.topUp
             switchable: false
-            help: "Top-up charges to 100% once, before you leave. Then your limit comes back on its own."
+            help: SettingsPage.words.topUpHelp
             AdviceSegmented {
                 width: parent.width
-                caption: "Top-up ends"
+                caption: SettingsPage.words.topUpEnds
                 options: SettingsPage.topUpOptions
                 selection: SettingsPage.topUpHours
                 help: {
@@ -174,7 +173,7 @@ Column {
         }
     }
 
-    SectionHead { text: "Torvel" }
+    SectionHead { text: SettingsPage.words.torvel }
 
     Surface {
         id: strip
@@ -192,21 +191,21 @@ Column {
                 id: historyCell
                 width: strip.cellWidth
                 glyph: Glyphs.clock
-                title: "History"
-                help: "One reading a minute at most, and only when something changes. It feeds the journal and the long memory, and never leaves this Mac."
+                title: SettingsPage.words.history
+                help: SettingsPage.words.historyHelp
                 Item {
                     width: parent.width
                     height: 30
                     EmberSwitch {
                         anchors.verticalCenter: parent.verticalCenter
-                        accessibleName: "History"
+                        accessibleName: SettingsPage.words.history
                         checked: SettingsPage.history
                         enabled: SettingsPage.canReachService
                         onToggled: (on) => SettingsPage.setHistory(on)
                     }
                     PopChoice {
                         anchors.right: parent.right
-                        caption: "Keep for"
+                        caption: SettingsPage.words.keepFor
                         enabled: SettingsPage.history
                         options: SettingsPage.historyOptions
                         selection: SettingsPage.historyDays
@@ -219,14 +218,14 @@ Column {
                 id: startupCell
                 width: strip.cellWidth
                 glyph: Glyphs.enter
-                title: "Startup"
-                help: "Torvel comes back to the menu bar when you turn the Mac on. No Dock icon, no window. Your limit holds even without it: the charge service doesn’t need the app."
+                title: SettingsPage.words.startup
+                help: SettingsPage.words.startupHelp
                 Column {
                     width: parent.width
                     spacing: 6
                     EmberSegmented {
                         width: parent.width
-                        accessibleName: "Startup"
+                        accessibleName: SettingsPage.words.startup
                         options: SettingsPage.startupOptions
                         selection: SettingsPage.startup
                         onPicked: (value) => SettingsPage.setStartup(value)
@@ -234,9 +233,9 @@ Column {
                     Row {
                         visible: SettingsPage.startupNeedsApproval
                         spacing: 6
-                        Text { text: "Approval required ·"; font: Ember.words(12.5, "semibold"); color: Ember.goldText }
+                        Text { text: SettingsPage.words.approvalRequired; font: Ember.words(12.5, "semibold"); color: Ember.goldText }
                         Text {
-                            text: "Open"
+                            text: SettingsPage.words.open
                             font: Ember.words(12.5, "semibold")
                             color: Ember.emberText
                             MouseArea { anchors.fill: parent; cursorShape: Qt.PointingHandCursor; onClicked: SettingsPage.openStartupApproval() }
@@ -257,7 +256,7 @@ Column {
                 id: updatesCell
                 width: strip.cellWidth
                 glyph: Glyphs.download
-                title: "Updates"
+                title: SettingsPage.words.updates
                 help: Updater.help
                 UpdateControls { width: parent.width }
             }

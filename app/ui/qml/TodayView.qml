@@ -37,7 +37,7 @@ Column {
         }
     }
 
-    SectionHead { text: JournalPage.todayYoung ? "" : "What stood out"; visible: text.length > 0 }
+    SectionHead { text: JournalPage.todayYoung ? "" : JournalPage.words.whatStoodOut; visible: text.length > 0 }
     InsightList {
         width: parent.width
         insights: JournalPage.insights
