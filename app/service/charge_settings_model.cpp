@@ -63,9 +63,6 @@ void ChargeSettings::publish() {
     ServiceStatus status = state_.status;
     status.published.ts = {};
     assignAndNotify(this, shown_.status, std::move(status), &ChargeSettings::statusChanged);
-    if (state_.sameForViews(announced_)) return;
-    announced_ = state_;
-    emit changed();
 }
 
 void ChargeSettings::setLimit(int limit) {

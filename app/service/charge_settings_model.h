@@ -139,8 +139,6 @@ class ChargeSettings : public QObject {
     // The service's last status in value() moved, apart from the time it was written, which moves on every
     // beat and only decides freshness.
     void statusChanged();
-    // Anything in value() a view shows moved. Kept for the models not yet following the signals above.
-    void changed();
     // After each status refresh: whether the limit is verified to work (invalid: not yet known) and whether
     // the system is locked with the service installed. The notifier listens.
     void statusRefreshed(QVariant gateVerified, bool systemLocked);
@@ -192,7 +190,6 @@ class ChargeSettings : public QObject {
     ChargeService::Scheduler after_;
 
     ChargeSettingsState state_;
-    ChargeSettingsState announced_;
     Shown shown_;
     QTimer poll_;
     int liveWatchers_ = 0;

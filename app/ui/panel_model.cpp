@@ -36,11 +36,8 @@ PanelModel::PanelModel(BatteryMonitor& battery, ChargeSettings& settings, Histor
                                   .ticks = false}) {
     connect(&battery_, &BatteryMonitor::snapshotChanged, this, &PanelModel::recompute);
     connect(&history_, &HistoryModel::todayChanged, this, &PanelModel::recompute);
-    // The published status has no property of its own: each status read brings it, and a read that moved
-    // nothing moves no property here either.
-    connect(&settings_, &ChargeSettings::statusRefreshed, this, &PanelModel::recompute);
     for (const auto signal :
-         {&ChargeSettings::enabledChanged, &ChargeSettings::limitChanged, &ChargeSettings::heldLimitChanged,
+         {&ChargeSettings::statusChanged, &ChargeSettings::settingsChanged, &ChargeSettings::enabledChanged, &ChargeSettings::limitChanged, &ChargeSettings::heldLimitChanged,
           &ChargeSettings::topUpChanged, &ChargeSettings::canReachServiceChanged,
           &ChargeSettings::stateChanged, &ChargeSettings::serviceStateChanged,
           &ChargeSettings::writeErrorChanged, &ChargeSettings::serviceErrorChanged,

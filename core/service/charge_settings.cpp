@@ -30,12 +30,6 @@ ServiceState ChargeSettingsState::serviceState(const InstallationFacts& installa
     return torvel::serviceState(serviceFacts(installation));
 }
 
-bool ChargeSettingsState::sameForViews(const ChargeSettingsState& other) const {
-    ChargeSettingsState stamped = other;
-    stamped.status.published.ts = status.published.ts;
-    return stamped == *this;
-}
-
 bool isInstalledCopy(const std::filesystem::path& path) {
     std::error_code error;
     const auto resolved = std::filesystem::weakly_canonical(path, error);

@@ -49,9 +49,6 @@ struct ChargeSettingsState {
     ServiceFacts serviceFacts(const InstallationFacts& installation) const;
     ServiceState serviceState(const InstallationFacts& installation) const;
 
-    // Equal in everything a view can show: the time the service last wrote its file moves on every beat
-    // and only decides freshness, which is compared on its own.
-    bool sameForViews(const ChargeSettingsState& other) const;
     bool operator==(const ChargeSettingsState&) const = default;
 };
 

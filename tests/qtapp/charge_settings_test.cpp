@@ -192,7 +192,7 @@ TEST(ChargeSettings, AStatusThatBringsNothingNewLeavesTheDerivedModelsAlone) {
     rig.writeStatus(R"("state":"hold","pct":80)");
     settings.refreshStatus();
     int recomputes = 0;
-    QObject::connect(&settings, &ChargeSettings::changed, [&recomputes] { ++recomputes; });
+    QObject::connect(&settings, &ChargeSettings::statusChanged, [&recomputes] { ++recomputes; });
     rig.now += 30;
     rig.writeStatus(R"("state":"hold","pct":80)");
     settings.refreshStatus();
