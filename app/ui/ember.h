@@ -103,8 +103,8 @@ class Ember : public QObject {
     // The dark appearance's text, for the few surfaces that are dark in both (the charge arrival's capsule).
     static QColor nightText() { return QColor(0xEEF0F2); }
 
-    // Text roles: the type scale's sizes in pixels, smallest first, read as `Ember.words(Ember.body, "medium")`.
-    // A view names the role it plays, so a change of scale is made here once.
+    // Text roles: the type scale's sizes in pixels, smallest first. A view names the role its text plays,
+    // `Ember.words(Ember.body, "medium")`, so a change of scale is made here once.
     static constexpr qreal micro() { return 11; }
     static constexpr qreal caption() { return 11.5; }
     static constexpr qreal small() { return 12; }

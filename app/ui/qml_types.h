@@ -1,9 +1,10 @@
 #pragma once
 
+#include <QtQml/qqmlregistration.h>
+
 #include <QJSEngine>
 #include <QObject>
 #include <QPointer>
-#include <QtQml/qqmlregistration.h>
 
 #include "extras/updater_model.h"
 #include "history/chart_model.h"
@@ -23,10 +24,11 @@
 
 class QQmlEngine;
 
-// The types the views see under `import Torvel`. The models are built and owned by the composition root, which
-// wires them to the service before any view exists, so QML never constructs them: each singleton's create()
-// answers with the instance the root (or a test's host) handed over. The declarations sit here rather than in
-// the models' own headers so a model stays a plain QObject that tests build without a QML engine.
+// The types the views see under `import Torvel`. The models are built and owned by the composition root,
+// which wires them to the service before any view exists, so QML never constructs them: each singleton's
+// create() answers with the instance the root (or a test's host) handed over. The declarations sit here
+// rather than in the models' own headers so a model stays a plain QObject that tests build without a QML
+// engine.
 namespace torvel::app {
 
 // Pulls the module's generated registration into any program that links the app's static library.
@@ -67,7 +69,9 @@ struct PanelSingleton {
     QML_SINGLETON
 
   public:
-    static PanelModel* create(QQmlEngine* qml, QJSEngine* js) { return QmlInstance<PanelModel>::create(qml, js); }
+    static PanelModel* create(QQmlEngine* qml, QJSEngine* js) {
+        return QmlInstance<PanelModel>::create(qml, js);
+    }
 };
 
 struct RouteSingleton {
@@ -77,7 +81,9 @@ struct RouteSingleton {
     QML_SINGLETON
 
   public:
-    static WindowRoute* create(QQmlEngine* qml, QJSEngine* js) { return QmlInstance<WindowRoute>::create(qml, js); }
+    static WindowRoute* create(QQmlEngine* qml, QJSEngine* js) {
+        return QmlInstance<WindowRoute>::create(qml, js);
+    }
 };
 
 struct UpdaterSingleton {
@@ -97,7 +103,9 @@ struct SettingsPageSingleton {
     QML_SINGLETON
 
   public:
-    static SettingsPageModel* create(QQmlEngine* qml, QJSEngine* js) { return QmlInstance<SettingsPageModel>::create(qml, js); }
+    static SettingsPageModel* create(QQmlEngine* qml, QJSEngine* js) {
+        return QmlInstance<SettingsPageModel>::create(qml, js);
+    }
 };
 
 struct MacPageSingleton {
@@ -107,7 +115,9 @@ struct MacPageSingleton {
     QML_SINGLETON
 
   public:
-    static MacPageModel* create(QQmlEngine* qml, QJSEngine* js) { return QmlInstance<MacPageModel>::create(qml, js); }
+    static MacPageModel* create(QQmlEngine* qml, QJSEngine* js) {
+        return QmlInstance<MacPageModel>::create(qml, js);
+    }
 };
 
 struct HistorySingleton {
@@ -117,7 +127,9 @@ struct HistorySingleton {
     QML_SINGLETON
 
   public:
-    static HistoryModel* create(QQmlEngine* qml, QJSEngine* js) { return QmlInstance<HistoryModel>::create(qml, js); }
+    static HistoryModel* create(QQmlEngine* qml, QJSEngine* js) {
+        return QmlInstance<HistoryModel>::create(qml, js);
+    }
 };
 
 struct JournalPageSingleton {
@@ -127,7 +139,9 @@ struct JournalPageSingleton {
     QML_SINGLETON
 
   public:
-    static JournalPageModel* create(QQmlEngine* qml, QJSEngine* js) { return QmlInstance<JournalPageModel>::create(qml, js); }
+    static JournalPageModel* create(QQmlEngine* qml, QJSEngine* js) {
+        return QmlInstance<JournalPageModel>::create(qml, js);
+    }
 };
 
 struct CalibrationSingleton {
@@ -137,7 +151,9 @@ struct CalibrationSingleton {
     QML_SINGLETON
 
   public:
-    static CalibrationModel* create(QQmlEngine* qml, QJSEngine* js) { return QmlInstance<CalibrationModel>::create(qml, js); }
+    static CalibrationModel* create(QQmlEngine* qml, QJSEngine* js) {
+        return QmlInstance<CalibrationModel>::create(qml, js);
+    }
 };
 
 struct ServiceInstallerSingleton {
@@ -147,7 +163,9 @@ struct ServiceInstallerSingleton {
     QML_SINGLETON
 
   public:
-    static ServiceInstaller* create(QQmlEngine* qml, QJSEngine* js) { return QmlInstance<ServiceInstaller>::create(qml, js); }
+    static ServiceInstaller* create(QQmlEngine* qml, QJSEngine* js) {
+        return QmlInstance<ServiceInstaller>::create(qml, js);
+    }
 };
 
 struct OnboardingSingleton {
@@ -157,7 +175,9 @@ struct OnboardingSingleton {
     QML_SINGLETON
 
   public:
-    static OnboardingWindowController* create(QQmlEngine* qml, QJSEngine* js) { return QmlInstance<OnboardingWindowController>::create(qml, js); }
+    static OnboardingWindowController* create(QQmlEngine* qml, QJSEngine* js) {
+        return QmlInstance<OnboardingWindowController>::create(qml, js);
+    }
 };
 
 struct ChartViewType {
