@@ -38,11 +38,10 @@
 #include "status/desktop_notifier.h"
 #include "status/mac_page_model.h"
 #include "ui/calibration_model.h"
-#include "ui/chart_item.h"
 #include "ui/desktop_preferences.h"
 #include "ui/ember.h"
-#include "ui/looks.h"
 #include "ui/panel_model.h"
+#include "ui/qml_types.h"
 #include "ui/settings_page_model.h"
 
 namespace torvel::app {
@@ -316,23 +315,20 @@ void TorvelApp::open(const StartUpPlan& plan) {
 
 QQmlApplicationEngine& TorvelApp::engine() {
     if (!engine_) {
-        qmlRegisterSingletonInstance("Torvel", 1, 0, "Ember", ember_.get());
-        qmlRegisterSingletonInstance("Torvel", 1, 0, "Panel", panel_.get());
-        ChartItem::registerType();
-        qmlRegisterSingletonInstance("Torvel", 1, 0, "Route", &windows_->route());
-        qmlRegisterSingletonInstance("Torvel", 1, 0, "Updater", updater_.get());
-        qmlRegisterSingletonInstance("Torvel", 1, 0, "SettingsPage", settingsPage_.get());
-        qmlRegisterSingletonInstance("Torvel", 1, 0, "MacPage", macPage_.get());
-        qmlRegisterSingletonInstance("Torvel", 1, 0, "History", history_.get());
-        qmlRegisterSingletonInstance("Torvel", 1, 0, "JournalPage", journalPage_.get());
-        qmlRegisterSingletonInstance("Torvel", 1, 0, "Calibration", calibration_.get());
-        qmlRegisterSingletonInstance("Torvel", 1, 0, "ServiceInstaller", installer_.get());
-        qmlRegisterSingletonInstance("Torvel", 1, 0, "Onboarding", onboarding_.get());
-        qmlRegisterUncreatableType<OnboardingModel>(
-            "Torvel", 1, 0, "OnboardingModel", QStringLiteral("The onboarding window is given its model"));
-        qmlRegisterUncreatableMetaObject(Looks::staticMetaObject, "Torvel", 1, 0, "Looks",
-                                         QStringLiteral("Looks only names tones and kinds"));
+        QmlInstance<Ember>::set(ember_.get());
+        QmlInstance<PanelModel>::set(panel_.get());
+        QmlInstance<WindowRoute>::set(&windows_->route());
+        QmlInstance<Updater>::set(updater_.get());
+        QmlInstance<SettingsPageModel>::set(settingsPage_.get());
+        QmlInstance<MacPageModel>::set(macPage_.get());
+        QmlInstance<HistoryModel>::set(history_.get());
+        QmlInstance<JournalPageModel>::set(journalPage_.get());
+        QmlInstance<CalibrationModel>::set(calibration_.get());
+        QmlInstance<ServiceInstaller>::set(installer_.get());
+        QmlInstance<OnboardingWindowController>::set(onboarding_.get());
         engine_ = std::make_unique<QQmlApplicationEngine>();
+        // The module's qmldir lies at qrc:/Torvel, which Qt 6.4 does not search by itself.
+        engine_->addImportPath(QStringLiteral("qrc:/"));
     }
     return *engine_;
 }

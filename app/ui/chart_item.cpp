@@ -69,12 +69,6 @@ ChartItem::ChartItem(QQuickItem* parent) : QQuickItem(parent) {
     setActiveFocusOnTab(true);
 }
 
-void ChartItem::registerType() {
-    qmlRegisterType<ChartItem>("Torvel", 1, 0, "ChartView");
-    qmlRegisterUncreatableType<ChartModel>("Torvel", 1, 0, "ChartModel",
-                                           QStringLiteral("chart models come from the app's models"));
-}
-
 void ChartItem::setModel(ChartModel* model) {
     if (model_ == model) return;
     if (model_) disconnect(model_, nullptr, this, nullptr);

@@ -33,9 +33,6 @@ class ChartItem : public QQuickItem {
     // What the item would draw at its current size.
     ChartScene scene() const;
 
-    // Makes `ChartView` available to QML under the app's module.
-    static void registerType();
-
   signals:
     void modelChanged();
     void emberChanged();

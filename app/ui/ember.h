@@ -56,6 +56,33 @@ class Ember : public QObject {
     // 1 while things move, 0 when the desktop asks for reduced motion: views write `duration: 180 *
     // Ember.motion`, and stop what would only loop.
     Q_PROPERTY(qreal motion READ motion NOTIFY motionChanged)
+    Q_PROPERTY(qreal micro READ micro CONSTANT)
+    Q_PROPERTY(qreal caption READ caption CONSTANT)
+    Q_PROPERTY(qreal small READ small CONSTANT)
+    Q_PROPERTY(qreal body READ body CONSTANT)
+    Q_PROPERTY(qreal label READ label CONSTANT)
+    Q_PROPERTY(qreal control READ control CONSTANT)
+    Q_PROPERTY(qreal subhead READ subhead CONSTANT)
+    Q_PROPERTY(qreal lead READ lead CONSTANT)
+    Q_PROPERTY(qreal title READ title CONSTANT)
+    Q_PROPERTY(qreal heading READ heading CONSTANT)
+    Q_PROPERTY(qreal headline READ headline CONSTANT)
+    Q_PROPERTY(qreal figureSmall READ figureSmall CONSTANT)
+    Q_PROPERTY(qreal figure READ figure CONSTANT)
+    Q_PROPERTY(qreal figureLarge READ figureLarge CONSTANT)
+    Q_PROPERTY(qreal display READ display CONSTANT)
+    Q_PROPERTY(qreal hero READ hero CONSTANT)
+    Q_PROPERTY(qreal heroLarge READ heroLarge CONSTANT)
+    Q_PROPERTY(int spaceHair READ spaceHair CONSTANT)
+    Q_PROPERTY(int spaceTight READ spaceTight CONSTANT)
+    Q_PROPERTY(int spaceSmall READ spaceSmall CONSTANT)
+    Q_PROPERTY(int spaceBase READ spaceBase CONSTANT)
+    Q_PROPERTY(int spaceMedium READ spaceMedium CONSTANT)
+    Q_PROPERTY(int spaceCozy READ spaceCozy CONSTANT)
+    Q_PROPERTY(int spaceRoomy READ spaceRoomy CONSTANT)
+    Q_PROPERTY(int spaceLarge READ spaceLarge CONSTANT)
+    Q_PROPERTY(int spaceSection READ spaceSection CONSTANT)
+    Q_PROPERTY(int spacePage READ spacePage CONSTANT)
 
   public:
     explicit Ember(QObject* parent = nullptr);
@@ -92,6 +119,38 @@ class Ember : public QObject {
     static QColor on() { return QColor(0x14171A); }
     // The dark appearance's text, for the few surfaces that are dark in both (the charge arrival's capsule).
     static QColor nightText() { return QColor(0xEEF0F2); }
+
+    // Text roles: the type scale's sizes in pixels, smallest first. A view names the role its text plays,
+    // `Ember.words(Ember.body, "medium")`, so a change of scale is made here once.
+    static constexpr qreal micro() { return 11; }
+    static constexpr qreal caption() { return 11.5; }
+    static constexpr qreal small() { return 12; }
+    static constexpr qreal body() { return 12.5; }
+    static constexpr qreal label() { return 13; }
+    static constexpr qreal control() { return 13.5; }
+    static constexpr qreal subhead() { return 14; }
+    static constexpr qreal lead() { return 14.5; }
+    static constexpr qreal title() { return 15; }
+    static constexpr qreal heading() { return 16; }
+    static constexpr qreal headline() { return 17; }
+    static constexpr qreal figureSmall() { return 22; }
+    static constexpr qreal figure() { return 24; }
+    static constexpr qreal figureLarge() { return 26; }
+    static constexpr qreal display() { return 30; }
+    static constexpr qreal hero() { return 44; }
+    static constexpr qreal heroLarge() { return 54; }
+    // Spacing steps in pixels between and around blocks. Odd values and negative overhangs left in the views
+    // are optical corrections of one drawing, not steps of the rhythm.
+    static constexpr int spaceHair() { return 2; }
+    static constexpr int spaceTight() { return 4; }
+    static constexpr int spaceSmall() { return 6; }
+    static constexpr int spaceBase() { return 8; }
+    static constexpr int spaceMedium() { return 10; }
+    static constexpr int spaceCozy() { return 12; }
+    static constexpr int spaceRoomy() { return 14; }
+    static constexpr int spaceLarge() { return 16; }
+    static constexpr int spaceSection() { return 18; }
+    static constexpr int spacePage() { return 24; }
 
     // `weight` is a word: "ultraLight", "thin", "light", "regular", "medium", "semibold", "bold", "heavy",
     // "black". Sizes are pixel sizes at the desktop's usual text size, scaled with its text scaling.

@@ -92,7 +92,6 @@ TEST(ChartModel, TheSameSeriesAgainChangesNothing) {
 
 TEST(ChartView, DrawsTheDayOffscreenAndItsMeshStaysInside) {
     testing::qtApp();
-    ChartItem::registerType();
     ChartModel model(dayFrame());
     model.setSeries(dayWithAGap(), 1440);
     Ember ember;

@@ -11,7 +11,7 @@
 #include "qt_support.h"
 #include "status/mac_page_model.h"
 #include "ui/ember.h"
-#include "ui/looks.h"
+#include "ui/qml_types.h"
 
 namespace torvel::app::testing {
 namespace {
@@ -74,12 +74,10 @@ struct PageHost {
                             .source = UpdateSource::none,
                             .installDeadline = std::chrono::seconds(1)});
         ember.setDark(dark);
-        qmlRegisterSingletonInstance("Torvel", 1, 0, "Ember", &ember);
-        qmlRegisterSingletonInstance("Torvel", 1, 0, "Updater", updater.get());
-        qmlRegisterSingletonInstance("Torvel", 1, 0, "MacPage", model.get());
-        qmlRegisterSingletonInstance("Torvel", 1, 0, "ServiceInstaller", installer.get());
-        qmlRegisterUncreatableMetaObject(Looks::staticMetaObject, "Torvel", 1, 0, "Looks",
-                                         QStringLiteral("tones"));
+        QmlInstance<Ember>::set(&ember);
+        QmlInstance<Updater>::set(updater.get());
+        QmlInstance<MacPageModel>::set(model.get());
+        QmlInstance<ServiceInstaller>::set(installer.get());
 
         QQmlComponent component(&engine);
         component.setData(R"(import QtQuick
