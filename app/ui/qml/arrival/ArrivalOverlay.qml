@@ -78,7 +78,7 @@ Window {
         Row {
             id: content
             anchors.centerIn: parent
-            spacing: 8
+            spacing: Ember.spaceBase
             Shape {
                 anchors.verticalCenter: parent.verticalCenter
                 width: 15
@@ -100,7 +100,7 @@ Window {
                 anchors.verticalCenter: parent.verticalCenter
                 visible: overlay.label.length > 0
                 text: overlay.label
-                font: Ember.words(13, "semibold")
+                font: Ember.words(Ember.label, "semibold")
                 color: Ember.nightText
             }
         }

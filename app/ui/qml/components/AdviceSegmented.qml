@@ -14,7 +14,7 @@ Column {
         for (let i = 0; i < options.length; ++i) if (options[i].recommended) return true
         return false
     }
-    spacing: 8
+    spacing: Ember.spaceBase
 
     Item {
         width: parent.width
@@ -22,7 +22,7 @@ Column {
         Text {
             id: captionText
             text: advice.caption
-            font: Ember.words(12.5, "semibold")
+            font: Ember.words(Ember.body, "semibold")
             color: Ember.text2
         }
         RecommendedTag {
@@ -44,7 +44,7 @@ Column {
         text: advice.help
         wrapMode: Text.WordWrap
         lineHeight: 1.2
-        font: Ember.words(12.5, "regular")
+        font: Ember.words(Ember.body, "regular")
         color: Ember.text2
         opacity: advice.enabled ? 1 : 0.5
     }

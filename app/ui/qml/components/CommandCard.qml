@@ -23,9 +23,9 @@ SettingsCard {
         TextEdit {
             id: line
             anchors.left: mark.right
-            anchors.leftMargin: 12
+            anchors.leftMargin: Ember.spaceCozy
             anchors.right: copyButton.left
-            anchors.rightMargin: 12
+            anchors.rightMargin: Ember.spaceCozy
             anchors.verticalCenter: parent.verticalCenter
             readOnly: true
             selectByMouse: true

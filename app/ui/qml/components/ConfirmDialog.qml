@@ -17,7 +17,7 @@ Popup {
     width: 440
     modal: true
     focus: true
-    padding: 24
+    padding: Ember.spacePage
     closePolicy: Popup.CloseOnEscape | Popup.CloseOnPressOutside
     Overlay.modal: Rectangle { color: Ember.shade }
 
@@ -28,14 +28,14 @@ Popup {
         border.color: Ember.ring
     }
     contentItem: Column {
-        spacing: 10
+        spacing: Ember.spaceMedium
         Accessible.role: Accessible.Dialog
         Accessible.name: dialog.title
         Text {
             width: parent.width
             text: dialog.title
             wrapMode: Text.WordWrap
-            font: Ember.words(17, "bold")
+            font: Ember.words(Ember.headline, "bold")
             color: Ember.text
         }
         Text {
@@ -43,7 +43,7 @@ Popup {
             text: dialog.message
             wrapMode: Text.WordWrap
             lineHeight: 1.35
-            font: Ember.words(13.5, "regular")
+            font: Ember.words(Ember.control, "regular")
             color: Ember.text2
         }
         Item {
@@ -53,7 +53,7 @@ Popup {
                 id: buttons
                 anchors.right: parent.right
                 anchors.bottom: parent.bottom
-                spacing: 10
+                spacing: Ember.spaceMedium
                 EmberButton {
                     objectName: "dialogCancel"
                     title: "Cancel"

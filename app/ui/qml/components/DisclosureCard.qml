@@ -31,12 +31,12 @@ Surface {
             x: 18
             anchors.verticalCenter: parent.verticalCenter
             text: card.title
-            font: Ember.words(15, "semibold")
+            font: Ember.words(Ember.title, "semibold")
             color: Ember.text
         }
         Glyph {
             anchors.right: parent.right
-            anchors.rightMargin: 18
+            anchors.rightMargin: Ember.spaceSection
             anchors.verticalCenter: parent.verticalCenter
             size: 11
             lineWidth: 3

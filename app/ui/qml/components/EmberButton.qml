@@ -28,7 +28,7 @@ Item {
     Rectangle {
         visible: button.kind === Looks.Prominent
         anchors.fill: parent
-        anchors.topMargin: 2
+        anchors.topMargin: Ember.spaceHair
         anchors.bottomMargin: -2
         radius: height / 2
         color: Ember.ember3
@@ -48,7 +48,7 @@ Item {
         id: label
         anchors.centerIn: parent
         text: button.title + (button.showsKey ? "  ↩" : "")
-        font: Ember.words(button.large ? 14.5 : 13.5, "semibold")
+        font: Ember.words(button.large ? Ember.lead : Ember.control, "semibold")
         color: button.kind === Looks.Prominent ? Ember.on : button.kind === Looks.Destructive ? Ember.danger : Ember.text
     }
     FocusRing { target: button; radius: height / 2 }

@@ -41,7 +41,7 @@ Item {
     Repeater {
         id: measure
         model: control.options
-        Text { visible: false; text: modelData.label; font: Ember.words(13, "semibold") }
+        Text { visible: false; text: modelData.label; font: Ember.words(Ember.label, "semibold") }
     }
 
     Rectangle {
@@ -93,7 +93,7 @@ Item {
                     visible: modelData.recommended === true
                     anchors.right: parent.right
                     anchors.top: parent.top
-                    anchors.margins: 6
+                    anchors.margins: Ember.spaceSmall
                     width: 6; height: 6; radius: 3
                     color: Ember.ember
                 }
@@ -103,7 +103,7 @@ Item {
                     horizontalAlignment: Text.AlignHCenter
                     elide: Text.ElideRight
                     text: modelData.label
-                    font: Ember.words(13, "semibold")
+                    font: Ember.words(Ember.label, "semibold")
                     color: index === control.chosen ? Ember.text : Ember.text2
                 }
                 MouseArea {

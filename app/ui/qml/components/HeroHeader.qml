@@ -8,14 +8,14 @@ Column {
     property string headline
     property string subline
     default property alias actions: slot.data
-    spacing: 8
-    bottomPadding: 24
+    spacing: Ember.spaceBase
+    bottomPadding: Ember.spacePage
 
     Text {
         width: parent.width
         text: head.headline
         wrapMode: Text.WordWrap
-        font.family: Ember.words(30, "bold").family
+        font.family: Ember.words(Ember.display, "bold").family
         font.weight: Font.Bold
         font.pixelSize: 30
         font.letterSpacing: -0.8
@@ -29,14 +29,14 @@ Column {
         text: head.subline
         wrapMode: Text.WordWrap
         lineHeight: 1.3
-        font: Ember.words(15, "regular")
+        font: Ember.words(Ember.title, "regular")
         color: Ember.text2
     }
     Column {
         id: slot
         width: parent.width
-        topPadding: 10
-        spacing: 12
+        topPadding: Ember.spaceMedium
+        spacing: Ember.spaceCozy
         visible: visibleChildren.length > 0
     }
 }

@@ -19,14 +19,14 @@ Item {
         id: caption
         anchors.verticalCenter: parent.verticalCenter
         text: row.label
-        font: Ember.words(13, "regular")
+        font: Ember.words(Ember.label, "regular")
         color: Ember.text2
     }
     Row {
         anchors.right: parent.right
         anchors.verticalCenter: parent.verticalCenter
         width: Math.min(implicitWidth, row.width - caption.implicitWidth - 16)
-        spacing: 6
+        spacing: Ember.spaceSmall
         Glyph {
             visible: row.icon.length > 0
             anchors.verticalCenter: parent.verticalCenter
@@ -44,7 +44,7 @@ Item {
             readOnly: true
             selectByMouse: true
             text: row.value
-            font.family: row.mono ? "monospace" : Ember.words(14, "medium").family
+            font.family: row.mono ? "monospace" : Ember.words(Ember.subhead, "medium").family
             font.pixelSize: 14
             color: row.valueColor
             selectionColor: Qt.rgba(Ember.ember.r, Ember.ember.g, Ember.ember.b, 0.35)

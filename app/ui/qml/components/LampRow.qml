@@ -16,8 +16,8 @@ Item {
     property bool showsLamp: true
     signal buttonClicked()
 
-    readonly property real rowPadding: 14
-    readonly property real sidePadding: 18
+    readonly property real rowPadding: Ember.spaceRoomy
+    readonly property real sidePadding: Ember.spaceSection
     readonly property real stateWidth: 118
 
     implicitHeight: Math.max(tile.height, words.implicitHeight, action.visible ? action.height : 0) + 2 * rowPadding
@@ -40,7 +40,7 @@ Item {
             width: parent.width
             text: row.title
             wrapMode: Text.WordWrap
-            font: Ember.words(14, "semibold")
+            font: Ember.words(Ember.subhead, "semibold")
             color: Ember.text
         }
         Text {
@@ -49,7 +49,7 @@ Item {
             text: row.explanation
             wrapMode: Text.WordWrap
             lineHeight: 1.25
-            font: Ember.words(12.5, "regular")
+            font: Ember.words(Ember.body, "regular")
             color: Ember.text2
         }
     }
@@ -57,7 +57,7 @@ Item {
         id: action
         visible: row.button.length > 0
         anchors.right: state.left
-        anchors.rightMargin: 16
+        anchors.rightMargin: Ember.spaceLarge
         y: row.rowPadding
         title: row.button
         enabled: row.buttonEnabled
@@ -69,7 +69,7 @@ Item {
         x: row.width - row.sidePadding - row.stateWidth
         y: row.rowPadding + 4
         width: row.stateWidth
-        spacing: 8
+        spacing: Ember.spaceBase
         Lamp {
             anchors.verticalCenter: parent.verticalCenter
             tone: row.tone
@@ -77,7 +77,7 @@ Item {
         Text {
             anchors.verticalCenter: parent.verticalCenter
             text: row.word
-            font: Ember.words(13, "semibold")
+            font: Ember.words(Ember.label, "semibold")
             // The word carries the state only when something is wrong or deliberately off.
             color: row.tone === Looks.Broken ? Ember.danger : row.tone === Looks.Quiet ? Ember.text3 : Ember.text
         }

@@ -31,13 +31,13 @@ Rectangle {
         x: 44
         y: 14
         width: note.width - x - 16
-        spacing: 2
+        spacing: Ember.spaceHair
         Text {
             width: parent.width
             visible: note.title.length > 0
             text: note.title
             wrapMode: Text.WordWrap
-            font: Ember.words(14, "semibold")
+            font: Ember.words(Ember.subhead, "semibold")
             color: Ember.text
         }
         Text {
@@ -46,7 +46,7 @@ Rectangle {
             text: note.text
             wrapMode: Text.WordWrap
             lineHeight: 1.2
-            font: Ember.words(13, "regular")
+            font: Ember.words(Ember.label, "regular")
             color: Ember.text2
         }
     }

@@ -6,12 +6,12 @@ Column {
     property string title
     property string subtitle
     spacing: 5
-    bottomPadding: 18
+    bottomPadding: Ember.spaceSection
 
     Text {
         width: parent.width
         text: parent.title
-        font.family: Ember.words(26, "bold").family
+        font.family: Ember.words(Ember.figureLarge, "bold").family
         font.weight: Font.Bold
         font.pixelSize: 26
         font.letterSpacing: -0.6
@@ -24,7 +24,7 @@ Column {
         visible: text.length > 0
         text: parent.subtitle
         wrapMode: Text.WordWrap
-        font: Ember.words(14.5, "regular")
+        font: Ember.words(Ember.lead, "regular")
         color: Ember.text2
     }
 }

@@ -26,13 +26,13 @@ Row {
                 Text {
                     anchors.horizontalCenter: parent.horizontalCenter
                     text: modelData.value
-                    font: Ember.words(16, "semibold")
+                    font: Ember.words(Ember.heading, "semibold")
                     color: Ember.text
                 }
                 Text {
                     anchors.horizontalCenter: parent.horizontalCenter
                     text: modelData.caption
-                    font: Ember.words(11.5, "medium")
+                    font: Ember.words(Ember.caption, "medium")
                     color: Ember.text3
                 }
             }

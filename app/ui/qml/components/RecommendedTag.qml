@@ -12,7 +12,7 @@ Row {
     Text {
         anchors.verticalCenter: parent.verticalCenter
         text: "recommended"
-        font: Ember.words(11.5, "medium")
+        font: Ember.words(Ember.caption, "medium")
         color: Ember.text3
     }
 }

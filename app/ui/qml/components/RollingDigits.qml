@@ -5,7 +5,7 @@ import Torvel
 Row {
     id: digits
     property int value: 0
-    property font font: Ember.words(44, "bold")
+    property font font: Ember.words(Ember.hero, "bold")
     property color color: Ember.text
     readonly property string shown: String(value)
 

@@ -3,8 +3,8 @@ import Torvel
 
 // The head of a group of cards on a page.
 Text {
-    topPadding: 10
-    font: Ember.words(17, "bold")
+    topPadding: Ember.spaceMedium
+    font: Ember.words(Ember.headline, "bold")
     color: Ember.text
     Accessible.role: Accessible.Heading
     Accessible.name: text

@@ -9,13 +9,13 @@ Column {
     property string footnote
     property real inset: 18
     default property alias content: holder.data
-    spacing: 8
+    spacing: Ember.spaceBase
 
     Text {
         visible: card.title.length > 0
-        leftPadding: 4
+        leftPadding: Ember.spaceTight
         text: card.title
-        font: Ember.words(13, "semibold")
+        font: Ember.words(Ember.label, "semibold")
         color: Ember.text2
     }
     Surface {
@@ -35,12 +35,12 @@ Column {
     Text {
         visible: card.footnote.length > 0
         width: card.width
-        leftPadding: 4
-        rightPadding: 4
+        leftPadding: Ember.spaceTight
+        rightPadding: Ember.spaceTight
         text: card.footnote
         wrapMode: Text.WordWrap
         lineHeight: 1.5
-        font: Ember.words(12.5, "regular")
+        font: Ember.words(Ember.body, "regular")
         color: Ember.text3
     }
 }

@@ -14,7 +14,7 @@ FocusScope {
     Column {
         id: column
         width: parent.width
-        spacing: 14
+        spacing: Ember.spaceRoomy
 
         Item {
             id: backButton
@@ -40,7 +40,7 @@ FocusScope {
                 Text {
                     anchors.verticalCenter: parent.verticalCenter
                     text: page.backTitle
-                    font: Ember.words(13.5, "semibold")
+                    font: Ember.words(Ember.control, "semibold")
                     color: pointer.containsMouse ? Ember.text : Ember.emberText
                 }
             }

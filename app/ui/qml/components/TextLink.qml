@@ -5,7 +5,7 @@ import Torvel
 Text {
     id: link
     property string url
-    font.family: Ember.words(13, "semibold").family
+    font.family: Ember.words(Ember.label, "semibold").family
     font.weight: Font.Normal
     font.pixelSize: 13
     font.underline: pointer.containsMouse || activeFocus

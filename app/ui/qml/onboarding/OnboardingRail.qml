@@ -9,7 +9,7 @@ Row {
     property int current: -1
     // One state a stop, as the model decides them: 0 ahead, 1 here, 2 passed, 3 still to do.
     property var states: []
-    spacing: 6
+    spacing: Ember.spaceSmall
     Accessible.role: Accessible.ProgressBar
     Accessible.name: current >= 0 ? "Step " + (current + 1) + " of " + stops.length + ": " + stops[current] : ""
 
@@ -23,7 +23,7 @@ Row {
             readonly property bool passed: state === 2
             readonly property bool here: state === 1
             readonly property bool toDo: state === 3
-            spacing: 6
+            spacing: Ember.spaceSmall
             Rectangle {
                 anchors.verticalCenter: parent.verticalCenter
                 width: 20
@@ -45,14 +45,14 @@ Row {
                     visible: !passed
                     anchors.centerIn: parent
                     text: toDo ? "!" : index + 1
-                    font: Ember.words(11, "bold")
+                    font: Ember.words(Ember.micro, "bold")
                     color: here ? Ember.on : toDo ? Ember.toneText(Looks.Todo) : Ember.text3
                 }
             }
             Text {
                 anchors.verticalCenter: parent.verticalCenter
                 text: modelData
-                font: Ember.words(12.5, here ? "semibold" : "medium")
+                font: Ember.words(Ember.body, here ? "semibold" : "medium")
                 color: here ? Ember.text : toDo ? Ember.toneText(Looks.Todo) : Ember.text3
             }
             Rectangle {

@@ -48,6 +48,6 @@ Column {
     Column {
         id: holder
         width: parent.width
-        spacing: 14
+        spacing: Ember.spaceRoomy
     }
 }

@@ -41,18 +41,18 @@ Window {
             Row {
                 x: 24
                 anchors.verticalCenter: parent.verticalCenter
-                spacing: 8
+                spacing: Ember.spaceBase
                 FlameMark { size: 20; anchors.verticalCenter: parent.verticalCenter }
                 Text {
                     anchors.verticalCenter: parent.verticalCenter
                     text: "Torvel"
-                    font: Ember.words(16, "bold")
+                    font: Ember.words(Ember.heading, "bold")
                     color: Ember.text
                 }
             }
             OnboardingRail {
                 anchors.right: parent.right
-                anchors.rightMargin: 24
+                anchors.rightMargin: Ember.spacePage
                 anchors.verticalCenter: parent.verticalCenter
                 visible: window.model.progress >= 0
                 current: window.model.progress
@@ -92,9 +92,9 @@ Window {
             }
             Row {
                 anchors.right: parent.right
-                anchors.rightMargin: 24
+                anchors.rightMargin: Ember.spacePage
                 anchors.verticalCenter: parent.verticalCenter
-                spacing: 10
+                spacing: Ember.spaceMedium
                 EmberButton {
                     visible: window.shown !== null && window.shown.secondaryTitle.length > 0
                     enabled: !window.model.busy
@@ -123,7 +123,7 @@ Window {
                 primaryTitle: "Checking…"
                 primaryEnabled: false
                 Row {
-                    spacing: 8
+                    spacing: Ember.spaceBase
                     Repeater {
                         model: 3
                         Rectangle {
@@ -333,7 +333,7 @@ Window {
                 onPrimary: window.model.next()
                 Row {
                     width: parent.width
-                    spacing: 12
+                    spacing: Ember.spaceCozy
                     Repeater {
                         model: window.model.profiles
                         ProfileCard {

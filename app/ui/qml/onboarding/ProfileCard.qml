@@ -29,7 +29,7 @@ Rectangle {
         x: 18
         y: 18
         width: parent.width - 36
-        spacing: 12
+        spacing: Ember.spaceCozy
         Item {
             width: parent.width
             height: 30
@@ -50,29 +50,29 @@ Rectangle {
                 width: parent.width
                 text: card.title
                 wrapMode: Text.WordWrap
-                font: Ember.words(15, "semibold")
+                font: Ember.words(Ember.title, "semibold")
                 color: Ember.text
             }
             Text {
                 width: parent.width
                 text: card.detail
                 wrapMode: Text.WordWrap
-                font: Ember.words(13, "regular")
+                font: Ember.words(Ember.label, "regular")
                 color: Ember.text2
             }
         }
         Row {
-            spacing: 4
+            spacing: Ember.spaceTight
             Text {
                 id: figure
                 text: card.limit + "%"
-                font: Ember.words(22, "bold")
+                font: Ember.words(Ember.figureSmall, "bold")
                 color: card.chosen ? Ember.emberText : Ember.text
             }
             Text {
                 anchors.baseline: figure.baseline
                 text: "limit"
-                font: Ember.words(12.5, "medium")
+                font: Ember.words(Ember.body, "medium")
                 color: Ember.text3
             }
         }

@@ -5,7 +5,7 @@ import Torvel
 // question, the sweep step by step while it runs, and what the past sweeps measured.
 Column {
     id: page
-    spacing: 14
+    spacing: Ember.spaceRoomy
 
     readonly property var stepGlyphs: [Glyphs.bolt, Glyphs.comeDown, Glyphs.bolt, Glyphs.clock, Glyphs.shieldCheck]
     readonly property var stepWords: ({ done: Calibration.words.done, current: Calibration.words.now, ahead: "" })
@@ -21,7 +21,7 @@ Column {
 
         Row {
             visible: Calibration.running
-            spacing: 12
+            spacing: Ember.spaceCozy
             ProgressTrack {
                 anchors.verticalCenter: parent.verticalCenter
                 width: Math.min(page.width, 420)
@@ -31,12 +31,12 @@ Column {
             Text {
                 anchors.verticalCenter: parent.verticalCenter
                 text: Calibration.progressText
-                font: Ember.words(13, "semibold")
+                font: Ember.words(Ember.label, "semibold")
                 color: Ember.text2
             }
         }
         Row {
-            spacing: 12
+            spacing: Ember.spaceCozy
             EmberButton {
                 objectName: "startButton"
                 visible: !Calibration.running && !Calibration.requested

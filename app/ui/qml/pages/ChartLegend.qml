@@ -7,7 +7,7 @@ Flow {
     id: legend
     property int limit: 0
     property int thermalLimit: 0
-    spacing: 18
+    spacing: Ember.spaceSection
 
     component Key: Row {
         id: key
@@ -15,7 +15,7 @@ Flow {
         property color colour
         // "solid", "dashed", "dotted" or "band"
         property string kind: "solid"
-        spacing: 6
+        spacing: Ember.spaceSmall
         Item {
             width: 18
             height: 12
@@ -45,7 +45,7 @@ Flow {
         Text {
             anchors.verticalCenter: parent.verticalCenter
             text: key.label
-            font: Ember.words(11.5, "medium")
+            font: Ember.words(Ember.caption, "medium")
             color: Ember.text3
         }
     }

@@ -6,7 +6,7 @@ import Torvel
 Column {
     id: list
     property var insights: []
-    spacing: 10
+    spacing: Ember.spaceMedium
 
     readonly property var glyphs: ({
         "clock.arrow.circlepath": Glyphs.clock,

@@ -14,25 +14,25 @@ Item {
         id: readout
         x: chart.scaleWidth
         height: 20
-        spacing: 10
+        spacing: Ember.spaceMedium
         opacity: chart.model && chart.model.selected ? 1 : 0
         Behavior on opacity { NumberAnimation { duration: 120 * Ember.motion } }
         Text {
             text: chart.model ? chart.model.selectedTime : ""
-            font: Ember.words(12.5, "medium")
+            font: Ember.words(Ember.body, "medium")
             color: Ember.text2
             anchors.baseline: charge.baseline
         }
         Text {
             id: charge
             text: chart.model ? chart.model.selectedCharge : ""
-            font: Ember.words(15, "semibold")
+            font: Ember.words(Ember.title, "semibold")
             color: Ember.text
         }
         Text {
             visible: text.length > 0
             text: chart.model ? chart.model.selectedTemperature : ""
-            font: Ember.words(12.5, "medium")
+            font: Ember.words(Ember.body, "medium")
             color: Ember.text3
             anchors.baseline: charge.baseline
         }
@@ -61,7 +61,7 @@ Item {
             horizontalAlignment: Text.AlignRight
             y: plot.y + (1 - modelData.at) * plot.height - height / 2
             text: modelData.label
-            font: Ember.words(11, "medium")
+            font: Ember.words(Ember.micro, "medium")
             color: Ember.text3
         }
     }
@@ -74,7 +74,7 @@ Item {
             x: plot.x + plot.width + 6
             y: plot.y + (1 - modelData.at) * plot.height - height / 2
             text: modelData.label
-            font: Ember.words(11, "medium")
+            font: Ember.words(Ember.micro, "medium")
             color: Ember.text3
         }
     }
@@ -87,7 +87,7 @@ Item {
             x: plot.x + Math.max(0, Math.min(plot.width - width, modelData.labelAt * plot.width - width / 2))
             y: plot.y + plot.height + 6
             text: modelData.label
-            font: Ember.words(11, "medium")
+            font: Ember.words(Ember.micro, "medium")
             color: Ember.text3
         }
     }

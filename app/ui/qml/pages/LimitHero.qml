@@ -15,30 +15,30 @@ Surface {
         x: 22
         y: 22
         width: parent.width - 44
-        spacing: 18
+        spacing: Ember.spaceSection
 
         Item {
             width: parent.width
             height: 30
             Row {
                 anchors.verticalCenter: parent.verticalCenter
-                spacing: 10
+                spacing: Ember.spaceMedium
                 IconTile { glyph: Glyphs.bolt; filled: true; anchors.verticalCenter: parent.verticalCenter }
                 Text {
                     anchors.verticalCenter: parent.verticalCenter
                     text: "Charge limit"
-                    font: Ember.words(15, "semibold")
+                    font: Ember.words(Ember.title, "semibold")
                     color: Ember.text
                 }
             }
             Row {
                 anchors.right: parent.right
                 anchors.verticalCenter: parent.verticalCenter
-                spacing: 10
+                spacing: Ember.spaceMedium
                 Text {
                     anchors.verticalCenter: parent.verticalCenter
                     text: "Limit charging"
-                    font: Ember.words(13, "medium")
+                    font: Ember.words(Ember.label, "medium")
                     color: Ember.text2
                 }
                 EmberSwitch {
@@ -61,7 +61,7 @@ Surface {
                 RollingDigits {
                     id: number
                     value: SettingsPage.limit
-                    font.family: Ember.words(44, "bold").family
+                    font.family: Ember.words(Ember.hero, "bold").family
                     font.weight: Font.Bold
                     font.pixelSize: 44
                     font.letterSpacing: -0.8
@@ -71,7 +71,7 @@ Surface {
                     anchors.baseline: number.bottom
                     anchors.baselineOffset: -10
                     text: "%"
-                    font: Ember.words(24, "semibold")
+                    font: Ember.words(Ember.figure, "semibold")
                     color: Ember.text2
                 }
             }
@@ -79,32 +79,32 @@ Surface {
                 visible: SettingsPage.limitOn
                 anchors.right: parent.right
                 anchors.verticalCenter: figure.verticalCenter
-                spacing: 2
+                spacing: Ember.spaceHair
                 Text {
                     anchors.right: parent.right
                     text: SettingsPage.profileLine
-                    font: Ember.words(14, "semibold")
+                    font: Ember.words(Ember.subhead, "semibold")
                     color: Ember.text
                 }
                 Text {
                     anchors.right: parent.right
                     text: "Tops up below " + SettingsPage.restLevel + "%"
-                    font: Ember.words(12.5, "regular")
+                    font: Ember.words(Ember.body, "regular")
                     color: Ember.text2
                 }
             }
             Column {
                 id: off
                 visible: !SettingsPage.limitOn
-                spacing: 4
+                spacing: Ember.spaceTight
                 Text {
                     text: "macOS charges as usual"
-                    font: Ember.words(26, "bold")
+                    font: Ember.words(Ember.figureLarge, "bold")
                     color: Ember.text
                 }
                 Text {
                     text: "If you turn it off, macOS charges as usual."
-                    font: Ember.words(13, "regular")
+                    font: Ember.words(Ember.label, "regular")
                     color: Ember.text2
                 }
             }
@@ -150,14 +150,14 @@ Surface {
             id: notes
             visible: SettingsPage.limitFootnote.length > 0 || SettingsPage.nativeNote.length > 0
             width: parent.width
-            spacing: 8
+            spacing: Ember.spaceBase
             Text {
                 width: parent.width
                 visible: text.length > 0
                 text: SettingsPage.limitFootnote
                 wrapMode: Text.WordWrap
                 lineHeight: 1.3
-                font: Ember.words(12.5, "regular")
+                font: Ember.words(Ember.body, "regular")
                 color: Ember.text3
             }
             Row {
@@ -169,7 +169,7 @@ Surface {
                     width: parent.width - 20
                     text: SettingsPage.nativeNote
                     wrapMode: Text.WordWrap
-                    font: Ember.words(12.5, "medium")
+                    font: Ember.words(Ember.body, "medium")
                     color: Ember.text2
                 }
             }

@@ -5,7 +5,7 @@ import Torvel
 // report needs and the two actions that cannot be undone.
 Column {
     id: page
-    spacing: 14
+    spacing: Ember.spaceRoomy
 
     // The piece names of the checkup's rows, as the model gives them, to their symbols.
     readonly property var glyphs: ({

@@ -51,12 +51,12 @@ Window {
             Row {
                 x: 22
                 anchors.verticalCenter: parent.verticalCenter
-                spacing: 8
+                spacing: Ember.spaceBase
                 FlameMark { size: 20; anchors.verticalCenter: parent.verticalCenter }
                 Text {
                     anchors.verticalCenter: parent.verticalCenter
                     text: "Torvel"
-                    font: Ember.words(16, "bold")
+                    font: Ember.words(Ember.heading, "bold")
                     color: Ember.text
                 }
             }

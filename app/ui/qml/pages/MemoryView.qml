@@ -5,7 +5,7 @@ import Torvel
 // and its figures; where health is heading, and what the sweeps measured over time.
 Column {
     id: page
-    spacing: 14
+    spacing: Ember.spaceRoomy
 
     Component.onCompleted: History.startTicking()
 

@@ -7,20 +7,20 @@ Column {
     property string note
     // Each link: { label, url }.
     property var links: []
-    spacing: 8
-    topPadding: 12
+    spacing: Ember.spaceBase
+    topPadding: Ember.spaceCozy
 
     Text {
         width: parent.width
         horizontalAlignment: Text.AlignHCenter
         text: footer.note
         wrapMode: Text.WordWrap
-        font: Ember.words(12.5, "regular")
+        font: Ember.words(Ember.body, "regular")
         color: Ember.text3
     }
     Row {
         anchors.horizontalCenter: parent.horizontalCenter
-        spacing: 18
+        spacing: Ember.spaceSection
         Repeater {
             model: footer.links
             delegate: TextLink {

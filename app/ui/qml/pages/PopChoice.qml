@@ -31,7 +31,7 @@ Item {
         visible: choice.caption.length > 0
         anchors.verticalCenter: parent.verticalCenter
         text: choice.caption
-        font: Ember.words(12.5, "medium")
+        font: Ember.words(Ember.body, "medium")
         color: Ember.text2
     }
     Rectangle {
@@ -49,7 +49,7 @@ Item {
             x: 12
             anchors.verticalCenter: parent.verticalCenter
             text: choice.chosen >= 0 ? choice.options[choice.chosen].label : "—"
-            font: Ember.words(13, "semibold")
+            font: Ember.words(Ember.label, "semibold")
             color: Ember.text
         }
         Glyph {
@@ -81,9 +81,9 @@ Item {
         // has been scrolled to); never past the window's edges.
         property bool above: false
         y: above ? field.y - 6 - implicitHeight : field.y + field.height + 6
-        margins: 8
+        margins: Ember.spaceBase
         width: 240
-        padding: 6
+        padding: Ember.spaceSmall
         modal: false
         focus: true
         onAboutToShow: {
@@ -130,7 +130,7 @@ Item {
                         spacing: 1
                         Text {
                             text: modelData.label
-                            font: Ember.words(13.5, "semibold")
+                            font: Ember.words(Ember.control, "semibold")
                             color: Ember.text
                         }
                         Text {
@@ -138,14 +138,14 @@ Item {
                             visible: modelData.help.length > 0
                             text: modelData.help
                             wrapMode: Text.WordWrap
-                            font: Ember.words(12, "regular")
+                            font: Ember.words(Ember.small, "regular")
                             color: Ember.text3
                         }
                     }
                     Glyph {
                         visible: index === choice.chosen
                         anchors.right: parent.right
-                        anchors.rightMargin: 10
+                        anchors.rightMargin: Ember.spaceMedium
                         anchors.verticalCenter: parent.verticalCenter
                         size: 13
                         lineWidth: 2.6

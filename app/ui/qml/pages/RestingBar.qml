@@ -37,7 +37,7 @@ FocusScope {
     Column {
         id: column
         width: parent.width
-        spacing: 8
+        spacing: Ember.spaceBase
 
         Item {
             width: parent.width
@@ -129,27 +129,27 @@ FocusScope {
             Text {
                 id: low
                 text: bar.scaleLow + "%"
-                font: Ember.words(11.5, "medium")
+                font: Ember.words(Ember.caption, "medium")
                 color: Ember.text3
             }
             Text {
                 visible: bar.rest < bar.limit
                 x: Math.max(low.width + 8, Math.min(parent.width - width - 40, bar.position((bar.rest + bar.limit) / 2) - width / 2))
                 text: "rests " + bar.rest + "–" + bar.limit + "%"
-                font: Ember.words(11.5, "semibold")
+                font: Ember.words(Ember.caption, "semibold")
                 color: Ember.emberText
             }
             Text {
                 anchors.right: parent.right
                 text: bar.scaleHigh + "%"
-                font: Ember.words(11.5, "medium")
+                font: Ember.words(Ember.caption, "medium")
                 color: Ember.text3
             }
         }
         Text {
             visible: bar.nativeMode
             text: "macOS: 80 to 100%, in steps of 5"
-            font: Ember.words(12, "regular")
+            font: Ember.words(Ember.small, "regular")
             color: Ember.text3
         }
     }

@@ -31,19 +31,19 @@ Surface {
         x: 18
         y: 18
         width: parent.width - 36
-        spacing: 10
+        spacing: Ember.spaceMedium
 
         Item {
             width: parent.width
             height: 30
             Row {
                 anchors.verticalCenter: parent.verticalCenter
-                spacing: 10
+                spacing: Ember.spaceMedium
                 IconTile { glyph: card.glyph; anchors.verticalCenter: parent.verticalCenter }
                 Text {
                     anchors.verticalCenter: parent.verticalCenter
                     text: card.title
-                    font: Ember.words(15, "semibold")
+                    font: Ember.words(Ember.title, "semibold")
                     color: Ember.text
                 }
             }
@@ -70,7 +70,7 @@ Surface {
                     id: notHere
                     anchors.centerIn: parent
                     text: card.unavailableText
-                    font: Ember.words(12, "semibold")
+                    font: Ember.words(Ember.small, "semibold")
                     color: Ember.text3
                 }
             }
@@ -80,7 +80,7 @@ Surface {
             text: card.help
             wrapMode: Text.WordWrap
             lineHeight: 1.5
-            font: Ember.words(12.5, "regular")
+            font: Ember.words(Ember.body, "regular")
             color: Ember.text2
         }
         Text {
@@ -89,7 +89,7 @@ Surface {
             text: card.note
             wrapMode: Text.WordWrap
             lineHeight: 1.3
-            font: Ember.words(12.5, "regular")
+            font: Ember.words(Ember.body, "regular")
             color: Ember.text3
         }
         Item {
@@ -111,7 +111,7 @@ Surface {
                 width: parent.width - 14
                 text: card.stateLine
                 wrapMode: Text.WordWrap
-                font: Ember.words(12.5, "semibold")
+                font: Ember.words(Ember.body, "semibold")
                 color: Ember.toneText(card.stateTone)
             }
         }

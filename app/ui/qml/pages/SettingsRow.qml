@@ -11,7 +11,7 @@ Item {
     property string note
     property int noteTone: Looks.Quiet
     readonly property real rowPadding: 13
-    readonly property real sidePadding: 18
+    readonly property real sidePadding: Ember.spaceSection
     default property alias control: slot.data
 
     implicitHeight: Math.max(words.implicitHeight, slot.childrenRect.height) + 2 * rowPadding
@@ -29,7 +29,7 @@ Item {
             width: parent.width
             text: row.label
             wrapMode: Text.WordWrap
-            font: Ember.words(14, "semibold")
+            font: Ember.words(Ember.subhead, "semibold")
             color: Ember.text
         }
         Text {
@@ -38,7 +38,7 @@ Item {
             text: row.help
             wrapMode: Text.WordWrap
             lineHeight: 1.5
-            font: Ember.words(12.5, "regular")
+            font: Ember.words(Ember.body, "regular")
             color: Ember.text2
         }
         Text {
@@ -46,7 +46,7 @@ Item {
             visible: row.note.length > 0
             text: row.note
             wrapMode: Text.WordWrap
-            font: Ember.words(12.5, "semibold")
+            font: Ember.words(Ember.body, "semibold")
             color: Ember.toneText(row.noteTone)
             Accessible.role: Accessible.StaticText
             Accessible.name: text

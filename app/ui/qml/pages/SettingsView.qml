@@ -5,7 +5,7 @@ import Torvel
 // then Torvel's own habits.
 Column {
     id: page
-    spacing: 14
+    spacing: Ember.spaceRoomy
 
     PageHeader {
         width: parent.width
@@ -33,7 +33,7 @@ Column {
         objectName: "otherProgram"
         visible: SettingsPage.otherProgramText.length > 0
         width: parent.width
-        spacing: 10
+        spacing: Ember.spaceMedium
         NoteCard {
             width: parent.width
             tone: Looks.Todo
@@ -107,7 +107,7 @@ Column {
                 Text {
                     anchors.verticalCenter: parent.verticalCenter
                     text: SettingsPage.words.pauseAt
-                    font: Ember.words(12.5, "medium")
+                    font: Ember.words(Ember.body, "medium")
                     color: Ember.text2
                     opacity: parent.enabled ? 1 : 0.5
                 }
@@ -222,7 +222,7 @@ Column {
                 help: SettingsPage.words.startupHelp
                 Column {
                     width: parent.width
-                    spacing: 6
+                    spacing: Ember.spaceSmall
                     EmberSegmented {
                         width: parent.width
                         accessibleName: SettingsPage.words.startup
@@ -232,11 +232,11 @@ Column {
                     }
                     Row {
                         visible: SettingsPage.startupNeedsApproval
-                        spacing: 6
-                        Text { text: SettingsPage.words.approvalRequired; font: Ember.words(12.5, "semibold"); color: Ember.goldText }
+                        spacing: Ember.spaceSmall
+                        Text { text: SettingsPage.words.approvalRequired; font: Ember.words(Ember.body, "semibold"); color: Ember.goldText }
                         Text {
                             text: SettingsPage.words.open
-                            font: Ember.words(12.5, "semibold")
+                            font: Ember.words(Ember.body, "semibold")
                             color: Ember.emberText
                             MouseArea { anchors.fill: parent; cursorShape: Qt.PointingHandCursor; onClicked: SettingsPage.openStartupApproval() }
                         }
@@ -246,7 +246,7 @@ Column {
                         width: parent.width
                         text: SettingsPage.startupError
                         wrapMode: Text.WordWrap
-                        font: Ember.words(12, "medium")
+                        font: Ember.words(Ember.small, "medium")
                         color: Ember.danger
                     }
                 }

@@ -16,14 +16,14 @@ Item {
         x: 18
         y: 18
         width: parent.width - 36
-        spacing: 12
+        spacing: Ember.spaceCozy
         Row {
             spacing: 9
             IconTile { glyph: cell.glyph; width: 26; height: 26; radius: 8 }
             Text {
                 anchors.verticalCenter: parent.verticalCenter
                 text: cell.title
-                font: Ember.words(14.5, "semibold")
+                font: Ember.words(Ember.lead, "semibold")
                 color: Ember.text
             }
         }
@@ -37,7 +37,7 @@ Item {
             text: cell.help
             wrapMode: Text.WordWrap
             lineHeight: 1.4
-            font: Ember.words(12, "regular")
+            font: Ember.words(Ember.small, "regular")
             color: Ember.text3
         }
     }

@@ -5,7 +5,7 @@ import Torvel
 // out, and where the battery's health is heading.
 Column {
     id: page
-    spacing: 14
+    spacing: Ember.spaceRoomy
 
     Component.onCompleted: History.startTicking()
 
@@ -21,7 +21,7 @@ Column {
         title: JournalPage.todayTitle
         Column {
             width: parent.width
-            spacing: 16
+            spacing: Ember.spaceLarge
             ReadingsRow {
                 width: parent.width
                 visible: !JournalPage.todayYoung

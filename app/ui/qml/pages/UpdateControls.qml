@@ -7,10 +7,10 @@ Column {
     id: controls
     property bool showsCheck: true
     readonly property bool offersInstall: Updater.canInstall || Updater.installing
-    spacing: 8
+    spacing: Ember.spaceBase
 
     Row {
-        spacing: 8
+        spacing: Ember.spaceBase
         EmberSwitch {
             objectName: "automaticUpdates"
             anchors.verticalCenter: parent.verticalCenter
@@ -21,12 +21,12 @@ Column {
         Text {
             anchors.verticalCenter: parent.verticalCenter
             text: Updater.automaticLabel
-            font: Ember.words(12.5, "medium")
+            font: Ember.words(Ember.body, "medium")
             color: Ember.text2
         }
     }
     Row {
-        spacing: 8
+        spacing: Ember.spaceBase
         visible: controls.showsCheck || controls.offersInstall
         EmberButton {
             objectName: "checkUpdates"
@@ -48,7 +48,7 @@ Column {
         width: parent.width
         text: Updater.status
         wrapMode: Text.WordWrap
-        font: Ember.words(12.5, "medium")
+        font: Ember.words(Ember.body, "medium")
         color: Ember.text2
     }
     Text {
@@ -56,18 +56,18 @@ Column {
         visible: text.length > 0
         text: Updater.note
         wrapMode: Text.WordWrap
-        font: Ember.words(12.5, "medium")
+        font: Ember.words(Ember.body, "medium")
         color: Ember.text
     }
     Column {
         width: parent.width
         visible: Updater.error.length > 0
-        spacing: 2
+        spacing: Ember.spaceHair
         Text {
             width: parent.width
             text: Updater.error
             wrapMode: Text.WordWrap
-            font: Ember.words(12, "medium")
+            font: Ember.words(Ember.small, "medium")
             color: Ember.danger
         }
         Text {
@@ -75,7 +75,7 @@ Column {
             visible: text.length > 0
             text: Updater.errorDetail
             wrapMode: Text.WordWrap
-            font: Ember.words(11.5, "regular")
+            font: Ember.words(Ember.caption, "regular")
             color: Ember.text3
         }
     }

@@ -35,7 +35,7 @@ FocusScope {
     Column {
         id: column
         width: parent.width
-        spacing: 8
+        spacing: Ember.spaceBase
 
         Item {
             width: parent.width
@@ -43,14 +43,14 @@ FocusScope {
             Text {
                 id: caption
                 text: gauge.words.chargeLimit
-                font: Ember.words(12.5, "semibold")
+                font: Ember.words(Ember.body, "semibold")
                 color: Ember.text2
             }
             Text {
                 anchors.right: parent.right
                 anchors.baseline: caption.baseline
                 text: gauge.limitText
-                font: Ember.words(13.5, "bold")
+                font: Ember.words(Ember.control, "bold")
                 color: Ember.emberText
             }
         }
@@ -138,13 +138,13 @@ FocusScope {
             Text {
                 id: low
                 text: gauge.words.lowest
-                font: Ember.words(11.5, "medium")
+                font: Ember.words(Ember.caption, "medium")
                 color: Ember.text3
             }
             Text {
                 anchors.right: parent.right
                 text: gauge.words.highest
-                font: Ember.words(11.5, "medium")
+                font: Ember.words(Ember.caption, "medium")
                 color: Ember.text3
             }
         }
@@ -152,7 +152,7 @@ FocusScope {
         Text {
             visible: gauge.nativeMode
             text: gauge.words.nativeRange
-            font: Ember.words(12, "regular")
+            font: Ember.words(Ember.small, "regular")
             color: Ember.text3
         }
     }

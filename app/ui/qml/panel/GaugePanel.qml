@@ -7,7 +7,7 @@ Rectangle {
     width: 340
     implicitHeight: body.implicitHeight + 2 * padding
     color: Ember.screen
-    readonly property real padding: 18
+    readonly property real padding: Ember.spaceSection
 
     // The keyboard starts on the limit, the one thing a user comes to change; the ring waits for a key.
     function takeKeyboard() {
@@ -20,7 +20,7 @@ Rectangle {
         x: panel.padding
         y: panel.padding
         width: panel.width - 2 * panel.padding
-        spacing: 18
+        spacing: Ember.spaceSection
 
         Item {
             id: header
@@ -30,14 +30,14 @@ Rectangle {
             Column {
                 id: figures
                 width: parent.width - chip.width - 10
-                spacing: 2
+                spacing: Ember.spaceHair
                 Row {
-                    spacing: 2
+                    spacing: Ember.spaceHair
                     Text {
                         id: charge
                         // A machine without a readable battery shows a dash, never a made-up 0.
                         text: Panel.chargeKnown ? Panel.charge : "—"
-                        font.family: Ember.words(54, "bold").family
+                        font.family: Ember.words(Ember.heroLarge, "bold").family
                         font.weight: Font.Bold
                         font.pixelSize: 54
                         font.letterSpacing: -1.5
@@ -47,7 +47,7 @@ Rectangle {
                         anchors.baseline: charge.baseline
                         visible: Panel.chargeKnown
                         text: "%"
-                        font: Ember.words(24, "semibold")
+                        font: Ember.words(Ember.figure, "semibold")
                         color: Ember.text2
                     }
                 }
@@ -55,7 +55,7 @@ Rectangle {
                     width: parent.width
                     text: Panel.line
                     elide: Text.ElideRight
-                    font: Ember.words(14.5, "semibold")
+                    font: Ember.words(Ember.lead, "semibold")
                     color: Ember.text2
                 }
                 Text {
@@ -63,9 +63,9 @@ Rectangle {
                     visible: Panel.help.length > 0
                     text: Panel.help
                     wrapMode: Text.WordWrap
-                    font: Ember.words(12.5, "regular")
+                    font: Ember.words(Ember.body, "regular")
                     color: Ember.text3
-                    topPadding: 4
+                    topPadding: Ember.spaceTight
                 }
             }
             StateChip {

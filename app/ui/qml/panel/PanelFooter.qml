@@ -15,7 +15,7 @@ Column {
     signal quit()
 
     readonly property color levelColour: Ember.toneColor(level)
-    spacing: 12
+    spacing: Ember.spaceCozy
 
     Item {
         width: parent.width
@@ -24,7 +24,7 @@ Column {
         Row {
             anchors.left: parent.left
             anchors.verticalCenter: parent.verticalCenter
-            spacing: 8
+            spacing: Ember.spaceBase
             Rectangle {
                 width: 7; height: 7; radius: 3.5
                 anchors.verticalCenter: parent.verticalCenter
@@ -33,7 +33,7 @@ Column {
             // With a fix to offer, the line itself leads to the page where it is done.
             Text {
                 text: footer.line
-                font: Ember.words(13, "semibold")
+                font: Ember.words(Ember.label, "semibold")
                 color: fixPointer.containsMouse ? Ember.text : Ember.toneText(footer.lineTone)
                 Accessible.role: footer.fixTitle.length > 0 ? Accessible.Button : Accessible.StaticText
                 Accessible.name: footer.fixTitle.length > 0 ? footer.fixTitle : footer.line
@@ -67,7 +67,7 @@ Column {
             Row {
                 id: macRow
                 anchors.centerIn: parent
-                spacing: 6
+                spacing: Ember.spaceSmall
                 Glyph {
                     size: 14
                     lineWidth: 2
@@ -77,7 +77,7 @@ Column {
                 }
                 Text {
                     text: footer.words.mac
-                    font: Ember.words(12.5, "semibold")
+                    font: Ember.words(Ember.body, "semibold")
                     color: Ember.text
                     anchors.verticalCenter: parent.verticalCenter
                 }
@@ -104,21 +104,21 @@ Column {
         Row {
             anchors.left: parent.left
             anchors.verticalCenter: parent.verticalCenter
-            spacing: 6
+            spacing: Ember.spaceSmall
             FlameMark {
                 size: 14
                 anchors.verticalCenter: parent.verticalCenter
             }
             Text {
                 text: footer.versionLine
-                font: Ember.words(12, "medium")
+                font: Ember.words(Ember.small, "medium")
                 color: Ember.text3
                 anchors.verticalCenter: parent.verticalCenter
             }
         }
         Row {
             anchors.right: parent.right
-            spacing: 8
+            spacing: Ember.spaceBase
             PanelIconButton { glyph: Glyphs.chart; word: footer.words.today; onClicked: footer.openSection("today") }
             PanelIconButton { glyph: Glyphs.sliders; word: footer.words.settings; onClicked: footer.openSection("settings") }
             PanelIconButton { glyph: Glyphs.power; word: footer.words.quit; onClicked: footer.quit() }

@@ -7,7 +7,7 @@ Column {
     id: spark
     property ChartModel model
     property string caption
-    spacing: 6
+    spacing: Ember.spaceSmall
 
     Item {
         width: parent.width
@@ -15,21 +15,21 @@ Column {
         Text {
             id: caption
             text: spark.caption
-            font: Ember.words(11.5, "medium")
+            font: Ember.words(Ember.caption, "medium")
             color: Ember.text3
         }
         Row {
             anchors.right: parent.right
-            spacing: 6
+            spacing: Ember.spaceSmall
             visible: spark.model && spark.model.selected
             Text {
                 text: spark.model ? spark.model.selectedTime : ""
-                font: Ember.words(11.5, "medium")
+                font: Ember.words(Ember.caption, "medium")
                 color: Ember.text3
             }
             Text {
                 text: spark.model ? spark.model.selectedCharge : ""
-                font: Ember.words(11.5, "semibold")
+                font: Ember.words(Ember.caption, "semibold")
                 color: Ember.text
             }
         }

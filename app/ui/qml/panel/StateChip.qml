@@ -22,7 +22,7 @@ Rectangle {
     Row {
         id: content
         anchors.centerIn: parent
-        spacing: 6
+        spacing: Ember.spaceSmall
         Rectangle {
             width: 7; height: 7; radius: 3.5
             anchors.verticalCenter: parent.verticalCenter
@@ -30,7 +30,7 @@ Rectangle {
         }
         Text {
             text: chip.word
-            font: Ember.words(12.5, "semibold")
+            font: Ember.words(Ember.body, "semibold")
             color: chip.wordColour
             anchors.verticalCenter: parent.verticalCenter
         }

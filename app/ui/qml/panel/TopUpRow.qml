@@ -18,8 +18,8 @@ Surface {
         id: content
         anchors.left: parent.left
         anchors.right: toggle.left
-        anchors.leftMargin: 14
-        anchors.rightMargin: 12
+        anchors.leftMargin: Ember.spaceRoomy
+        anchors.rightMargin: Ember.spaceCozy
         anchors.verticalCenter: parent.verticalCenter
         spacing: 11
 
@@ -37,19 +37,19 @@ Surface {
         }
         Column {
             width: parent.width - 41
-            spacing: 2
+            spacing: Ember.spaceHair
             Row {
-                spacing: 6
+                spacing: Ember.spaceSmall
                 Text {
                     id: title
                     text: row.title
-                    font: Ember.words(14, "semibold")
+                    font: Ember.words(Ember.subhead, "semibold")
                     color: Ember.text
                 }
                 Text {
                     anchors.baseline: title.baseline
                     text: row.note
-                    font: Ember.words(12.5, "medium")
+                    font: Ember.words(Ember.body, "medium")
                     color: Ember.text3
                 }
             }
@@ -57,7 +57,7 @@ Surface {
                 width: parent.width
                 text: row.help
                 wrapMode: Text.WordWrap
-                font: Ember.words(12.5, "regular")
+                font: Ember.words(Ember.body, "regular")
                 lineHeight: 1.15
                 color: Ember.text2
             }
@@ -66,7 +66,7 @@ Surface {
     EmberSwitch {
         id: toggle
         anchors.right: parent.right
-        anchors.rightMargin: 14
+        anchors.rightMargin: Ember.spaceRoomy
         anchors.verticalCenter: parent.verticalCenter
         checked: row.on
         enabled: row.enabled
