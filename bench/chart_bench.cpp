@@ -10,14 +10,14 @@
 #include <string>
 
 #include "generator.h"
-#include "history/model.h"
+#include "history/history_plan.h"
 #include "ui/chart_scene.h"
 
 namespace {
 
 using torvel::ChartPlot;
 using torvel::ChartSeries;
-using torvel::HistoryModel;
+using torvel::HistoryPlan;
 using torvel::Instant;
 
 struct GeneratedMonth {
@@ -43,8 +43,8 @@ const GeneratedMonth& month() {
 }
 
 // The series of a range, as the history model publishes it.
-ChartSeries seriesFor(HistoryModel::Range range) {
-    return HistoryModel::reloadRange(torvel::HistoryStore(month().directory), range, month().now, 40).series;
+ChartSeries seriesFor(HistoryPlan::Range range) {
+    return HistoryPlan::reloadRange(torvel::HistoryStore(month().directory), range, month().now, 40).series;
 }
 
 ChartPlot::Frame frameFor(int slotCount) {
@@ -55,8 +55,8 @@ ChartPlot::Frame frameFor(int slotCount) {
     return frame;
 }
 
-HistoryModel::Range rangeOf(int slotCount) {
-    return slotCount == 1440 ? HistoryModel::Range::day : HistoryModel::Range::month;
+HistoryPlan::Range rangeOf(int slotCount) {
+    return slotCount == 1440 ? HistoryPlan::Range::day : HistoryPlan::Range::month;
 }
 
 torvel::app::ChartStyle style() {

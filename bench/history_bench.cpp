@@ -10,11 +10,11 @@
 #include <vector>
 
 #include "generator.h"
-#include "history/model.h"
+#include "history/history_plan.h"
 
 namespace {
 
-using torvel::HistoryModel;
+using torvel::HistoryPlan;
 using torvel::Instant;
 
 // A generated journal on disk covering one range, written once for the whole run and removed at exit.
@@ -23,13 +23,13 @@ struct GeneratedJournal {
     Instant now = 0;
     std::vector<std::filesystem::path> files;
 
-    GeneratedJournal(HistoryModel::Range range, int days) {
+    GeneratedJournal(HistoryPlan::Range range, int days) {
         std::string pattern = (std::filesystem::temp_directory_path() / "torvel-bench-XXXXXX").string();
         directory = ::mkdtemp(pattern.data());
         const Instant lastDay = torvel::Dates::parseIsoDay("2025-03-20").value_or(0);
         now = lastDay + 23 * 3600;
         torvel::tools::writeJournal(directory, {.seed = 42, .lastDay = lastDay, .days = days, .limit = 80});
-        for (Instant day = HistoryModel::rangeStart(range, now); day <= now;
+        for (Instant day = HistoryPlan::rangeStart(range, now); day <= now;
              day = *torvel::Dates::addLocalDays(day, 1)) {
             files.push_back(directory / *torvel::HistoryStore::dayFileName(day));
         }
@@ -41,12 +41,12 @@ struct GeneratedJournal {
 };
 
 const GeneratedJournal& month() {
-    static const GeneratedJournal generated(HistoryModel::Range::month, 30);
+    static const GeneratedJournal generated(HistoryPlan::Range::month, 30);
     return generated;
 }
 
 const GeneratedJournal& year() {
-    static const GeneratedJournal generated(HistoryModel::Range::year, 365);
+    static const GeneratedJournal generated(HistoryPlan::Range::year, 365);
     return generated;
 }
 
@@ -104,11 +104,11 @@ void bareParse(benchmark::State& state, const GeneratedJournal& journal) {
 }
 
 // What a range view does on every reload: read, analyse, chart in 240 slots.
-void reload(benchmark::State& state, const GeneratedJournal& journal, HistoryModel::Range range) {
+void reload(benchmark::State& state, const GeneratedJournal& journal, HistoryPlan::Range range) {
     const torvel::HistoryStore store(journal.directory);
     std::size_t samples = 0;
     for (auto _ : state) {
-        auto view = HistoryModel::reloadRange(store, range, journal.now, 40);
+        auto view = HistoryPlan::reloadRange(store, range, journal.now, 40);
         samples = view.report.samples.size();
         benchmark::DoNotOptimize(view.series.buckets.data());
     }
@@ -121,7 +121,7 @@ void BM_BareParseMonth(benchmark::State& state) {
 BENCHMARK(BM_BareParseMonth)->Unit(benchmark::kMillisecond);
 
 void BM_MonthReload(benchmark::State& state) {
-    reload(state, month(), HistoryModel::Range::month);
+    reload(state, month(), HistoryPlan::Range::month);
 }
 BENCHMARK(BM_MonthReload)->Unit(benchmark::kMillisecond);
 
@@ -132,7 +132,7 @@ BENCHMARK(BM_BareParseYear)->Unit(benchmark::kMillisecond);
 
 // The last 365 days, as the Long memory page's year reloads them.
 void BM_YearReload(benchmark::State& state) {
-    reload(state, year(), HistoryModel::Range::year);
+    reload(state, year(), HistoryPlan::Range::year);
 }
 BENCHMARK(BM_YearReload)->Unit(benchmark::kMillisecond);
 
@@ -140,7 +140,7 @@ BENCHMARK(BM_YearReload)->Unit(benchmark::kMillisecond);
 void BM_DayViewReload(benchmark::State& state) {
     const torvel::HistoryStore store(month().directory);
     for (auto _ : state) {
-        auto view = HistoryModel::reloadRange(store, HistoryModel::Range::day, month().now, 40);
+        auto view = HistoryPlan::reloadRange(store, HistoryPlan::Range::day, month().now, 40);
         benchmark::DoNotOptimize(view.series.buckets.data());
     }
 }
@@ -148,8 +148,8 @@ BENCHMARK(BM_DayViewReload)->Unit(benchmark::kMicrosecond);
 
 void BM_DayChartBuild(benchmark::State& state) {
     const torvel::HistoryStore store(month().directory);
-    const Instant start = HistoryModel::rangeStart(HistoryModel::Range::day, month().now);
-    const Instant end = HistoryModel::rangeEnd(HistoryModel::Range::day, month().now);
+    const Instant start = HistoryPlan::rangeStart(HistoryPlan::Range::day, month().now);
+    const Instant end = HistoryPlan::rangeEnd(HistoryPlan::Range::day, month().now);
     const auto samples = store.samples(start, end);
     for (auto _ : state) {
         auto series = torvel::ChartSeries::build(samples, start, end, 1440);
@@ -160,8 +160,8 @@ BENCHMARK(BM_DayChartBuild)->Unit(benchmark::kMicrosecond);
 
 // Pointer tracking over the day chart: one lookup per pointer move.
 void BM_Nearest(benchmark::State& state) {
-    const auto view = HistoryModel::reloadRange(torvel::HistoryStore(month().directory),
-                                                HistoryModel::Range::day, month().now, 40);
+    const auto view = HistoryPlan::reloadRange(torvel::HistoryStore(month().directory),
+                                               HistoryPlan::Range::day, month().now, 40);
     double position = 0;
     for (auto _ : state) {
         benchmark::DoNotOptimize(view.series.nearest(position));

@@ -10,7 +10,7 @@
 #include "common/paths.h"
 #include "common/texts.h"
 #include "data_directory.h"
-#include "history/model.h"
+#include "history/history_plan.h"
 #include "history/words.h"
 #include "options.h"
 #include "service/settings.h"
@@ -18,7 +18,7 @@
 namespace torvel::cli {
 namespace {
 
-using Range = HistoryModel::Range;
+using Range = HistoryPlan::Range;
 
 // Everything the journal is read with. Absent values are the ones neither the command line nor the data
 // directory nor the battery could give; they stay absent in the output.
@@ -72,7 +72,7 @@ std::variant<JournalRequest, std::string> parseRequest(const std::vector<std::st
         if (!request.day) return badValue("--day", *day, tr("a date as YYYY-MM-DD"));
     }
     if (auto range = options.value("--range")) {
-        request.range = HistoryModel::rangeNamed(*range);
+        request.range = HistoryPlan::rangeNamed(*range);
         if (!request.range) return badValue("--range", *range, tr("day, week, month or year"));
     }
     constexpr long long most = 1'000'000'000;
@@ -141,7 +141,7 @@ Journal readJournal(const JournalRequest& request, const HistoryStore& store) {
     Journal journal;
     journal.storage = store.summary();
     if (request.range) {
-        auto view = HistoryModel::reloadRange(store, *request.range, request.now, thermalLimit);
+        auto view = HistoryPlan::reloadRange(store, *request.range, request.now, thermalLimit);
         journal.range = *request.range;
         journal.narrativeDate = view.start;
         journal.series = std::move(view.series);
@@ -153,8 +153,8 @@ Journal readJournal(const JournalRequest& request, const HistoryStore& store) {
     const Instant dayStart = Dates::startOfLocalDay(day).value_or(day);
     auto samples = store.samples(day);
     journal.narrativeDate = dayStart;
-    journal.series = ChartSeries::build(samples, dayStart, HistoryModel::rangeEnd(Range::day, dayStart),
-                                        HistoryModel::bucketCount(Range::day));
+    journal.series = ChartSeries::build(samples, dayStart, HistoryPlan::rangeEnd(Range::day, dayStart),
+                                        HistoryPlan::bucketCount(Range::day));
     journal.report = HistoryAnalysis::report(std::move(samples), day, thermalLimit);
     return journal;
 }
@@ -247,7 +247,7 @@ void printForPerson(std::FILE* out, const Journal& journal, const Texts& texts) 
     for (const auto& insight : texts.insights) {
         std::fprintf(out, "\n  %s\n    %s\n", insight.title.c_str(), insight.body.c_str());
     }
-    const auto slots = HistoryModel::bucketCount(journal.range);
+    const auto slots = HistoryPlan::bucketCount(journal.range);
     std::fputs("\n", out);
     printLine(out,
               trn("Chart: %1 (%2 of %3 slot filled)", "Chart: %1 (%2 of %3 slots filled)", slots,

@@ -19,7 +19,7 @@ class QScreen;
 namespace torvel::app {
 
 class BatteryMonitor;
-class ChargeSettings;
+class ChargeSettingsModel;
 
 // The short overlay that greets the charger: a bolt and the charge, under the top panel, for 2.2 s, at most
 // once in ten seconds. ChargeArrival keeps those rules; this class finds the words, the screen and the way
@@ -30,7 +30,7 @@ class ChargeArrivalController : public QObject {
   public:
     struct Sources {
         BatteryMonitor* battery = nullptr;
-        ChargeSettings* settings = nullptr;
+        ChargeSettingsModel* settings = nullptr;
         SystemLock lock;
         std::function<double()> clock;
         // Whether there is a screen to show anything on (a closed lid with no display has none).

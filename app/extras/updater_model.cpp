@@ -102,7 +102,7 @@ void removePrivately(const QString& directory) {
 
 }  // namespace
 
-Updater::Config Updater::buildConfig() {
+UpdaterModel::Config UpdaterModel::buildConfig() {
     return Config{
         .feed = QUrl(QStringLiteral(TORVEL_UPDATE_FEED)),
         .publicKey = QStringLiteral(TORVEL_UPDATE_PUBLIC_KEY),
@@ -117,7 +117,7 @@ Updater::Config Updater::buildConfig() {
         .installDeadline = std::chrono::minutes(15)};
 }
 
-Updater::Updater(Config config, QNetworkAccessManager* network, QObject* parent)
+UpdaterModel::UpdaterModel(Config config, QNetworkAccessManager* network, QObject* parent)
     : QObject(parent),
       config_(std::move(config)),
       network_(network),
@@ -156,13 +156,13 @@ Updater::Updater(Config config, QNetworkAccessManager* network, QObject* parent)
     // sleeps, and the wall clock may be changed under it.
     schedule_.setTimerType(Qt::VeryCoarseTimer);
     schedule_.setInterval(schedulePoll);
-    connect(&schedule_, &QTimer::timeout, this, &Updater::checkIfDue);
+    connect(&schedule_, &QTimer::timeout, this, &UpdaterModel::checkIfDue);
     schedule_.start();
     // Not at once: the app's start-up has more urgent work than the feed.
-    QTimer::singleShot(firstScheduledLook, this, &Updater::checkIfDue);
+    QTimer::singleShot(firstScheduledLook, this, &UpdaterModel::checkIfDue);
 }
 
-Updater::~Updater() {
+UpdaterModel::~UpdaterModel() {
     // Quitting during a check is not a failed check: the aborted replies must not reach the handlers.
     for (QNetworkReply* reply : {feedReply_.data(), packageReply_.data()}) {
         if (!reply) continue;
@@ -173,96 +173,96 @@ Updater::~Updater() {
     if (sourceReader_) disconnect(sourceReader_, nullptr, this, nullptr);
 }
 
-QString Updater::available() const {
+QString UpdaterModel::available() const {
     return state_.available ? fromStd(*state_.available) : QString();
 }
 
-QDateTime Updater::lastCheck() const {
+QDateTime UpdaterModel::lastCheck() const {
     if (!state_.lastCheck) return {};
     return QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(*state_.lastCheck * 1000.0));
 }
 
-QString Updater::status() const {
+QString UpdaterModel::status() const {
     return fromStd(UpdateWords::status(state_));
 }
 
-QString Updater::shortText() const {
+QString UpdaterModel::shortText() const {
     return fromStd(UpdateWords::shortText(state_));
 }
 
-bool Updater::canInstall() const {
+bool UpdaterModel::canInstall() const {
     return state_.available && !installing_ && !state_.checking;
 }
 
-QString Updater::checkTitle() const {
+QString UpdaterModel::checkTitle() const {
     return fromStd(UpdateActionWords::checkTitle(state_.checking));
 }
 
-QString Updater::installTitle() const {
+QString UpdaterModel::installTitle() const {
     return fromStd(UpdateActionWords::installTitle(installing_));
 }
 
-QString Updater::automaticLabel() {
+QString UpdaterModel::automaticLabel() {
     return fromStd(UpdateActionWords::automaticLabel());
 }
 
-QString Updater::help() const {
+QString UpdaterModel::help() const {
     return fromStd(UpdateActionWords::help(source_, config_.feed.host().toStdString()));
 }
 
-void Updater::setAutomatic(bool on) {
+void UpdaterModel::setAutomatic(bool on) {
     if (on == state_.automatic) return;
     change([on](UpdaterState& state) { state.automatic = on; });
     save();
     checkIfDue();
 }
 
-Instant Updater::now() const {
+Instant UpdaterModel::now() const {
     if (config_.clock) return config_.clock();
     // Whole seconds, as the settings file keeps them.
     return static_cast<Instant>(QDateTime::currentSecsSinceEpoch());
 }
 
-void Updater::change(const std::function<void(UpdaterState&)>& edit) {
+void UpdaterModel::change(const std::function<void(UpdaterState&)>& edit) {
     edit(state_);
     announce();
 }
 
-void Updater::announce() {
-    assignAndNotify(this, announced_.available, state_.available, &Updater::availableChanged);
-    assignAndNotify(this, announced_.critical, state_.critical, &Updater::criticalChanged);
-    assignAndNotify(this, announced_.checking, state_.checking, &Updater::checkingChanged);
-    assignAndNotify(this, announced_.lastCheck, state_.lastCheck, &Updater::lastCheckChanged);
-    assignAndNotify(this, announced_.unreachable, state_.unreachable, &Updater::unreachableChanged);
-    assignAndNotify(this, announced_.automatic, state_.automatic, &Updater::automaticChanged);
-    assignAndNotify(this, status_, status(), &Updater::statusChanged);
-    assignAndNotify(this, shortText_, shortText(), &Updater::shortTextChanged);
-    assignAndNotify(this, canInstall_, canInstall(), &Updater::canInstallChanged);
-    assignAndNotify(this, help_, help(), &Updater::helpChanged);
+void UpdaterModel::announce() {
+    assignAndNotify(this, announced_.available, state_.available, &UpdaterModel::availableChanged);
+    assignAndNotify(this, announced_.critical, state_.critical, &UpdaterModel::criticalChanged);
+    assignAndNotify(this, announced_.checking, state_.checking, &UpdaterModel::checkingChanged);
+    assignAndNotify(this, announced_.lastCheck, state_.lastCheck, &UpdaterModel::lastCheckChanged);
+    assignAndNotify(this, announced_.unreachable, state_.unreachable, &UpdaterModel::unreachableChanged);
+    assignAndNotify(this, announced_.automatic, state_.automatic, &UpdaterModel::automaticChanged);
+    assignAndNotify(this, status_, status(), &UpdaterModel::statusChanged);
+    assignAndNotify(this, shortText_, shortText(), &UpdaterModel::shortTextChanged);
+    assignAndNotify(this, canInstall_, canInstall(), &UpdaterModel::canInstallChanged);
+    assignAndNotify(this, help_, help(), &UpdaterModel::helpChanged);
 }
 
-void Updater::setError(QString text, QString detail) {
+void UpdaterModel::setError(QString text, QString detail) {
     if (text == error_ && detail == errorDetail_) return;
     error_ = std::move(text);
     errorDetail_ = std::move(detail);
     emit errorChanged();
 }
 
-void Updater::setProblem(UpdateProblem problem, QString detail) {
+void UpdaterModel::setProblem(UpdateProblem problem, QString detail) {
     setError(fromStd(UpdateActionWords::problem(problem)), std::move(detail));
 }
 
-void Updater::setNote(QString text) {
+void UpdaterModel::setNote(QString text) {
     if (text == note_) return;
     note_ = std::move(text);
     emit noteChanged();
 }
 
-void Updater::setInstalling(bool on) {
-    if (assignAndNotify(this, installing_, on, &Updater::installingChanged)) announce();
+void UpdaterModel::setInstalling(bool on) {
+    if (assignAndNotify(this, installing_, on, &UpdaterModel::installingChanged)) announce();
 }
 
-void Updater::withSource(std::function<void()> then) {
+void UpdaterModel::withSource(std::function<void()> then) {
     if (source_) {
         then();
         return;
@@ -293,7 +293,7 @@ void Updater::withSource(std::function<void()> then) {
 }
 
 // The same keys the checkup reads through UpdaterState::fromSettings.
-void Updater::save() {
+void UpdaterModel::save() {
     settings_->beginGroup(group);
     settings_->setValue(QStringLiteral("automatic"), state_.automatic);
     settings_->setValue(QStringLiteral("critical"), state_.critical);
@@ -306,11 +306,11 @@ void Updater::save() {
     settings_->sync();
 }
 
-bool Updater::feedConfigured() const {
+bool UpdaterModel::feedConfigured() const {
     return config_.feed.isValid() && config_.feed.scheme() == QLatin1String("https") && key_;
 }
 
-void Updater::checkIfDue() {
+void UpdaterModel::checkIfDue() {
     if (!state_.automatic || state_.checking || installing_) return;
     if (!Appcast::checkDue(state_.lastCheck, state_.unreachable, now())) return;
     // A build with nowhere to ask stays quiet until the user asks.
@@ -319,7 +319,7 @@ void Updater::checkIfDue() {
     });
 }
 
-QNetworkReply* Updater::get(const QUrl& url, std::uint64_t largest) {
+QNetworkReply* UpdaterModel::get(const QUrl& url, std::uint64_t largest) {
     QNetworkRequest request(url);
     request.setTransferTimeout(static_cast<int>(config_.timeout.count()));
     request.setHeader(QNetworkRequest::UserAgentHeader, QStringLiteral("Torvel/") + config_.runningVersion);
@@ -337,7 +337,7 @@ QNetworkReply* Updater::get(const QUrl& url, std::uint64_t largest) {
     return reply;
 }
 
-void Updater::checkNow() {
+void UpdaterModel::checkNow() {
     if (state_.checking) return;
     setError({});
     setNote({});
@@ -355,11 +355,11 @@ void Updater::checkNow() {
     });
 }
 
-void Updater::checkPackages() {
+void UpdaterModel::checkPackages() {
     packages_.check([this](const PackageKitUpdates::CheckResult& result) { packagesChecked(result); });
 }
 
-void Updater::packagesChecked(const PackageKitUpdates::CheckResult& result) {
+void UpdaterModel::packagesChecked(const PackageKitUpdates::CheckResult& result) {
     if (const auto* failure = std::get_if<PackageKitUpdates::Failure>(&result)) {
         checkFailed(fromStd(UpdateActionWords::problem(failure->problem)), failure->detail);
         return;
@@ -384,7 +384,7 @@ void Updater::packagesChecked(const PackageKitUpdates::CheckResult& result) {
     }
 }
 
-void Updater::installPackage() {
+void UpdaterModel::installPackage() {
     setNote(fromStd(UpdateActionWords::installing(std::nullopt)));
     packages_.install(*foundPackage_, [this](std::optional<PackageKitUpdates::Failure> failure) {
         if (failure) {
@@ -397,7 +397,7 @@ void Updater::installPackage() {
     });
 }
 
-void Updater::succeeded() {
+void UpdaterModel::succeeded() {
     const QString version = available();
     // What was found is no longer waiting: the package manager has it now.
     change([](UpdaterState& state) { state.noUpdateFound(); });
@@ -407,7 +407,7 @@ void Updater::succeeded() {
     emit installed();
 }
 
-void Updater::checkFeed() {
+void UpdaterModel::checkFeed() {
     feedReply_ = get(config_.feed, largestFeed);
     // The reply owns the timer, so it cannot fire on a later check's reply.
     QTimer::singleShot(config_.deadline, feedReply_, [reply = feedReply_.data()] {
@@ -418,7 +418,7 @@ void Updater::checkFeed() {
             [this, reply = feedReply_.data()] { feedArrived(reply); });
 }
 
-void Updater::feedArrived(QNetworkReply* reply) {
+void UpdaterModel::feedArrived(QNetworkReply* reply) {
     reply->deleteLater();
     if (reply->property(tooLargeProperty).toBool()) {
         checkFailed(fromStd(UpdateActionWords::feedFailure(FeedFailure::unreadable)));
@@ -456,7 +456,7 @@ void Updater::feedArrived(QNetworkReply* reply) {
     }
 }
 
-void Updater::checkFailed(const QString& text, const QString& detail) {
+void UpdaterModel::checkFailed(const QString& text, const QString& detail) {
     const Appcast::Outcome failed{.update = std::nullopt, .error = text.toStdString()};
     change([&](UpdaterState& state) {
         Appcast::record(state, failed, config_.runningVersion.toStdString(), now());
@@ -469,7 +469,7 @@ void Updater::checkFailed(const QString& text, const QString& detail) {
     }
 }
 
-void Updater::install() {
+void UpdaterModel::install() {
     if (installing_ || state_.checking) return;
     if (!state_.available) {
         setProblem(UpdateProblem::nothingToInstall);
@@ -491,14 +491,14 @@ void Updater::install() {
     checkNow();
 }
 
-void Updater::download() {
+void UpdaterModel::download() {
     const Appcast::Item item = *found_;
     packageReply_ = get(QUrl(fromStd(item.url)), item.length.value_or(0));
     connect(packageReply_, &QNetworkReply::finished, this,
             [this, reply = packageReply_.data(), item] { packageArrived(reply, item); });
 }
 
-void Updater::packageArrived(QNetworkReply* reply, const Appcast::Item& item) {
+void UpdaterModel::packageArrived(QNetworkReply* reply, const Appcast::Item& item) {
     reply->deleteLater();
     if (reply->property(tooLargeProperty).toBool()) {
         failInstall(fromStd(UpdateActionWords::feedFailure(FeedFailure::wrongSize)));
@@ -511,7 +511,7 @@ void Updater::packageArrived(QNetworkReply* reply, const Appcast::Item& item) {
     handOver(reply->readAll(), item);
 }
 
-void Updater::handOver(const QByteArray& package, const Appcast::Item& item) {
+void UpdaterModel::handOver(const QByteArray& package, const Appcast::Item& item) {
     QString base = config_.downloadDirectory;
     if (base.isEmpty()) base = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
     if (base.isEmpty())
@@ -556,7 +556,7 @@ void Updater::handOver(const QByteArray& package, const Appcast::Item& item) {
     reader->start(QStringLiteral("dpkg-deb"), {QStringLiteral("-f"), path, QStringLiteral("Version")});
 }
 
-void Updater::installHere(const QString& directory, const QString& path) {
+void UpdaterModel::installHere(const QString& directory, const QString& path) {
     installer_.install(path, [this, directory](std::optional<QString> error) {
         removePrivately(directory);
         if (error) {
@@ -567,7 +567,7 @@ void Updater::installHere(const QString& directory, const QString& path) {
     });
 }
 
-void Updater::failInstall(const QString& text, const QString& detail) {
+void UpdaterModel::failInstall(const QString& text, const QString& detail) {
     setError(text, detail);
     setInstalling(false);
 }

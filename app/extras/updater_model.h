@@ -27,7 +27,7 @@ namespace torvel::app {
 // a package repository, from the signed feed when its package was installed by hand. Nothing is downloaded
 // for installing and nothing installs until `install()` is called; every failure ends in `error`, with the
 // system's own words apart in `errorDetail`.
-class Updater : public QObject {
+class UpdaterModel : public QObject {
     Q_OBJECT
     Q_PROPERTY(QString available READ available NOTIFY availableChanged)
     Q_PROPERTY(bool critical READ critical NOTIFY criticalChanged)
@@ -73,8 +73,8 @@ class Updater : public QObject {
     static Config buildConfig();
 
     // `network` may be shared with the rest of the app; without one the updater makes its own.
-    explicit Updater(Config config, QNetworkAccessManager* network = nullptr, QObject* parent = nullptr);
-    ~Updater() override;
+    explicit UpdaterModel(Config config, QNetworkAccessManager* network = nullptr, QObject* parent = nullptr);
+    ~UpdaterModel() override;
 
     QString available() const;
     bool critical() const { return state_.critical; }

@@ -8,7 +8,7 @@ namespace torvel::app {
 namespace {
 ChartPlot::Frame chartFrame(HistoryModel::Range range, int thermalLimit) {
     ChartPlot::Frame frame;
-    frame.slotCount = torvel::HistoryModel::bucketCount(range);
+    frame.slotCount = torvel::HistoryPlan::bucketCount(range);
     frame.thermalLimit = thermalLimit;
     return frame;
 }
@@ -34,11 +34,11 @@ HistoryModel::HistoryModel(std::filesystem::path journal, Clock clock, QObject* 
 }
 
 QString HistoryModel::rangeName() const {
-    return QString::fromUtf8(torvel::HistoryModel::rawValue(range_));
+    return QString::fromUtf8(torvel::HistoryPlan::rawValue(range_));
 }
 
 void HistoryModel::setRangeName(const QString& name) {
-    if (const auto range = torvel::HistoryModel::rangeNamed(name.toStdString())) setRange(*range);
+    if (const auto range = torvel::HistoryPlan::rangeNamed(name.toStdString())) setRange(*range);
 }
 
 void HistoryModel::setRange(Range range) {
@@ -78,14 +78,14 @@ void HistoryModel::reloadToday() {
     const int thermal = thermalLimit_;
     ++inFlight_;
     QtConcurrent::run([store, now, thermal] {
-        return torvel::HistoryModel::reloadToday(store, now, thermal);
-    }).then(this, [this](torvel::HistoryModel::Today today) {
+        return torvel::HistoryPlan::reloadToday(store, now, thermal);
+    }).then(this, [this](torvel::HistoryPlan::Today today) {
         --inFlight_;
         today_ = std::move(today);
         todayChart_.setThermalLimit(today_.today.thermalLimit);
-        todayChart_.setSeries(today_.day, torvel::HistoryModel::bucketCount(Range::day));
+        todayChart_.setSeries(today_.day, torvel::HistoryPlan::bucketCount(Range::day));
         emit todayChanged();
-        if (torvel::HistoryModel::journalReady(today_.sparklineHours)) {
+        if (torvel::HistoryPlan::journalReady(today_.sparklineHours)) {
             emit journalReady(QString::fromStdString(HistoryAnalysis::summaryLine(today_.today)));
         }
     });
@@ -98,13 +98,13 @@ void HistoryModel::reloadRange() {
     const Range range = range_;
     ++inFlight_;
     QtConcurrent::run([store, range, now, thermal] {
-        return torvel::HistoryModel::reloadRange(store, range, now, thermal);
-    }).then(this, [this, range, thermal](QFuture<torvel::HistoryModel::RangeView> done) {
+        return torvel::HistoryPlan::reloadRange(store, range, now, thermal);
+    }).then(this, [this, range, thermal](QFuture<torvel::HistoryPlan::RangeView> done) {
         --inFlight_;
         // Taken, not copied: a year of samples is tens of megabytes.
         rangeView_ = done.takeResult();
         rangeChart_.setThermalLimit(thermal);
-        rangeChart_.setSeries(rangeView_->series, torvel::HistoryModel::bucketCount(range));
+        rangeChart_.setSeries(rangeView_->series, torvel::HistoryPlan::bucketCount(range));
         emit rangeReloaded();
     });
 }

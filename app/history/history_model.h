@@ -8,7 +8,7 @@
 #include <functional>
 
 #include "history/chart_model.h"
-#include "history/model.h"
+#include "history/history_plan.h"
 
 namespace torvel::app {
 
@@ -27,7 +27,7 @@ class HistoryModel : public QObject {
 
   public:
     using Clock = std::function<double()>;
-    using Range = torvel::HistoryModel::Range;
+    using Range = torvel::HistoryPlan::Range;
 
     static constexpr std::chrono::milliseconds slowInterval{900'000};
     static constexpr std::chrono::milliseconds liveInterval{60'000};
@@ -45,7 +45,7 @@ class HistoryModel : public QObject {
     qint64 daysRecorded() const { return today_.daysRecorded; }
     bool hasToday() const { return !today_.today.samples.empty(); }
     qint64 atFullMinutesToday() const { return today_.today.stress.atFullMinutes; }
-    const std::optional<torvel::HistoryModel::RangeView>& rangeView() const { return rangeView_; }
+    const std::optional<torvel::HistoryPlan::RangeView>& rangeView() const { return rangeView_; }
     int thermalLimit() const { return thermalLimit_; }
     // Today's whole day, and the chosen range, as charts; each follows its reload.
     ChartModel* todayChart() { return &todayChart_; }
@@ -77,9 +77,9 @@ class HistoryModel : public QObject {
     HistoryStore store_;
     Clock clock_;
     Range range_ = Range::day;
-    int thermalLimit_ = torvel::HistoryModel::initialThermalLimit;
-    torvel::HistoryModel::Today today_;
-    std::optional<torvel::HistoryModel::RangeView> rangeView_;
+    int thermalLimit_ = torvel::HistoryPlan::initialThermalLimit;
+    torvel::HistoryPlan::Today today_;
+    std::optional<torvel::HistoryPlan::RangeView> rangeView_;
     ChartModel todayChart_;
     ChartModel rangeChart_;
     QTimer slow_;

@@ -33,16 +33,16 @@ int toneOf(HistoryAnalysis::Tint tint) {
 
 }  // namespace
 
-JournalPageModel::JournalPageModel(HistoryModel& history, ChargeSettings& settings, BatteryMonitor& battery,
-                                   QObject* parent)
+JournalPageModel::JournalPageModel(HistoryModel& history, ChargeSettingsModel& settings,
+                                   BatteryMonitor& battery, QObject* parent)
     : QObject(parent), history_(history), settings_(settings), battery_(battery) {
     connect(&history_, &HistoryModel::todayChanged, this, &JournalPageModel::publishToday);
     connect(&history_, &HistoryModel::todayChanged, this, &JournalPageModel::publishInsights);
     connect(&history_, &HistoryModel::rangeReloaded, this, &JournalPageModel::publishRange);
     // The protected time is in the service's status.
-    connect(&settings_, &ChargeSettings::statusChanged, this, &JournalPageModel::publishToday);
-    connect(&settings_, &ChargeSettings::limitChanged, this, &JournalPageModel::publishInsights);
-    connect(&settings_, &ChargeSettings::thermalLimitChanged, this, &JournalPageModel::publishInsights);
+    connect(&settings_, &ChargeSettingsModel::statusChanged, this, &JournalPageModel::publishToday);
+    connect(&settings_, &ChargeSettingsModel::limitChanged, this, &JournalPageModel::publishInsights);
+    connect(&settings_, &ChargeSettingsModel::thermalLimitChanged, this, &JournalPageModel::publishInsights);
     connect(&battery_, &BatteryMonitor::snapshotChanged, this, &JournalPageModel::publishInsights);
     publishToday();
     publishInsights();
@@ -59,7 +59,7 @@ void JournalPageModel::publishToday() {
     using M = JournalPageModel;
     const auto& report = history_.today();
     assignAndNotify(this, shown_.todayYoung, report.samples.size() < 2, &M::todayYoungChanged);
-    assignAndNotify(this, shown_.todayTitle, qs(torvel::HistoryModel::dayTitle(report.day)),
+    assignAndNotify(this, shown_.todayTitle, qs(torvel::HistoryPlan::dayTitle(report.day)),
                     &M::todayTitleChanged);
     assignAndNotify(this, shown_.todayHeadline, qs(report.headline()), &M::todayHeadlineChanged);
     assignAndNotify(this, shown_.todaySummary, qs(HistoryAnalysis::summaryLine(report)),
@@ -131,8 +131,8 @@ QVariantMap JournalPageModel::words() {
 QVariantList JournalPageModel::ranges() {
     const ViewWords words = JournalFigures::words();
     QVariantList list;
-    for (const auto range : torvel::HistoryModel::ranges) {
-        const QString value = QString::fromUtf8(torvel::HistoryModel::rawValue(range));
+    for (const auto range : torvel::HistoryPlan::ranges) {
+        const QString value = QString::fromUtf8(torvel::HistoryPlan::rawValue(range));
         list << QVariantMap{{QStringLiteral("value"), value},
                             {QStringLiteral("label"), qs(words.at(value.toStdString()))}};
     }

@@ -9,7 +9,7 @@
 namespace torvel::app {
 
 class BatteryMonitor;
-class ChargeSettings;
+class ChargeSettingsModel;
 class HistoryModel;
 
 // The words of the Today and Long memory pages: the day's story and figures, the insight cards, the health
@@ -35,7 +35,7 @@ class JournalPageModel : public QObject {
     Q_PROPERTY(QString daysRecorded READ daysRecorded NOTIFY daysRecordedChanged)
 
   public:
-    JournalPageModel(HistoryModel& history, ChargeSettings& settings, BatteryMonitor& battery,
+    JournalPageModel(HistoryModel& history, ChargeSettingsModel& settings, BatteryMonitor& battery,
                      QObject* parent = nullptr);
 
     static QVariantMap words();
@@ -84,7 +84,7 @@ class JournalPageModel : public QObject {
     std::optional<double> protectedSeconds() const;
 
     HistoryModel& history_;
-    ChargeSettings& settings_;
+    ChargeSettingsModel& settings_;
     BatteryMonitor& battery_;
 
     // What the properties last announced.

@@ -115,8 +115,8 @@ OnboardingModel::OnboardingModel(Dependencies dependencies, OnboardingFlow::Mode
       pollInterval_(dependencies.pollInterval),
       flow_(mode) {
     for (const auto signal :
-         {&ChargeSettings::daemonInstalledChanged, &ChargeSettings::serviceNeedsMigrationChanged,
-          &ChargeSettings::limitChanged, &ChargeSettings::serviceStateChanged})
+         {&ChargeSettingsModel::daemonInstalledChanged, &ChargeSettingsModel::serviceNeedsMigrationChanged,
+          &ChargeSettingsModel::limitChanged, &ChargeSettingsModel::serviceStateChanged})
         connect(&settings_, signal, this, [this] { settle(false); });
     check();
 }

@@ -18,7 +18,7 @@
 
 namespace torvel::app {
 
-class ChargeSettings;
+class ChargeSettingsModel;
 class LoginItemModel;
 class ServiceInstaller;
 
@@ -88,7 +88,7 @@ class OnboardingModel : public QObject {
     using Probe = std::function<void(QObject* context, ProbeDone done)>;
 
     struct Dependencies {
-        ChargeSettings& settings;
+        ChargeSettingsModel& settings;
         ServiceSteps& service;
         DefaultsStore& defaults;
         LoginItemModel* loginItem = nullptr;
@@ -177,7 +177,7 @@ class OnboardingModel : public QObject {
     void tick();
     void setBusy(bool busy);
 
-    ChargeSettings& settings_;
+    ChargeSettingsModel& settings_;
     ServiceSteps& service_;
     DefaultsStore& defaults_;
     QPointer<LoginItemModel> loginItem_;

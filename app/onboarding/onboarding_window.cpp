@@ -70,7 +70,7 @@ void OnboardingWindowController::closed() {
 }
 
 void OnboardingWindowController::syncApproval() {
-    const ChargeSettings& settings = sources_.models.settings;
+    const ChargeSettingsModel& settings = sources_.models.settings;
     const auto mode = sync_.syncApproval(settings.serviceNeedsApproval(),
                                          sources_.models.defaults.boolean("onboardingSeen"), visible());
     if (mode) show(*mode);

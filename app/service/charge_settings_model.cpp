@@ -17,7 +17,7 @@ std::optional<std::string> fileText(const std::filesystem::path& path) {
 }
 }  // namespace
 
-ChargeSettings::ChargeSettings(Dependencies d, QObject* parent)
+ChargeSettingsModel::ChargeSettingsModel(Dependencies d, QObject* parent)
     : QObject(parent),
       paths_(std::move(d.paths)),
       installation_(std::move(d.installation)),
@@ -27,57 +27,58 @@ ChargeSettings::ChargeSettings(Dependencies d, QObject* parent)
       clock_(std::move(d.clock)),
       after_(std::move(d.after)) {
     poll_.setTimerType(Qt::CoarseTimer);
-    connect(&poll_, &QTimer::timeout, this, &ChargeSettings::refreshStatus);
+    connect(&poll_, &QTimer::timeout, this, &ChargeSettingsModel::refreshStatus);
     load();
     refreshStatus();
     retime();
 }
 
-void ChargeSettings::publish() {
-    assignAndNotify(this, shown_.enabled, state_.settings.enabled, &ChargeSettings::enabledChanged);
-    assignAndNotify(this, shown_.limit, state_.settings.limit, &ChargeSettings::limitChanged);
-    assignAndNotify(this, shown_.heldLimit, state_.heldLimit(), &ChargeSettings::heldLimitChanged);
-    assignAndNotify(this, shown_.topUp, state_.settings.topUp, &ChargeSettings::topUpChanged);
+void ChargeSettingsModel::publish() {
+    assignAndNotify(this, shown_.enabled, state_.settings.enabled, &ChargeSettingsModel::enabledChanged);
+    assignAndNotify(this, shown_.limit, state_.settings.limit, &ChargeSettingsModel::limitChanged);
+    assignAndNotify(this, shown_.heldLimit, state_.heldLimit(), &ChargeSettingsModel::heldLimitChanged);
+    assignAndNotify(this, shown_.topUp, state_.settings.topUp, &ChargeSettingsModel::topUpChanged);
     assignAndNotify(this, shown_.thermalLimit, state_.settings.thermalLimit,
-                    &ChargeSettings::thermalLimitChanged);
+                    &ChargeSettingsModel::thermalLimitChanged);
     assignAndNotify(this, shown_.canReachService, state_.canReachService(),
-                    &ChargeSettings::canReachServiceChanged);
+                    &ChargeSettingsModel::canReachServiceChanged);
     assignAndNotify(this, shown_.state, QString::fromUtf8(state_.status.stateWord()),
-                    &ChargeSettings::stateChanged);
+                    &ChargeSettingsModel::stateChanged);
     assignAndNotify(this, shown_.serviceState, QString::fromUtf8(name(serviceState())),
-                    &ChargeSettings::serviceStateChanged);
-    assignAndNotify(this, shown_.writeError, text(state_.writeError), &ChargeSettings::writeErrorChanged);
+                    &ChargeSettingsModel::serviceStateChanged);
+    assignAndNotify(this, shown_.writeError, text(state_.writeError),
+                    &ChargeSettingsModel::writeErrorChanged);
     assignAndNotify(this, shown_.serviceError, text(state_.serviceError),
-                    &ChargeSettings::serviceErrorChanged);
+                    &ChargeSettingsModel::serviceErrorChanged);
     assignAndNotify(this, shown_.daemonInstalled, state_.daemonInstalled,
-                    &ChargeSettings::daemonInstalledChanged);
+                    &ChargeSettingsModel::daemonInstalledChanged);
     assignAndNotify(this, shown_.serviceNeedsApproval, state_.serviceNeedsApproval,
-                    &ChargeSettings::serviceNeedsApprovalChanged);
+                    &ChargeSettingsModel::serviceNeedsApprovalChanged);
     assignAndNotify(this, shown_.serviceNeedsMigration, state_.serviceNeedsMigration,
-                    &ChargeSettings::serviceNeedsMigrationChanged);
-    assignAndNotify(this, shown_.migrating, state_.migrating, &ChargeSettings::migratingChanged);
+                    &ChargeSettingsModel::serviceNeedsMigrationChanged);
+    assignAndNotify(this, shown_.migrating, state_.migrating, &ChargeSettingsModel::migratingChanged);
     assignAndNotify(this, shown_.migrationFallback, state_.migrationFallback,
-                    &ChargeSettings::migrationFallbackChanged);
-    assignAndNotify(this, shown_.saveNote, text(saveNote_), &ChargeSettings::saveNoteChanged);
-    assignAndNotify(this, shown_.settings, state_.settings, &ChargeSettings::settingsChanged);
+                    &ChargeSettingsModel::migrationFallbackChanged);
+    assignAndNotify(this, shown_.saveNote, text(saveNote_), &ChargeSettingsModel::saveNoteChanged);
+    assignAndNotify(this, shown_.settings, state_.settings, &ChargeSettingsModel::settingsChanged);
     ServiceStatus status = state_.status;
     status.published.ts = {};
-    assignAndNotify(this, shown_.status, std::move(status), &ChargeSettings::statusChanged);
+    assignAndNotify(this, shown_.status, std::move(status), &ChargeSettingsModel::statusChanged);
 }
 
-void ChargeSettings::setLimit(int limit) {
+void ChargeSettingsModel::setLimit(int limit) {
     if (state_.settings.limit == limit) return;
     state_.settings.limit = limit;
     publish();
 }
 
-void ChargeSettings::setTopUp(bool on) {
+void ChargeSettingsModel::setTopUp(bool on) {
     if (state_.settings.topUp == on) return;
     state_.settings.topUp = on;
     publish();
 }
 
-void ChargeSettings::change(const std::function<void(Settings&)>& edit) {
+void ChargeSettingsModel::change(const std::function<void(Settings&)>& edit) {
     Settings next = state_.settings;
     edit(next);
     if (next == state_.settings) return;
@@ -86,20 +87,20 @@ void ChargeSettings::change(const std::function<void(Settings&)>& edit) {
     save();
 }
 
-void ChargeSettings::setCalibrate(bool on) {
+void ChargeSettingsModel::setCalibrate(bool on) {
     calibrateAskedAt_ = clock_();
     if (state_.settings.calibrate == on) return;
     state_.settings.calibrate = on;
     publish();
 }
 
-void ChargeSettings::load() {
+void ChargeSettingsModel::load() {
     syncService();
     if (const auto config = fileText(paths_.config)) state_.settings = loadSettings(*config, state_.settings);
     publish();
 }
 
-void ChargeSettings::refreshStatus() {
+void ChargeSettingsModel::refreshStatus() {
     const double now = clock_();
     if (liveWatchers_ > 0 || now - lastServiceSync_ >= serviceSyncSeconds) {
         lastServiceSync_ = now;
@@ -115,34 +116,34 @@ void ChargeSettings::refreshStatus() {
     emit statusRefreshed(verified ? QVariant(*verified) : QVariant(), lock_.active && state_.daemonInstalled);
 }
 
-void ChargeSettings::retime() {
+void ChargeSettingsModel::retime() {
     poll_.start(liveWatchers_ >= 1 ? livePollInterval : idlePollInterval);
 }
 
-void ChargeSettings::watchLive() {
-    assignAndNotify(this, liveWatchers_, liveWatchers_ + 1, &ChargeSettings::liveWatchersChanged);
+void ChargeSettingsModel::watchLive() {
+    assignAndNotify(this, liveWatchers_, liveWatchers_ + 1, &ChargeSettingsModel::liveWatchersChanged);
     retime();
 }
 
-void ChargeSettings::unwatchLive() {
+void ChargeSettingsModel::unwatchLive() {
     assignAndNotify(this, liveWatchers_, std::max(liveWatchers_ - 1, 0),
-                    &ChargeSettings::liveWatchersChanged);
+                    &ChargeSettingsModel::liveWatchersChanged);
     retime();
 }
 
-void ChargeSettings::save(const SettingsExtra& extra) {
+void ChargeSettingsModel::save(const SettingsExtra& extra) {
     queue_.push_back({state_.settings, extra, ledger_.begin(state_.daemonInstalled), {}});
     // Saves reach the service one at a time and in order; a later one starts when the earlier one ends.
     if (queue_.size() == 1) sendNextSave();
 }
 
-void ChargeSettings::resetProtected(std::function<void(const std::optional<std::string>&)> done) {
+void ChargeSettingsModel::resetProtected(std::function<void(const std::optional<std::string>&)> done) {
     const SettingsExtra extra{{std::string(resetProtectedKey), json::Value(true)}};
     queue_.push_back({state_.settings, extra, ledger_.begin(state_.daemonInstalled), std::move(done)});
     if (queue_.size() == 1) sendNextSave();
 }
 
-void ChargeSettings::sendNextSave() {
+void ChargeSettingsModel::sendNextSave() {
     if (queue_.empty()) return;
     const QueuedSave& next = queue_.front();
     calls_.apply(
@@ -162,7 +163,7 @@ void ChargeSettings::sendNextSave() {
         std::nullopt);
 }
 
-void ChargeSettings::syncService() {
+void ChargeSettingsModel::syncService() {
     const bool wasInstalled = state_.daemonInstalled;
     service_.refresh();
     const ServiceRegistration registration = service_.registration();
@@ -200,7 +201,7 @@ void ChargeSettings::syncService() {
     }
 }
 
-void ChargeSettings::removeEverything(std::function<void()> done) {
+void ChargeSettingsModel::removeEverything(std::function<void()> done) {
     calls_.purgeAllData(
         [this, done](const ServiceCalls::Result&) {
             service_.remove([this, done] {
@@ -211,26 +212,26 @@ void ChargeSettings::removeEverything(std::function<void()> done) {
         std::nullopt);
 }
 
-void ChargeSettings::migrateLegacyService() {
+void ChargeSettingsModel::migrateLegacyService() {
     if (!state_.serviceNeedsMigration || state_.migrating) return;
     state_.migrating = true;
     publish();
     after_(migrationPause, [this] {
-        service_.removeLegacy([this](ChargeService::LegacyRemoval result) {
+        service_.removeLegacy([this](ServiceUnit::LegacyRemoval result) {
             switch (result) {
-                case ChargeService::LegacyRemoval::removed:
+                case ServiceUnit::LegacyRemoval::removed:
                     syncService();
-                    after_(ChargeService::reRegisterDelay, [this] {
+                    after_(ServiceUnit::reRegisterDelay, [this] {
                         service_.install([this] {
                             syncService();
                             finishMigration();
                         });
                     });
                     return;
-                case ChargeService::LegacyRemoval::cancelled:
+                case ServiceUnit::LegacyRemoval::cancelled:
                     syncService();
                     break;
-                case ChargeService::LegacyRemoval::failed: {
+                case ServiceUnit::LegacyRemoval::failed: {
                     state_.migrationFallback = true;
                     publish();
                     syncService();
@@ -242,7 +243,7 @@ void ChargeSettings::migrateLegacyService() {
     });
 }
 
-void ChargeSettings::finishMigration() {
+void ChargeSettingsModel::finishMigration() {
     state_.migrating = false;
     publish();
 }

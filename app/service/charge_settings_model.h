@@ -13,15 +13,15 @@
 
 #include "battery/system_lock.h"
 #include "common/paths.h"
-#include "service/charge_service.h"
 #include "service/charge_settings.h"
 #include "service/save_ledger.h"
+#include "service/service_unit.h"
 
 namespace torvel::app {
 
 // The app's one model of the charge service: the user's settings, what the service last published, and the
 // registration flags. It owns the polling and the order of saves; core decides everything else.
-class ChargeSettings : public QObject {
+class ChargeSettingsModel : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool enabled READ enabled NOTIFY enabledChanged)
     Q_PROPERTY(int limit READ limit WRITE setLimit NOTIFY limitChanged)
@@ -56,18 +56,18 @@ class ChargeSettings : public QObject {
         InstallationFacts installation;
         SystemLock lock;
         ServiceCalls& calls;
-        ChargeService& service;
+        ServiceUnit& service;
         Clock clock;
-        ChargeService::Scheduler after;
+        ServiceUnit::Scheduler after;
     };
 
     // Loads the settings, reads the status once and starts polling.
-    explicit ChargeSettings(Dependencies dependencies, QObject* parent = nullptr);
+    explicit ChargeSettingsModel(Dependencies dependencies, QObject* parent = nullptr);
 
     const ChargeSettingsState& value() const { return state_; }
     ServiceState serviceState() const { return state_.serviceState(installation_); }
     const InstallationFacts& installation() const { return installation_; }
-    ChargeService& service() { return service_; }
+    ServiceUnit& service() { return service_; }
     ServiceCalls& calls() { return calls_; }
 
     bool enabled() const { return shown_.enabled; }
@@ -185,9 +185,9 @@ class ChargeSettings : public QObject {
     InstallationFacts installation_;
     SystemLock lock_;
     ServiceCalls& calls_;
-    ChargeService& service_;
+    ServiceUnit& service_;
     Clock clock_;
-    ChargeService::Scheduler after_;
+    ServiceUnit::Scheduler after_;
 
     ChargeSettingsState state_;
     Shown shown_;

@@ -39,7 +39,7 @@ ServiceInstaller::Helpers ServiceInstaller::Helpers::besideThisCopy() {
     return helpers;
 }
 
-ServiceInstaller::ServiceInstaller(ChargeSettings& settings, Helpers helpers, QObject* parent)
+ServiceInstaller::ServiceInstaller(ChargeSettingsModel& settings, Helpers helpers, QObject* parent)
     : QObject(parent), settings_(settings), helpers_(std::move(helpers)) {}
 
 QString ServiceInstaller::progressWord(Operation operation) {
@@ -145,7 +145,7 @@ void ServiceInstaller::runHelper(const std::filesystem::path& helper, const QStr
 
 void ServiceInstaller::install() {
     if (!begin(Operation::install)) return;
-    ChargeService& service = settings_.service();
+    ServiceUnit& service = settings_.service();
     service.refresh();
     if (installRoute(service.registration(), helpers_.installer.has_value()) == ServiceRoute::helper) {
         return runHelper(*helpers_.installer, {QString::fromStdString(helpers_.daemon.string())});
@@ -161,7 +161,7 @@ void ServiceInstaller::install() {
 void ServiceInstaller::migrate() {
     if (!settings_.serviceNeedsMigration() || !begin(Operation::migrate)) return;
     auto connection = std::make_shared<QMetaObject::Connection>();
-    *connection = connect(&settings_, &ChargeSettings::migratingChanged, this, [this, connection] {
+    *connection = connect(&settings_, &ChargeSettingsModel::migratingChanged, this, [this, connection] {
         if (settings_.migrating()) return;
         disconnect(*connection);
         if (!settings_.serviceNeedsMigration()) return endFromService();
@@ -180,7 +180,7 @@ void ServiceInstaller::update() {
 
 void ServiceInstaller::reinstall() {
     if (!begin(Operation::reinstall)) return;
-    ChargeService& service = settings_.service();
+    ServiceUnit& service = settings_.service();
     service.refresh();
     // A helper's unit is placed again, which also restarts the service; a package's is registered afresh.
     if (service.registration().byHelper && helpers_.installer) {
@@ -191,7 +191,7 @@ void ServiceInstaller::reinstall() {
 
 void ServiceInstaller::removeEverything() {
     if (!begin(Operation::removeEverything)) return;
-    ChargeService& service = settings_.service();
+    ServiceUnit& service = settings_.service();
     service.refresh();
     if (removalRoute(service.registration(), helpers_.uninstaller.has_value()) == ServiceRoute::helper) {
         // The helper asks the service to purge its data and hand charging back before it goes.

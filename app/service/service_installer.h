@@ -45,7 +45,7 @@ class ServiceInstaller : public QObject {
     static constexpr int promptDismissed = 126;
     static constexpr int notAuthorised = 127;
 
-    ServiceInstaller(ChargeSettings& settings, Helpers helpers, QObject* parent = nullptr);
+    ServiceInstaller(ChargeSettingsModel& settings, Helpers helpers, QObject* parent = nullptr);
 
     Operation operation() const { return operation_; }
     bool busy() const { return operation_ != Operation::none; }
@@ -80,7 +80,7 @@ class ServiceInstaller : public QObject {
     // Runs a helper with administrator rights, then reads the registration again.
     void runHelper(const std::filesystem::path& helper, const QStringList& arguments);
 
-    ChargeSettings& settings_;
+    ChargeSettingsModel& settings_;
     Helpers helpers_;
     Operation operation_ = Operation::none;
     QString error_;

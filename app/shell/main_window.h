@@ -15,9 +15,9 @@ class QQmlApplicationEngine;
 
 namespace torvel::app {
 
-class ChargeSettings;
+class ChargeSettingsModel;
 class HistoryModel;
-class Updater;
+class UpdaterModel;
 
 // The one main window: five sections behind tabs. While it is open it counts as one live watcher, however
 // often it is brought forward, and the journal reloads live; closing it undoes both.
@@ -29,9 +29,9 @@ class TorvelWindowController : public QObject {
     static constexpr QSize minimumSize{820, 560};
 
     struct Models {
-        ChargeSettings& settings;
+        ChargeSettingsModel& settings;
         HistoryModel& history;
-        Updater* updater = nullptr;  // may be absent; then no check starts when the window opens
+        UpdaterModel* updater = nullptr;  // may be absent; then no check starts when the window opens
         // The engine the panel shares, created on first use with every singleton registered.
         std::function<QQmlApplicationEngine&()> engine;
         bool checkForUpdates = true;   // off in screenshots and tests: no network

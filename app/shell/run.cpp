@@ -162,7 +162,7 @@ CommandLine CommandLine::parse(const QStringList& arguments) {
         line.locale = parser.value(switches.locale).toStdString();
     }
     if (parser.isSet(switches.range)) {
-        if (!torvel::HistoryModel::rangeNamed(parser.value(switches.range).toStdString())) {
+        if (!torvel::HistoryPlan::rangeNamed(parser.value(switches.range).toStdString())) {
             line.error = QStringLiteral("--range needs one of day, week, month or year");
             return line;
         }

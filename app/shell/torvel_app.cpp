@@ -31,9 +31,9 @@
 #include "onboarding/onboarding_window.h"
 #include "service/bus_address.h"
 #include "service/bus_pump.h"
-#include "service/charge_service.h"
 #include "service/charge_settings_model.h"
 #include "service/service_installer.h"
+#include "service/service_unit.h"
 #include "shell/main_window.h"
 #include "status/desktop_notifier.h"
 #include "status/mac_page_model.h"
@@ -69,7 +69,7 @@ std::filesystem::path libexecDirectory() {
     return serviceToolsDirectory(QCoreApplication::applicationDirPath().toStdString());
 }
 
-ChargeService::Files serviceFiles(const Paths& paths) {
+ServiceUnit::Files serviceFiles(const Paths& paths) {
     return {
         .root = paths.root,
         .installer = existing(libexecDirectory() / "install-service"),
@@ -135,16 +135,16 @@ TorvelApp::TorvelApp(Options options, QObject* parent)
     busPump_ = std::make_unique<BusPump>(*bus_);
     units_ = std::make_unique<client::SystemdUnits>(*bus_, unitState);
     calls_ = std::make_unique<client::ServiceClient>(*bus_, paths_.config);
-    service_ = std::make_unique<ChargeService>(*units_, serviceFiles(paths_), ChargeService::qtTimers(this),
-                                               ChargeService::pkexec());
-    settings_ = std::make_unique<ChargeSettings>(ChargeSettings::Dependencies{
+    service_ = std::make_unique<ServiceUnit>(*units_, serviceFiles(paths_), ServiceUnit::qtTimers(this),
+                                             ServiceUnit::pkexec());
+    settings_ = std::make_unique<ChargeSettingsModel>(ChargeSettingsModel::Dependencies{
         .paths = paths_,
         .installation = installationFacts(),
         .lock = lock_,
         .calls = *calls_,
         .service = *service_,
         .clock = &TorvelApp::wallClock,
-        .after = ChargeService::qtTimers(this),
+        .after = ServiceUnit::qtTimers(this),
     });
     battery_ = std::make_unique<BatteryMonitor>(paths_.powerSupply, options_.watchDevices);
     history_ = std::make_unique<HistoryModel>(paths_.history, &TorvelApp::wallClock);
@@ -153,11 +153,11 @@ TorvelApp::TorvelApp(Options options, QObject* parent)
     auto* noticeActions = new NoticeActions(QDBusConnection::sessionBus(), this);
     notifier_ = std::make_unique<DesktopNotifier>(
         *defaults_, DesktopNotifier::sessionBus(QDBusConnection::sessionBus(), noticeActions), lock_);
-    connect(settings_.get(), &ChargeSettings::statusRefreshed, notifier_.get(),
+    connect(settings_.get(), &ChargeSettingsModel::statusRefreshed, notifier_.get(),
             &DesktopNotifier::statusRefreshed);
     connect(history_.get(), &HistoryModel::journalReady, notifier_.get(), &DesktopNotifier::historyReady);
 
-    updater_ = std::make_unique<Updater>(Updater::buildConfig());
+    updater_ = std::make_unique<UpdaterModel>(UpdaterModel::buildConfig());
     loginItem_ = LoginItemModel::forThisUser();
     // The panel's checkup reads the Startup and Updates answers from their models, never from their files,
     // and follows every change of them.
@@ -166,8 +166,8 @@ TorvelApp::TorvelApp(Options options, QObject* parent)
         PanelModel::Sources{.loginItem = [this] { return loginItem_->value().status; },
                             .updater = [this] { return updater_->state(); }});
     connect(loginItem_.get(), &LoginItemModel::statusChanged, panel_.get(), &PanelModel::recompute);
-    for (const auto signal : {&Updater::checkingChanged, &Updater::availableChanged,
-                              &Updater::criticalChanged, &Updater::automaticChanged}) {
+    for (const auto signal : {&UpdaterModel::checkingChanged, &UpdaterModel::availableChanged,
+                              &UpdaterModel::criticalChanged, &UpdaterModel::automaticChanged}) {
         connect(updater_.get(), signal, panel_.get(), &PanelModel::recompute);
     }
     connect(panel_.get(), &PanelModel::sectionRequested, this, &TorvelApp::openSection);
@@ -186,11 +186,11 @@ TorvelApp::TorvelApp(Options options, QObject* parent)
                               .clock = &TorvelApp::wallClock});
     // The page's Startup and Updates rows read these models; their answers change the checkup.
     connect(loginItem_.get(), &LoginItemModel::statusChanged, macPage_.get(), &MacPageModel::recompute);
-    for (const auto signal : {&Updater::checkingChanged, &Updater::availableChanged,
-                              &Updater::criticalChanged, &Updater::automaticChanged}) {
+    for (const auto signal : {&UpdaterModel::checkingChanged, &UpdaterModel::availableChanged,
+                              &UpdaterModel::criticalChanged, &UpdaterModel::automaticChanged}) {
         connect(updater_.get(), signal, macPage_.get(), &MacPageModel::recompute);
     }
-    connect(macPage_.get(), &MacPageModel::checkForUpdatesRequested, updater_.get(), &Updater::checkNow);
+    connect(macPage_.get(), &MacPageModel::checkForUpdatesRequested, updater_.get(), &UpdaterModel::checkNow);
     connect(macPage_.get(), &MacPageModel::loginItemsRequested, settingsPage_.get(),
             &SettingsPageModel::openStartupApproval);
     connect(macPage_.get(), &MacPageModel::terminalRequested, this, &TorvelApp::openTerminal);
@@ -199,7 +199,7 @@ TorvelApp::TorvelApp(Options options, QObject* parent)
     calibration_ = std::make_unique<CalibrationModel>(*settings_);
     // Both charts draw the user's limit across them, and follow it as it is changed.
     history_->setChargeLimit(settings_->limit());
-    connect(settings_.get(), &ChargeSettings::limitChanged, history_.get(),
+    connect(settings_.get(), &ChargeSettingsModel::limitChanged, history_.get(),
             [this] { history_->setChargeLimit(settings_->limit()); });
 
     windows_ = std::make_unique<TorvelWindowController>(TorvelWindowController::Models{
@@ -227,9 +227,9 @@ TorvelApp::TorvelApp(Options options, QObject* parent)
                        QString::fromStdString(OnboardingFlow::installCommand(commandLineInBuildTree())),
                    .pollInterval = std::chrono::seconds(1)},
     });
-    connect(settings_.get(), &ChargeSettings::serviceNeedsApprovalChanged, onboarding_.get(),
+    connect(settings_.get(), &ChargeSettingsModel::serviceNeedsApprovalChanged, onboarding_.get(),
             &OnboardingWindowController::syncApproval);
-    connect(settings_.get(), &ChargeSettings::serviceNeedsMigrationChanged, onboarding_.get(),
+    connect(settings_.get(), &ChargeSettingsModel::serviceNeedsMigrationChanged, onboarding_.get(),
             &OnboardingWindowController::syncMigration);
 
     // The overlay where the app can place it and draw it translucent; elsewhere (Wayland, an X11 desktop
@@ -318,7 +318,7 @@ QQmlApplicationEngine& TorvelApp::engine() {
         QmlInstance<Ember>::set(ember_.get());
         QmlInstance<PanelModel>::set(panel_.get());
         QmlInstance<WindowRoute>::set(&windows_->route());
-        QmlInstance<Updater>::set(updater_.get());
+        QmlInstance<UpdaterModel>::set(updater_.get());
         QmlInstance<SettingsPageModel>::set(settingsPage_.get());
         QmlInstance<MacPageModel>::set(macPage_.get());
         QmlInstance<HistoryModel>::set(history_.get());

@@ -32,8 +32,8 @@ class BatteryMonitor;
 class BusPump;
 class CalibrationModel;
 class ChargeArrivalController;
-class ChargeService;
-class ChargeSettings;
+class ServiceUnit;
+class ChargeSettingsModel;
 class DesktopNotifier;
 class DesktopPreferences;
 class Ember;
@@ -48,7 +48,7 @@ class ServiceSteps;
 class SettingsDefaults;
 class SettingsPageModel;
 class TorvelWindowController;
-class Updater;
+class UpdaterModel;
 
 // The application: owns the three long-lived models and everything around them and runs the start-up sequence
 // once. The tray and its popup live in tray_popup.cpp, the offscreen pictures in screenshots.cpp.
@@ -67,7 +67,7 @@ class TorvelApp : public QObject {
     ~TorvelApp() override;
 
     BatteryMonitor& battery() { return *battery_; }
-    ChargeSettings& settings() { return *settings_; }
+    ChargeSettingsModel& settings() { return *settings_; }
     HistoryModel& history() { return *history_; }
     PanelModel& panel() { return *panel_; }
     ServiceInstaller& installer() { return *installer_; }
@@ -125,14 +125,14 @@ class TorvelApp : public QObject {
     std::unique_ptr<BusPump> busPump_;
     std::unique_ptr<client::SystemdUnits> units_;
     std::unique_ptr<client::ServiceClient> calls_;
-    std::unique_ptr<ChargeService> service_;
-    std::unique_ptr<ChargeSettings> settings_;
+    std::unique_ptr<ServiceUnit> service_;
+    std::unique_ptr<ChargeSettingsModel> settings_;
     std::unique_ptr<BatteryMonitor> battery_;
     std::unique_ptr<HistoryModel> history_;
     std::unique_ptr<SettingsDefaults> defaults_;
     std::unique_ptr<DesktopNotifier> notifier_;
     std::unique_ptr<PanelModel> panel_;
-    std::unique_ptr<Updater> updater_;
+    std::unique_ptr<UpdaterModel> updater_;
     std::unique_ptr<LoginItemModel> loginItem_;
     std::unique_ptr<SettingsPageModel> settingsPage_;
     std::unique_ptr<ServiceInstaller> installer_;

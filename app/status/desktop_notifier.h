@@ -64,7 +64,7 @@ class DesktopNotifier : public QObject {
     static NoticePoster transientSessionBus(QDBusConnection bus, QObject* context, int expireMs);
 
   public slots:
-    // Connected to ChargeSettings::statusRefreshed.
+    // Connected to ChargeSettingsModel::statusRefreshed.
     void statusRefreshed(const QVariant& gateVerified, bool systemLocked);
     void historyReady(const QString& summary);
 

@@ -53,7 +53,7 @@ bool isFix(ServiceInstaller::Operation operation) {
 
 }  // namespace
 
-MacPageModel::MacPageModel(ChargeSettings& settings, ServiceInstaller& installer, Sources sources,
+MacPageModel::MacPageModel(ChargeSettingsModel& settings, ServiceInstaller& installer, Sources sources,
                            QObject* parent)
     : QObject(parent),
       settings_(settings),
@@ -63,11 +63,11 @@ MacPageModel::MacPageModel(ChargeSettings& settings, ServiceInstaller& installer
     connect(&otherFix_, &OtherProgramFix::changed, this, &MacPageModel::recompute);
     // The checkup reads the whole record; each of its parts has its own signal.
     for (const auto signal :
-         {&ChargeSettings::settingsChanged, &ChargeSettings::statusChanged,
-          &ChargeSettings::daemonInstalledChanged, &ChargeSettings::serviceNeedsApprovalChanged,
-          &ChargeSettings::serviceNeedsMigrationChanged, &ChargeSettings::writeErrorChanged,
-          &ChargeSettings::serviceErrorChanged, &ChargeSettings::migratingChanged,
-          &ChargeSettings::migrationFallbackChanged}) {
+         {&ChargeSettingsModel::settingsChanged, &ChargeSettingsModel::statusChanged,
+          &ChargeSettingsModel::daemonInstalledChanged, &ChargeSettingsModel::serviceNeedsApprovalChanged,
+          &ChargeSettingsModel::serviceNeedsMigrationChanged, &ChargeSettingsModel::writeErrorChanged,
+          &ChargeSettingsModel::serviceErrorChanged, &ChargeSettingsModel::migratingChanged,
+          &ChargeSettingsModel::migrationFallbackChanged}) {
         connect(&settings_, signal, this, &MacPageModel::recompute);
     }
     connect(&installer_, &ServiceInstaller::operationChanged, this, &MacPageModel::recompute);

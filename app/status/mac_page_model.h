@@ -91,7 +91,7 @@ class MacPageModel : public QObject {
         OtherProgramFix::TurnOff turnOffUPower = {};
     };
 
-    MacPageModel(ChargeSettings& settings, ServiceInstaller& installer, Sources sources,
+    MacPageModel(ChargeSettingsModel& settings, ServiceInstaller& installer, Sources sources,
                  QObject* parent = nullptr);
 
     static QVariantMap words();
@@ -201,7 +201,7 @@ class MacPageModel : public QObject {
   private:
     QString errorOf(ServiceInstaller::Operation operation) const;
 
-    ChargeSettings& settings_;
+    ChargeSettingsModel& settings_;
     ServiceInstaller& installer_;
     Sources sources_;
     OtherProgramFix otherFix_;

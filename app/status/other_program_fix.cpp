@@ -40,7 +40,7 @@ void turnOffFrom(QDBusConnection bus, QStringList devices, qsizetype index,
 
 }  // namespace
 
-OtherProgramFix::OtherProgramFix(ChargeSettings& settings, TurnOff turnOff, QObject* parent)
+OtherProgramFix::OtherProgramFix(ChargeSettingsModel& settings, TurnOff turnOff, QObject* parent)
     : QObject(parent), settings_(settings), turnOff_(turnOff ? std::move(turnOff) : upowerOnSystemBus()) {}
 
 QStringList OtherProgramFix::upowerDevices(const PublishedStatus& status) {

@@ -10,7 +10,7 @@
 
 namespace torvel::app {
 
-class ChargeSettings;
+class ChargeSettingsModel;
 
 // The one fix the other-program note offers, shared by the pages that show the note: UPower's charge
 // threshold turned off on every battery, then the settings sent again so the service holds the limit again.
@@ -24,7 +24,7 @@ class OtherProgramFix : public QObject {
         std::function<void(const QStringList& devices, std::function<void(const QString& failure)> done)>;
 
     // Without `turnOff`, UPower on the system bus.
-    explicit OtherProgramFix(ChargeSettings& settings, TurnOff turnOff = {}, QObject* parent = nullptr);
+    explicit OtherProgramFix(ChargeSettingsModel& settings, TurnOff turnOff = {}, QObject* parent = nullptr);
 
     // UPower's device object of each battery the service publishes.
     static QStringList upowerDevices(const PublishedStatus& status);
@@ -41,7 +41,7 @@ class OtherProgramFix : public QObject {
     void changed();
 
   private:
-    ChargeSettings& settings_;
+    ChargeSettingsModel& settings_;
     TurnOff turnOff_;
     bool busy_ = false;
     QString error_;

@@ -16,12 +16,12 @@ QString text(const std::optional<std::string>& words) {
 }
 }  // namespace
 
-CalibrationModel::CalibrationModel(ChargeSettings& settings, QObject* parent)
+CalibrationModel::CalibrationModel(ChargeSettingsModel& settings, QObject* parent)
     : QObject(parent), settings_(settings) {
-    connect(&settings_, &ChargeSettings::statusChanged, this, &CalibrationModel::recompute);
-    connect(&settings_, &ChargeSettings::settingsChanged, this, &CalibrationModel::recompute);
+    connect(&settings_, &ChargeSettingsModel::statusChanged, this, &CalibrationModel::recompute);
+    connect(&settings_, &ChargeSettingsModel::settingsChanged, this, &CalibrationModel::recompute);
     // Whether a sweep may start also hangs on the service's reach.
-    connect(&settings_, &ChargeSettings::canReachServiceChanged, this, &CalibrationModel::recompute);
+    connect(&settings_, &ChargeSettingsModel::canReachServiceChanged, this, &CalibrationModel::recompute);
     recompute();
 }
 

@@ -9,7 +9,7 @@
 
 namespace torvel::app {
 
-class ChargeSettings;
+class ChargeSettingsModel;
 
 // The calibration sweep as its page shows it: the step under way and how far it has come, the words the
 // service's status gives, the past runs, and whether a sweep may start. Start and stop are the settings'
@@ -42,7 +42,7 @@ class CalibrationModel : public QObject {
     enum class Phase { Idle, Fill, Drain, Refill, Soak, Restore };
     Q_ENUM(Phase)
 
-    explicit CalibrationModel(ChargeSettings& settings, QObject* parent = nullptr);
+    explicit CalibrationModel(ChargeSettingsModel& settings, QObject* parent = nullptr);
 
     Phase phase() const { return static_cast<Phase>(cal_.phase.step()); }
     bool running() const { return cal_.phase != CalibrationStatus::Phase::idle; }
@@ -84,7 +84,7 @@ class CalibrationModel : public QObject {
     void requestedChanged();
 
   private:
-    ChargeSettings& settings_;
+    ChargeSettingsModel& settings_;
     CalibrationStatus cal_;
     std::optional<double> progress_;
     std::optional<std::string> blocked_;

@@ -20,7 +20,7 @@ QString qs(const std::string& text) {
 }
 }  // namespace
 
-PanelModel::PanelModel(BatteryMonitor& battery, ChargeSettings& settings, HistoryModel& history,
+PanelModel::PanelModel(BatteryMonitor& battery, ChargeSettingsModel& settings, HistoryModel& history,
                        SystemLock lock, Sources sources, QObject* parent)
     : QObject(parent),
       battery_(battery),
@@ -28,7 +28,7 @@ PanelModel::PanelModel(BatteryMonitor& battery, ChargeSettings& settings, Histor
       history_(history),
       lock_(lock),
       sources_(std::move(sources)),
-      sparkline_(ChartPlot::Frame{.slotCount = torvel::HistoryModel::sparklineBuckets,
+      sparkline_(ChartPlot::Frame{.slotCount = torvel::HistoryPlan::sparklineBuckets,
                                   .lowest = lowestLimit,
                                   .limit = {},
                                   .thermalLimit = {},
@@ -37,12 +37,14 @@ PanelModel::PanelModel(BatteryMonitor& battery, ChargeSettings& settings, Histor
     connect(&battery_, &BatteryMonitor::snapshotChanged, this, &PanelModel::recompute);
     connect(&history_, &HistoryModel::todayChanged, this, &PanelModel::recompute);
     for (const auto signal :
-         {&ChargeSettings::statusChanged, &ChargeSettings::settingsChanged, &ChargeSettings::enabledChanged, &ChargeSettings::limitChanged, &ChargeSettings::heldLimitChanged,
-          &ChargeSettings::topUpChanged, &ChargeSettings::canReachServiceChanged,
-          &ChargeSettings::stateChanged, &ChargeSettings::serviceStateChanged,
-          &ChargeSettings::writeErrorChanged, &ChargeSettings::serviceErrorChanged,
-          &ChargeSettings::daemonInstalledChanged, &ChargeSettings::serviceNeedsApprovalChanged,
-          &ChargeSettings::serviceNeedsMigrationChanged})
+         {&ChargeSettingsModel::statusChanged, &ChargeSettingsModel::settingsChanged,
+          &ChargeSettingsModel::enabledChanged, &ChargeSettingsModel::limitChanged,
+          &ChargeSettingsModel::heldLimitChanged, &ChargeSettingsModel::topUpChanged,
+          &ChargeSettingsModel::canReachServiceChanged, &ChargeSettingsModel::stateChanged,
+          &ChargeSettingsModel::serviceStateChanged, &ChargeSettingsModel::writeErrorChanged,
+          &ChargeSettingsModel::serviceErrorChanged, &ChargeSettingsModel::daemonInstalledChanged,
+          &ChargeSettingsModel::serviceNeedsApprovalChanged,
+          &ChargeSettingsModel::serviceNeedsMigrationChanged})
         connect(&settings_, signal, this, &PanelModel::recompute);
     recompute();
 }
@@ -89,7 +91,7 @@ void PanelModel::recompute() {
     }
     assignAndNotify(this, readings_, figures, &PanelModel::readingsChanged);
 
-    sparkline_.setSeries(history_.sparkline(), torvel::HistoryModel::sparklineBuckets);
+    sparkline_.setSeries(history_.sparkline(), torvel::HistoryPlan::sparklineBuckets);
     sparkline_.setLimit(limit_);
     assignAndNotify(this, hasSparkline_, sparkline_.series().buckets.size() >= 2,
                     &PanelModel::hasSparklineChanged);

@@ -16,7 +16,7 @@
 namespace torvel::app {
 
 class BatteryMonitor;
-class ChargeSettings;
+class ChargeSettingsModel;
 class HistoryModel;
 
 // What the tray panel shows, already in words: core's panel line and checkup over the three models.
@@ -61,7 +61,7 @@ class PanelModel : public QObject {
         std::function<UpdaterState()> updater;
     };
 
-    PanelModel(BatteryMonitor& battery, ChargeSettings& settings, HistoryModel& history, SystemLock lock,
+    PanelModel(BatteryMonitor& battery, ChargeSettingsModel& settings, HistoryModel& history, SystemLock lock,
                Sources sources, QObject* parent = nullptr);
 
     int charge() const { return charge_; }
@@ -136,7 +136,7 @@ class PanelModel : public QObject {
 
   private:
     BatteryMonitor& battery_;
-    ChargeSettings& settings_;
+    ChargeSettingsModel& settings_;
     HistoryModel& history_;
     SystemLock lock_;
     Sources sources_;

@@ -88,12 +88,14 @@ struct RouteSingleton {
 
 struct UpdaterSingleton {
     Q_GADGET
-    QML_FOREIGN(torvel::app::Updater)
+    QML_FOREIGN(torvel::app::UpdaterModel)
     QML_NAMED_ELEMENT(Updater)
     QML_SINGLETON
 
   public:
-    static Updater* create(QQmlEngine* qml, QJSEngine* js) { return QmlInstance<Updater>::create(qml, js); }
+    static UpdaterModel* create(QQmlEngine* qml, QJSEngine* js) {
+        return QmlInstance<UpdaterModel>::create(qml, js);
+    }
 };
 
 struct SettingsPageSingleton {

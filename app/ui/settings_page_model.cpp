@@ -32,8 +32,9 @@ QVariantList options(const std::vector<Choice>& choices) {
 }
 }  // namespace
 
-SettingsPageModel::SettingsPageModel(ChargeSettings& settings, BatteryMonitor& battery, LoginItemModel& login,
-                                     SystemLock lock, QObject* parent, OtherProgramFix::TurnOff turnOffUPower)
+SettingsPageModel::SettingsPageModel(ChargeSettingsModel& settings, BatteryMonitor& battery,
+                                     LoginItemModel& login, SystemLock lock, QObject* parent,
+                                     OtherProgramFix::TurnOff turnOffUPower)
     : QObject(parent),
       settings_(settings),
       battery_(battery),
@@ -41,11 +42,11 @@ SettingsPageModel::SettingsPageModel(ChargeSettings& settings, BatteryMonitor& b
       lock_(lock),
       otherFix_(settings, std::move(turnOffUPower)) {
     connect(&otherFix_, &OtherProgramFix::changed, this, &SettingsPageModel::publish);
-    connect(&settings_, &ChargeSettings::settingsChanged, this, &SettingsPageModel::publish);
-    connect(&settings_, &ChargeSettings::statusChanged, this, &SettingsPageModel::publish);
-    connect(&settings_, &ChargeSettings::canReachServiceChanged, this, &SettingsPageModel::publish);
-    connect(&settings_, &ChargeSettings::writeErrorChanged, this, &SettingsPageModel::publish);
-    connect(&settings_, &ChargeSettings::saveNoteChanged, this, &SettingsPageModel::publish);
+    connect(&settings_, &ChargeSettingsModel::settingsChanged, this, &SettingsPageModel::publish);
+    connect(&settings_, &ChargeSettingsModel::statusChanged, this, &SettingsPageModel::publish);
+    connect(&settings_, &ChargeSettingsModel::canReachServiceChanged, this, &SettingsPageModel::publish);
+    connect(&settings_, &ChargeSettingsModel::writeErrorChanged, this, &SettingsPageModel::publish);
+    connect(&settings_, &ChargeSettingsModel::saveNoteChanged, this, &SettingsPageModel::publish);
     connect(&battery_, &BatteryMonitor::snapshotChanged, this, &SettingsPageModel::publish);
     connect(&login_, &LoginItemModel::statusChanged, this, &SettingsPageModel::publish);
     connect(&login_, &LoginItemModel::errorChanged, this, &SettingsPageModel::publish);

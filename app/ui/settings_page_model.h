@@ -13,7 +13,7 @@
 namespace torvel::app {
 
 class BatteryMonitor;
-class ChargeSettings;
+class ChargeSettingsModel;
 class LoginItemModel;
 
 // The settings page in words and choices: core's tables over the settings, the battery and the login item.
@@ -76,7 +76,7 @@ class SettingsPageModel : public QObject {
 
   public:
     // `turnOffUPower`: none for UPower on the system bus.
-    SettingsPageModel(ChargeSettings& settings, BatteryMonitor& battery, LoginItemModel& login,
+    SettingsPageModel(ChargeSettingsModel& settings, BatteryMonitor& battery, LoginItemModel& login,
                       SystemLock lock, QObject* parent = nullptr,
                       OtherProgramFix::TurnOff turnOffUPower = {});
 
@@ -237,7 +237,7 @@ class SettingsPageModel : public QObject {
         QString otherProgramError{};
     };
 
-    ChargeSettings& settings_;
+    ChargeSettingsModel& settings_;
     BatteryMonitor& battery_;
     LoginItemModel& login_;
     SystemLock lock_;

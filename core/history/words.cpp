@@ -40,7 +40,7 @@ std::string DayWords::protectedTotal(double seconds) {
 std::string DayWords::narrative(const HistoryAnalysis::DayReport& report, Instant date,
                                 std::optional<double> protectedSeconds) {
     const std::string terminator = Fmt::terminator();
-    std::vector<std::string> sentences{HistoryModel::dayTitle(date) + terminator};
+    std::vector<std::string> sentences{HistoryPlan::dayTitle(date) + terminator};
     if (report.samples.size() < 2) {
         sentences.push_back(tr("Waiting for readings") + terminator);
     } else {
@@ -67,7 +67,7 @@ std::string DayWords::narrative(const HistoryAnalysis::DayReport& report, Instan
     return joined(sentences, Fmt::separator());
 }
 
-std::string RangeWords::headline(const HistoryAnalysis::DayReport& report, HistoryModel::Range range) {
+std::string RangeWords::headline(const HistoryAnalysis::DayReport& report, HistoryPlan::Range range) {
     struct Wording {
         std::string_view tooFull;
         std::string_view hot;
@@ -82,9 +82,9 @@ std::string RangeWords::headline(const HistoryAnalysis::DayReport& report, Histo
     static constexpr Wording year{trNoop("A year too often at full charge"),
                                   trNoop("A hot year for the battery"),
                                   trNoop("A calm year for the battery")};
-    const Wording& words = range == HistoryModel::Range::year    ? year
-                           : range == HistoryModel::Range::month ? month
-                                                                 : week;
+    const Wording& words = range == HistoryPlan::Range::year    ? year
+                           : range == HistoryPlan::Range::month ? month
+                                                                : week;
     if (report.samples.size() < 2) return tr("Not enough readings yet");
     if (report.stress.atFullMinutes >= 30) return tr(words.tooFull);
     if (report.maxTemp && *report.maxTemp >= static_cast<double>(report.thermalLimit)) return tr(words.hot);

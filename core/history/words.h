@@ -7,7 +7,7 @@
 #include "common/dates.h"
 #include "common/view_words.h"
 #include "history/analysis.h"
-#include "history/model.h"
+#include "history/history_plan.h"
 
 namespace torvel {
 
@@ -24,7 +24,7 @@ struct DayWords {
 
 struct RangeWords {
     // The month and year wordings for their ranges; a day and a week both use the week wording.
-    static std::string headline(const HistoryAnalysis::DayReport& report, HistoryModel::Range range);
+    static std::string headline(const HistoryAnalysis::DayReport& report, HistoryPlan::Range range);
 };
 
 struct JournalCaption {
@@ -43,7 +43,7 @@ struct JournalFigures {
                                      std::optional<double> protectedSeconds);
     // The range's rows; none while it has fewer than two readings.
     static std::vector<Figure> range(const HistoryAnalysis::DayReport& report);
-    // The range picker's labels, in the order of HistoryModel::ranges, and the lines of a range not loaded.
+    // The range picker's labels, in the order of HistoryPlan::ranges, and the lines of a range not loaded.
     static ViewWords words();
 };
 

@@ -8,7 +8,7 @@
 namespace torvel {
 namespace {
 
-using Range = HistoryModel::Range;
+using Range = HistoryPlan::Range;
 using testing::march7;
 using testing::report;
 
@@ -90,7 +90,7 @@ TEST(HistoryModelDayTitle, LocalisedTemplateWithACapital) {
                                                          {"ja", "3月7日金曜日"}};
     for (const auto& [locale, title] : cases) {
         LocaleScope scope(locale);
-        EXPECT_EQ(HistoryModel::dayTitle(march7 + 86'399), title) << locale;
+        EXPECT_EQ(HistoryPlan::dayTitle(march7 + 86'399), title) << locale;
     }
 }
 

@@ -51,7 +51,7 @@ TEST(CalibrationModel, StartAndStopGoThroughTheSettingsAndRefuseWhenBlocked) {
     for (const auto& c : cases) {
         testing::Rig rig(Status::enabled);
         rig.writeStatus(c.status);
-        ChargeSettings& settings = rig.make();
+        ChargeSettingsModel& settings = rig.make();
         CalibrationModel model(settings);
         EXPECT_EQ(model.canStart(), c.saved) << c.name;
         EXPECT_EQ(model.blockedReason().isEmpty(), c.saved) << c.name;

@@ -13,9 +13,9 @@ using namespace std::chrono_literals;
 using testing::Rig;
 using testing::Status;
 
-TEST(ChargeSettings, PollsQuicklyAndAsksTheServiceManagerEachTimeOnlyWhileAViewWatches) {
+TEST(ChargeSettingsModel, PollsQuicklyAndAsksTheServiceManagerEachTimeOnlyWhileAViewWatches) {
     Rig rig;
-    ChargeSettings& settings = rig.make();
+    ChargeSettingsModel& settings = rig.make();
     const int afterStart = rig.fake.statusCalls;
     EXPECT_EQ(settings.pollInterval(), 30'000ms);
     rig.now += 9.9;
@@ -38,7 +38,7 @@ TEST(ChargeSettings, PollsQuicklyAndAsksTheServiceManagerEachTimeOnlyWhileAViewW
     EXPECT_EQ(settings.pollInterval(), 30'000ms);
 }
 
-TEST(ChargeSettings, EachRefreshTellsTheNotifierWhetherTheLimitWorks) {
+TEST(ChargeSettingsModel, EachRefreshTellsTheNotifierWhetherTheLimitWorks) {
     const std::tuple<std::string, double, QVariant> cases[] = {
         {R"("state":"hold","gateVerified":true)", 0, QVariant(true)},
         {R"("state":"hold","gateVerified":false)", 0, QVariant(false)},
@@ -47,9 +47,9 @@ TEST(ChargeSettings, EachRefreshTellsTheNotifierWhetherTheLimitWorks) {
     };
     for (const auto& [fields, age, verified] : cases) {
         Rig rig(Status::enabled);
-        ChargeSettings& settings = rig.make();
+        ChargeSettingsModel& settings = rig.make();
         std::vector<std::pair<QVariant, bool>> refreshed;
-        QObject::connect(&settings, &ChargeSettings::statusRefreshed,
+        QObject::connect(&settings, &ChargeSettingsModel::statusRefreshed,
                          [&](const QVariant& gate, bool locked) { refreshed.emplace_back(gate, locked); });
         rig.writeStatus(fields, age);
         settings.refreshStatus();
@@ -57,7 +57,7 @@ TEST(ChargeSettings, EachRefreshTellsTheNotifierWhetherTheLimitWorks) {
     }
 }
 
-TEST(ChargeSettings, SavesReachTheServiceInOrderAndOnlyTheNewestAnswerSpeaks) {
+TEST(ChargeSettingsModel, SavesReachTheServiceInOrderAndOnlyTheNewestAnswerSpeaks) {
     const std::string refused = "The charge service refused the change.";
     const std::string stopped = "The charge service stopped responding.";
     const std::tuple<ServiceCalls::Result, ServiceCalls::Result, std::string> cases[] = {
@@ -67,7 +67,7 @@ TEST(ChargeSettings, SavesReachTheServiceInOrderAndOnlyTheNewestAnswerSpeaks) {
     };
     for (const auto& [first, second, writeError] : cases) {
         Rig rig(Status::enabled);
-        ChargeSettings& settings = rig.make();
+        ChargeSettingsModel& settings = rig.make();
         for (const int limit : {70, 75}) {
             settings.setLimit(limit);
             settings.save();
@@ -85,9 +85,9 @@ TEST(ChargeSettings, SavesReachTheServiceInOrderAndOnlyTheNewestAnswerSpeaks) {
     }
 }
 
-TEST(ChargeSettings, SettingsSavedBeforeInstallationAreSentOnceTheServiceAppears) {
+TEST(ChargeSettingsModel, SettingsSavedBeforeInstallationAreSentOnceTheServiceAppears) {
     Rig rig;
-    ChargeSettings& settings = rig.make();
+    ChargeSettingsModel& settings = rig.make();
     settings.setLimit(65);
     settings.save();
     rig.fake.applies[0].done(std::string("The charge service isn’t reachable."));
@@ -103,9 +103,9 @@ TEST(ChargeSettings, SettingsSavedBeforeInstallationAreSentOnceTheServiceAppears
     EXPECT_FALSE(settings.settingsAwaitingService());
 }
 
-TEST(ChargeSettings, ACalibrateTapHoldsUntilTheServiceHasHadTimeToSeeIt) {
+TEST(ChargeSettingsModel, ACalibrateTapHoldsUntilTheServiceHasHadTimeToSeeIt) {
     Rig rig(Status::enabled);
-    ChargeSettings& settings = rig.make();
+    ChargeSettingsModel& settings = rig.make();
     settings.setCalibrate(true);
     for (const auto& [wait, calibrating] : {std::pair{7.0, true}, std::pair{2.0, false}}) {
         rig.now += wait;
@@ -115,7 +115,7 @@ TEST(ChargeSettings, ACalibrateTapHoldsUntilTheServiceHasHadTimeToSeeIt) {
     }
 }
 
-TEST(ChargeSettings, AServiceOfAnotherCopyOrVersionIsRepairedOnlyOnce) {
+TEST(ChargeSettingsModel, AServiceOfAnotherCopyOrVersionIsRepairedOnlyOnce) {
     const std::string otherCopy = R"("daemonPath":"/opt/old/torvel-daemon","daemonVersion":"0.1.0")";
     const std::string oldVersion =
         R"("daemonPath":"/usr/libexec/torvel/torvel-daemon","daemonVersion":"0.0.9")";
@@ -137,7 +137,7 @@ TEST(ChargeSettings, AServiceOfAnotherCopyOrVersionIsRepairedOnlyOnce) {
         rig.installation.ownCopyInApplications = c.installedCopy;
         rig.fake.restartResult = c.restart;
         rig.writeStatus(R"("state":"hold",)" + c.daemon);
-        ChargeSettings& settings = rig.make();
+        ChargeSettingsModel& settings = rig.make();
         settings.watchLive();
         for (int tick = 0; tick < 3; ++tick) {
             rig.now += 1.5;
@@ -149,7 +149,7 @@ TEST(ChargeSettings, AServiceOfAnotherCopyOrVersionIsRepairedOnlyOnce) {
     }
 }
 
-TEST(ChargeSettings, MigrationFromTheHandInstalledServiceEndsByItsPromptAnswer) {
+TEST(ChargeSettingsModel, MigrationFromTheHandInstalledServiceEndsByItsPromptAnswer) {
     // pkexec's exit code, then whether the old service is still to migrate, the fallback shows, the log.
     const std::tuple<int, bool, bool, std::string> cases[] = {
         {0, false, false, "enable;"}, {126, true, false, ""}, {127, true, true, ""}, {1, true, true, ""}};
@@ -157,7 +157,7 @@ TEST(ChargeSettings, MigrationFromTheHandInstalledServiceEndsByItsPromptAnswer) 
         Rig rig;
         rig.shadowThePackage();
         rig.elevateExit = exitCode;
-        ChargeSettings& settings = rig.make(rig.root.path() / "uninstall-service");
+        ChargeSettingsModel& settings = rig.make(rig.root.path() / "uninstall-service");
         ASSERT_TRUE(settings.serviceNeedsMigration());
         EXPECT_EQ(rig.service->migrationCommand(),
                   "sudo bash \"" + (rig.root.path() / "uninstall-service").string() + "\" --keep-data");
@@ -176,9 +176,9 @@ TEST(ChargeSettings, MigrationFromTheHandInstalledServiceEndsByItsPromptAnswer) 
     }
 }
 
-TEST(ChargeSettings, RemovingEverythingPurgesThenUnregisters) {
+TEST(ChargeSettingsModel, RemovingEverythingPurgesThenUnregisters) {
     Rig rig(Status::enabled);
-    ChargeSettings& settings = rig.make();
+    ChargeSettingsModel& settings = rig.make();
     bool done = false;
     settings.removeEverything([&] { done = true; });
     EXPECT_TRUE(done);
@@ -186,13 +186,13 @@ TEST(ChargeSettings, RemovingEverythingPurgesThenUnregisters) {
     EXPECT_FALSE(settings.daemonInstalled());
 }
 
-TEST(ChargeSettings, AStatusThatBringsNothingNewLeavesTheDerivedModelsAlone) {
+TEST(ChargeSettingsModel, AStatusThatBringsNothingNewLeavesTheDerivedModelsAlone) {
     Rig rig(Status::enabled);
-    ChargeSettings& settings = rig.make();
+    ChargeSettingsModel& settings = rig.make();
     rig.writeStatus(R"("state":"hold","pct":80)");
     settings.refreshStatus();
     int recomputes = 0;
-    QObject::connect(&settings, &ChargeSettings::statusChanged, [&recomputes] { ++recomputes; });
+    QObject::connect(&settings, &ChargeSettingsModel::statusChanged, [&recomputes] { ++recomputes; });
     rig.now += 30;
     rig.writeStatus(R"("state":"hold","pct":80)");
     settings.refreshStatus();
@@ -203,8 +203,8 @@ TEST(ChargeSettings, AStatusThatBringsNothingNewLeavesTheDerivedModelsAlone) {
     EXPECT_EQ(recomputes, 1);
 }
 
-TEST(ChargeSettings, EachPropertyAnnouncesItsOwnChangeAndOnlyWhenItChanges) {
-    const QMetaObject& meta = ChargeSettings::staticMetaObject;
+TEST(ChargeSettingsModel, EachPropertyAnnouncesItsOwnChangeAndOnlyWhenItChanges) {
+    const QMetaObject& meta = ChargeSettingsModel::staticMetaObject;
     std::set<QByteArray> signalNames;
     for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
         const QMetaProperty property = meta.property(i);
@@ -214,41 +214,41 @@ TEST(ChargeSettings, EachPropertyAnnouncesItsOwnChangeAndOnlyWhenItChanges) {
     EXPECT_EQ(signalNames.size(), static_cast<std::size_t>(meta.propertyCount() - meta.propertyOffset()))
         << "two properties share a change signal";
 
-    const std::pair<std::string, void (ChargeSettings::*)()> changeSignals[] = {
-        {"enabled", &ChargeSettings::enabledChanged},
-        {"limit", &ChargeSettings::limitChanged},
-        {"heldLimit", &ChargeSettings::heldLimitChanged},
-        {"topUp", &ChargeSettings::topUpChanged},
-        {"thermalLimit", &ChargeSettings::thermalLimitChanged},
-        {"canReachService", &ChargeSettings::canReachServiceChanged},
-        {"state", &ChargeSettings::stateChanged},
-        {"serviceState", &ChargeSettings::serviceStateChanged},
-        {"writeError", &ChargeSettings::writeErrorChanged},
-        {"serviceError", &ChargeSettings::serviceErrorChanged},
-        {"daemonInstalled", &ChargeSettings::daemonInstalledChanged},
-        {"serviceNeedsApproval", &ChargeSettings::serviceNeedsApprovalChanged},
-        {"serviceNeedsMigration", &ChargeSettings::serviceNeedsMigrationChanged},
-        {"migrating", &ChargeSettings::migratingChanged},
-        {"migrationFallback", &ChargeSettings::migrationFallbackChanged},
-        {"liveWatchers", &ChargeSettings::liveWatchersChanged},
-        {"saveNote", &ChargeSettings::saveNoteChanged},
+    const std::pair<std::string, void (ChargeSettingsModel::*)()> changeSignals[] = {
+        {"enabled", &ChargeSettingsModel::enabledChanged},
+        {"limit", &ChargeSettingsModel::limitChanged},
+        {"heldLimit", &ChargeSettingsModel::heldLimitChanged},
+        {"topUp", &ChargeSettingsModel::topUpChanged},
+        {"thermalLimit", &ChargeSettingsModel::thermalLimitChanged},
+        {"canReachService", &ChargeSettingsModel::canReachServiceChanged},
+        {"state", &ChargeSettingsModel::stateChanged},
+        {"serviceState", &ChargeSettingsModel::serviceStateChanged},
+        {"writeError", &ChargeSettingsModel::writeErrorChanged},
+        {"serviceError", &ChargeSettingsModel::serviceErrorChanged},
+        {"daemonInstalled", &ChargeSettingsModel::daemonInstalledChanged},
+        {"serviceNeedsApproval", &ChargeSettingsModel::serviceNeedsApprovalChanged},
+        {"serviceNeedsMigration", &ChargeSettingsModel::serviceNeedsMigrationChanged},
+        {"migrating", &ChargeSettingsModel::migratingChanged},
+        {"migrationFallback", &ChargeSettingsModel::migrationFallbackChanged},
+        {"liveWatchers", &ChargeSettingsModel::liveWatchersChanged},
+        {"saveNote", &ChargeSettingsModel::saveNoteChanged},
     };
     ASSERT_EQ(std::size(changeSignals), signalNames.size());
 
-    using Step = std::function<void(Rig&, ChargeSettings&)>;
+    using Step = std::function<void(Rig&, ChargeSettingsModel&)>;
     const std::tuple<const char*, Step, std::set<std::string>> cases[] = {
-        {"a new limit", [](Rig&, ChargeSettings& s) { s.setLimit(70); }, {"limit", "heldLimit"}},
-        {"the same limit", [](Rig&, ChargeSettings& s) { s.setLimit(s.limit()); }, {}},
-        {"top-up", [](Rig&, ChargeSettings& s) { s.setTopUp(true); }, {"topUp"}},
-        {"a view appears", [](Rig&, ChargeSettings& s) { s.watchLive(); }, {"liveWatchers"}},
+        {"a new limit", [](Rig&, ChargeSettingsModel& s) { s.setLimit(70); }, {"limit", "heldLimit"}},
+        {"the same limit", [](Rig&, ChargeSettingsModel& s) { s.setLimit(s.limit()); }, {}},
+        {"top-up", [](Rig&, ChargeSettingsModel& s) { s.setTopUp(true); }, {"topUp"}},
+        {"a view appears", [](Rig&, ChargeSettingsModel& s) { s.watchLive(); }, {"liveWatchers"}},
         {"a refused save",
-         [](Rig& rig, ChargeSettings& s) {
+         [](Rig& rig, ChargeSettingsModel& s) {
              s.save();
              rig.fake.applies[0].done(std::string("The charge service refused the change."));
          },
          {"writeError", "canReachService"}},
         {"the service is switched off",
-         [](Rig& rig, ChargeSettings& s) {
+         [](Rig& rig, ChargeSettingsModel& s) {
              rig.fake.state = Status::notRegistered;
              s.syncService();
          },
@@ -256,7 +256,7 @@ TEST(ChargeSettings, EachPropertyAnnouncesItsOwnChangeAndOnlyWhenItChanges) {
     };
     for (const auto& [name, step, expected] : cases) {
         Rig rig(Status::enabled);
-        ChargeSettings& settings = rig.make();
+        ChargeSettingsModel& settings = rig.make();
         std::set<std::string> announced;
         for (const auto& change : changeSignals) {
             QObject::connect(&settings, change.second,

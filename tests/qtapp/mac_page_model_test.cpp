@@ -18,7 +18,7 @@ struct Page {
     std::unique_ptr<MacPageModel> model;
 
     explicit Page(Rig& r, OtherProgramFix::TurnOff turnOffUPower = {}) : rig(r) {
-        ChargeSettings& settings = rig.settings ? *rig.settings : rig.make();
+        ChargeSettingsModel& settings = rig.settings ? *rig.settings : rig.make();
         installer = std::make_unique<ServiceInstaller>(settings, ServiceInstaller::Helpers{});
         const fs::path dir = rig.root.path();
         const Paths paths{.config = dir / "config.json",

@@ -28,7 +28,7 @@ struct PageHost {
     Ember ember;
     std::unique_ptr<ServiceInstaller> installer;
     std::unique_ptr<MacPageModel> model;
-    std::unique_ptr<Updater> updater;
+    std::unique_ptr<UpdaterModel> updater;
     QQmlEngine engine;
     std::unique_ptr<QQuickWindow> window;
     QObject* page = nullptr;
@@ -36,7 +36,7 @@ struct PageHost {
     explicit PageHost(bool dark = false) {
         std::ofstream(rig.legacyUnit()) << "[Service]\nExecStart=/usr/libexec/torvel/torvel-daemon\n";
         rig.writeStatus(R"("state":"hold","startedAt":)" + std::to_string(rig.now - 600));
-        ChargeSettings& settings = rig.make();
+        ChargeSettingsModel& settings = rig.make();
         const fs::path dir = rig.root.path();
         writeScript(dir / "pkexec", "echo \"$@\" >>\"" + (dir / "asked").string() + "\"\nexit $(cat \"" +
                                         (dir / "answer").string() + "\")\n");
@@ -61,21 +61,21 @@ struct PageHost {
                                   .clock = [this] { return rig.now; }});
         // An update found by an earlier run, with automatic checks off and nowhere to check.
         std::ofstream(dir / "Torvel.conf") << "[updates]\navailable=0.2.0\nautomatic=false\n";
-        updater = std::make_unique<Updater>(
-            Updater::Config{.feed = {},
-                            .publicKey = {},
-                            .runningVersion = QStringLiteral("0.1.0"),
-                            .timeout = std::chrono::seconds(1),
-                            .deadline = std::chrono::seconds(1),
-                            .settingsFile = QString::fromStdString((dir / "Torvel.conf").string()),
-                            .downloadDirectory = QString::fromStdString(dir.string()),
-                            .systemBus = QDBusConnection(QStringLiteral("no bus")),
-                            .clock = {},
-                            .source = UpdateSource::none,
-                            .installDeadline = std::chrono::seconds(1)});
+        updater = std::make_unique<UpdaterModel>(
+            UpdaterModel::Config{.feed = {},
+                                 .publicKey = {},
+                                 .runningVersion = QStringLiteral("0.1.0"),
+                                 .timeout = std::chrono::seconds(1),
+                                 .deadline = std::chrono::seconds(1),
+                                 .settingsFile = QString::fromStdString((dir / "Torvel.conf").string()),
+                                 .downloadDirectory = QString::fromStdString(dir.string()),
+                                 .systemBus = QDBusConnection(QStringLiteral("no bus")),
+                                 .clock = {},
+                                 .source = UpdateSource::none,
+                                 .installDeadline = std::chrono::seconds(1)});
         ember.setDark(dark);
         QmlInstance<Ember>::set(&ember);
-        QmlInstance<Updater>::set(updater.get());
+        QmlInstance<UpdaterModel>::set(updater.get());
         QmlInstance<MacPageModel>::set(model.get());
         QmlInstance<ServiceInstaller>::set(installer.get());
 

@@ -71,14 +71,14 @@ struct AppRig {
 
 TEST(MainWindow, CountsAsOneLiveWatcherHoweverOftenOpenedAndLetsGoWhenClosed) {
     AppRig rig;
-    ChargeSettings& settings = rig.app->settings();
+    ChargeSettingsModel& settings = rig.app->settings();
     TorvelWindowController& windows = rig.app->windows();
     const int before = settings.liveWatchers();
 
     ASSERT_TRUE(windows.show(AppSection::settings));
     ASSERT_TRUE(windows.show(AppSection::mac));
     EXPECT_EQ(settings.liveWatchers(), before + 1);
-    EXPECT_EQ(settings.pollInterval(), ChargeSettings::livePollInterval);
+    EXPECT_EQ(settings.pollInterval(), ChargeSettingsModel::livePollInterval);
 
     QQuickWindow* window = windows.window();
     EXPECT_EQ(window->title(), "Torvel · This Mac");
@@ -90,7 +90,7 @@ TEST(MainWindow, CountsAsOneLiveWatcherHoweverOftenOpenedAndLetsGoWhenClosed) {
     window->close();
     ASSERT_TRUE(testing::spinUntil([&] { return !windows.windowIsLive(); }));
     EXPECT_EQ(settings.liveWatchers(), before);
-    EXPECT_EQ(settings.pollInterval(), ChargeSettings::idlePollInterval);
+    EXPECT_EQ(settings.pollInterval(), ChargeSettingsModel::idlePollInterval);
 
     // Back again: one watcher more, not two.
     ASSERT_TRUE(windows.show(AppSection::today));

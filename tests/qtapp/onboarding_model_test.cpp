@@ -295,7 +295,7 @@ TEST(OnboardingModel, TheShortFlowsEndOnTheirOwnWithoutMarkingTheFirstRunSeen) {
 
 TEST(OnboardingModel, TheInstallerStepEndsOnceEvenWhenTheInstallerFinishesAtOnce) {
     Rig rig(Status::notFound);
-    ChargeSettings& settings = rig.make();
+    ChargeSettingsModel& settings = rig.make();
     ServiceInstaller installer(settings, ServiceInstaller::Helpers{});
     const auto steps = ServiceSteps::through(installer);
     int ended = 0;

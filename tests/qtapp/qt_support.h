@@ -96,8 +96,8 @@ struct Rig {
                                    .ownCopyInApplications = true,
                                    .appVersion = "0.1.0",
                                    .uninstallerPath = {}};
-    std::unique_ptr<ChargeService> service;
-    std::unique_ptr<ChargeSettings> settings;
+    std::unique_ptr<ServiceUnit> service;
+    std::unique_ptr<ChargeSettingsModel> settings;
 
     explicit Rig(Status unit = Status::notRegistered) {
         qtApp();
@@ -119,10 +119,10 @@ struct Rig {
             << R"({"ts":)" << std::to_string(now - age) << "," << fields << "}";
     }
 
-    ChargeSettings& make(std::optional<fs::path> uninstaller = std::nullopt) {
+    ChargeSettingsModel& make(std::optional<fs::path> uninstaller = std::nullopt) {
         const auto immediately = [](std::chrono::milliseconds, std::function<void()> action) { action(); };
-        service = std::make_unique<ChargeService>(
-            fake, ChargeService::Files{.root = root.path(), .installer = {}, .uninstaller = uninstaller},
+        service = std::make_unique<ServiceUnit>(
+            fake, ServiceUnit::Files{.root = root.path(), .installer = {}, .uninstaller = uninstaller},
             immediately, [this](const fs::path&, std::function<void(int)> done) {
                 if (elevateExit == 0) fs::remove(legacyUnit());
                 done(elevateExit);
@@ -133,7 +133,7 @@ struct Rig {
                           .history = dir / "history",
                           .log = dir / "daemon.log",
                           .powerSupply = dir / "sys"};
-        settings = std::make_unique<ChargeSettings>(ChargeSettings::Dependencies{
+        settings = std::make_unique<ChargeSettingsModel>(ChargeSettingsModel::Dependencies{
             paths, installation, SystemLock{}, fake, *service, [this] { return now; }, immediately});
         return *settings;
     }

@@ -73,7 +73,7 @@ TEST(ServiceInstaller, InstallingThroughTheHelperEndsByThePromptAndTheHelper) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.answer);
         Rig rig(Status::notFound);
-        ChargeSettings& settings = rig.make();
+        ChargeSettingsModel& settings = rig.make();
         const FakePkexec pkexec(rig.root.path());
         pkexec.answer(c.answer);
         const fs::path daemon = rig.root.path() / (c.daemonExists ? "install-service" : "no-daemon");
@@ -128,7 +128,7 @@ TEST(ServiceInstaller, EachOperationTakesTheDoorItsUnitCameThrough) {
         SCOPED_TRACE(c.name);
         Rig rig(c.unit);
         if (c.helperUnit) std::ofstream(rig.legacyUnit()) << "[Service]\nExecStart=" << own.string() << "\n";
-        ChargeSettings& settings = rig.make();
+        ChargeSettingsModel& settings = rig.make();
         const FakePkexec pkexec(rig.root.path());
         pkexec.answer("0");
         ServiceInstaller installer(
@@ -150,7 +150,7 @@ TEST(ServiceInstaller, EachOperationTakesTheDoorItsUnitCameThrough) {
 
 TEST(ServiceInstaller, ResettingTheCounterIsASaveThatCanFail) {
     Rig rig(Status::enabled);
-    ChargeSettings& settings = rig.make();
+    ChargeSettingsModel& settings = rig.make();
     ServiceInstaller installer(settings, {});
 
     Ending run;

@@ -16,7 +16,7 @@ TEST(SettingsPage, EveryControlWritesItsFieldAtOnce) {
     testing::Rig rig(testing::Status::enabled);
     testing::TempDir machine;
     rig.writeStatus(R"("state":"hold")");
-    ChargeSettings& settings = rig.make();
+    ChargeSettingsModel& settings = rig.make();
     BatteryMonitor battery(TORVEL_FIXTURES "/power_supply/laptop_charging", false);
     LoginItemModel login(machine.path() / "autostart/com.torvel.Torvel.desktop",
                          QStringLiteral("/usr/bin/torvel"));
@@ -64,7 +64,7 @@ TEST(SettingsPage, EveryControlWritesItsFieldAtOnce) {
 TEST(SettingsPage, TheServicesWordsOnAChangeShowUntilTheNextAnswer) {
     testing::Rig rig(testing::Status::enabled);
     rig.writeStatus(R"("state":"hold")");
-    ChargeSettings& settings = rig.make();
+    ChargeSettingsModel& settings = rig.make();
     BatteryMonitor battery(TORVEL_FIXTURES "/power_supply/laptop_charging", false);
     LoginItemModel login(std::nullopt, QStringLiteral("/usr/bin/torvel"));
     SettingsPageModel page(settings, battery, login, SystemLock{});
@@ -85,7 +85,7 @@ TEST(SettingsPage, TheServicesWordsOnAChangeShowUntilTheNextAnswer) {
 
 TEST(SettingsPage, SwitchesThatNeedTheServiceWriteNothingWhileItCannotBeReached) {
     testing::Rig rig(testing::Status::notRegistered);
-    ChargeSettings& settings = rig.make();
+    ChargeSettingsModel& settings = rig.make();
     BatteryMonitor battery(TORVEL_FIXTURES "/power_supply/laptop_charging", false);
     LoginItemModel login(std::nullopt, QStringLiteral("/usr/bin/torvel"));
     SettingsPageModel page(settings, battery, login, SystemLock{});

@@ -21,7 +21,7 @@ struct Rig {
     PrivateBus bus;
     std::optional<MockPackageKit> packageKit;
     QTemporaryDir dir;
-    std::unique_ptr<Updater> updater;
+    std::unique_ptr<UpdaterModel> updater;
 
     // Without parameters nothing owns PackageKit's name.
     explicit Rig(std::optional<QByteArray> parameters) {
@@ -30,21 +30,21 @@ struct Rig {
         if (parameters) {
             EXPECT_TRUE(packageKit.emplace(bus, *parameters).up());
         }
-        updater = std::make_unique<Updater>(
-            Updater::Config{.feed = {},
-                            .publicKey = {},
-                            .runningVersion = QStringLiteral("1.2"),
-                            .timeout = 1s,
-                            .deadline = 1s,
-                            .settingsFile = dir.filePath(QStringLiteral("Torvel.conf")),
-                            .downloadDirectory = dir.path(),
-                            .systemBus = bus.connect(QStringLiteral("app")),
-                            .clock = [] { return Instant{1'763'900'000}; },
-                            .source = UpdateSource::repository,
-                            .installDeadline = 5s});
+        updater = std::make_unique<UpdaterModel>(
+            UpdaterModel::Config{.feed = {},
+                                 .publicKey = {},
+                                 .runningVersion = QStringLiteral("1.2"),
+                                 .timeout = 1s,
+                                 .deadline = 1s,
+                                 .settingsFile = dir.filePath(QStringLiteral("Torvel.conf")),
+                                 .downloadDirectory = dir.path(),
+                                 .systemBus = bus.connect(QStringLiteral("app")),
+                                 .clock = [] { return Instant{1'763'900'000}; },
+                                 .source = UpdateSource::repository,
+                                 .installDeadline = 5s});
     }
 
-    Updater& checked() {
+    UpdaterModel& checked() {
         updater->checkNow();
         EXPECT_EQ(updater->checkTitle(), QStringLiteral("Checking"));
         EXPECT_TRUE(spinUntil([&] { return !updater->checking(); }));
@@ -132,9 +132,9 @@ TEST(PackageKitUpdater, InstallsTheUpdateFoundOrSaysWhyNot) {
         Rig rig(R"({"updates": [")" + ours + R"("], "install": )" + c.install + "}");
         auto& updater = rig.checked();
         QStringList notes;
-        QObject::connect(&updater, &Updater::noteChanged, [&] { notes << updater.note(); });
+        QObject::connect(&updater, &UpdaterModel::noteChanged, [&] { notes << updater.note(); });
         int installed = 0;
-        QObject::connect(&updater, &Updater::installed, [&installed] { ++installed; });
+        QObject::connect(&updater, &UpdaterModel::installed, [&installed] { ++installed; });
         updater.install();
         EXPECT_EQ(updater.installTitle(), QStringLiteral("Installing"));
         EXPECT_TRUE(spinUntil([&] { return !updater.installing(); }));

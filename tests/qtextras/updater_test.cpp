@@ -84,7 +84,7 @@ struct Rig {
     QNetworkAccessManager network;
     Instant clock = 1'763'900'000;
     QByteArray package = debPackage("1.4");
-    std::unique_ptr<Updater> updater;
+    std::unique_ptr<UpdaterModel> updater;
 
     Rig() { EXPECT_TRUE(server.listening()); }
 
@@ -103,38 +103,38 @@ struct Rig {
     }
 
     // Without a bus of the test's own, the system bus is one that never connects.
-    Updater& make(QDBusConnection bus = QDBusConnection(QStringLiteral("no bus")), QString url = {}) {
-        updater = std::make_unique<Updater>(
-            Updater::Config{.feed = url.isEmpty() ? server.url(feedPath) : QUrl(url),
-                            .publicKey = keys.publicBase64(),
-                            .runningVersion = QStringLiteral("1.2"),
-                            .timeout = 1s,
-                            .deadline = 2s,
-                            .settingsFile = settingsFile(),
-                            .downloadDirectory = dir.filePath(QStringLiteral("downloads")),
-                            .systemBus = std::move(bus),
-                            .clock = [this] { return clock; },
-                            .source = UpdateSource::vendorFeed,
-                            .installDeadline = 5s},
+    UpdaterModel& make(QDBusConnection bus = QDBusConnection(QStringLiteral("no bus")), QString url = {}) {
+        updater = std::make_unique<UpdaterModel>(
+            UpdaterModel::Config{.feed = url.isEmpty() ? server.url(feedPath) : QUrl(url),
+                                 .publicKey = keys.publicBase64(),
+                                 .runningVersion = QStringLiteral("1.2"),
+                                 .timeout = 1s,
+                                 .deadline = 2s,
+                                 .settingsFile = settingsFile(),
+                                 .downloadDirectory = dir.filePath(QStringLiteral("downloads")),
+                                 .systemBus = std::move(bus),
+                                 .clock = [this] { return clock; },
+                                 .source = UpdateSource::vendorFeed,
+                                 .installDeadline = 5s},
             &network);
         return *updater;
     }
 
-    Updater& checked(QDBusConnection bus = QDBusConnection(QStringLiteral("no bus"))) {
+    UpdaterModel& checked(QDBusConnection bus = QDBusConnection(QStringLiteral("no bus"))) {
         auto& made = make(std::move(bus));
         made.checkNow();
         EXPECT_TRUE(spinUntil([&] { return !made.checking(); }));
         return made;
     }
 
-    QString installed(Updater& made) {
+    QString installed(UpdaterModel& made) {
         made.install();
         EXPECT_TRUE(spinUntil([&] { return !made.installing(); }));
         return made.error();
     }
 };
 
-TEST(Updater, EachFeedEndsInItsWords) {
+TEST(UpdaterModel, EachFeedEndsInItsWords) {
     struct Case {
         const char* what;
         std::function<void(Rig&)> serve;
@@ -212,12 +212,12 @@ TEST(Updater, EachFeedEndsInItsWords) {
     }
 }
 
-TEST(Updater, WhatTheCheckupReadsIsWhatTheAppShowsAfterARestartToo) {
+TEST(UpdaterModel, WhatTheCheckupReadsIsWhatTheAppShowsAfterARestartToo) {
     Rig rig;
     rig.publish({rig.signedItem("1.4")});
     auto& first = rig.make();
     int statusChanges = 0;
-    QObject::connect(&first, &Updater::statusChanged, [&statusChanges] { ++statusChanges; });
+    QObject::connect(&first, &UpdaterModel::statusChanged, [&statusChanges] { ++statusChanges; });
     first.setAutomatic(true);
     ASSERT_TRUE(spinUntil([&] { return !first.checking(); }));
     EXPECT_EQ(statusChanges, 2);  // "Not checked yet", then the version found
@@ -238,7 +238,7 @@ TEST(Updater, WhatTheCheckupReadsIsWhatTheAppShowsAfterARestartToo) {
     EXPECT_EQ(rig.server.requested, (QStringList{feedPath, packagePath}));
 }
 
-TEST(Updater, RefusesAPackageThatDoesNotVerifyOrIsNotTheAnnouncedVersion) {
+TEST(UpdaterModel, RefusesAPackageThatDoesNotVerifyOrIsNotTheAnnouncedVersion) {
     struct Case {
         const char* what;
         std::function<void(Rig&, FeedItem&)> tamper;
@@ -280,7 +280,7 @@ TEST(Updater, RefusesAPackageThatDoesNotVerifyOrIsNotTheAnnouncedVersion) {
     }
 }
 
-TEST(Updater, InstallsAVerifiedPackageThroughPackageKitOnlyWhenAsked) {
+TEST(UpdaterModel, InstallsAVerifiedPackageThroughPackageKitOnlyWhenAsked) {
     struct Case {
         std::optional<Ending> ending;  // none: nobody owns PackageKit's name
         QString error;
@@ -301,7 +301,7 @@ TEST(Updater, InstallsAVerifiedPackageThroughPackageKitOnlyWhenAsked) {
         if (c.ending) packageKit.emplace(bus.connect(QStringLiteral("packagekit")), *c.ending);
         auto& updater = rig.checked(bus.connect(QStringLiteral("app")));
         int installed = 0;
-        QObject::connect(&updater, &Updater::installed, [&installed] { ++installed; });
+        QObject::connect(&updater, &UpdaterModel::installed, [&installed] { ++installed; });
         EXPECT_EQ(rig.server.requested, QStringList{feedPath});
 
         EXPECT_EQ(rig.installed(updater), c.error);
@@ -320,7 +320,7 @@ TEST(Updater, InstallsAVerifiedPackageThroughPackageKitOnlyWhenAsked) {
     }
 }
 
-TEST(Updater, NothingToDoWithoutAnUpdateOrASecureAddress) {
+TEST(UpdaterModel, NothingToDoWithoutAnUpdateOrASecureAddress) {
     Rig rig;
     auto& updater = rig.make();
     EXPECT_EQ(rig.installed(updater).toStdString(),

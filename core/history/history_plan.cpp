@@ -1,4 +1,4 @@
-#include "history/model.h"
+#include "history/history_plan.h"
 
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
@@ -7,7 +7,7 @@
 
 namespace torvel {
 
-std::string_view HistoryModel::rawValue(Range range) {
+std::string_view HistoryPlan::rawValue(Range range) {
     switch (range) {
         case Range::day:
             return "day";
@@ -21,14 +21,14 @@ std::string_view HistoryModel::rawValue(Range range) {
     return "day";
 }
 
-std::optional<HistoryModel::Range> HistoryModel::rangeNamed(std::string_view name) {
+std::optional<HistoryPlan::Range> HistoryPlan::rangeNamed(std::string_view name) {
     for (const Range range : ranges) {
         if (rawValue(range) == name) return range;
     }
     return std::nullopt;
 }
 
-int HistoryModel::dayOffset(Range range) {
+int HistoryPlan::dayOffset(Range range) {
     switch (range) {
         case Range::day:
             return 0;
@@ -42,25 +42,25 @@ int HistoryModel::dayOffset(Range range) {
     return 0;
 }
 
-int HistoryModel::bucketCount(Range range) {
+int HistoryPlan::bucketCount(Range range) {
     return range == Range::day ? 1440 : 240;
 }
 
-Instant HistoryModel::rangeStart(Range range, Instant now) {
+Instant HistoryPlan::rangeStart(Range range, Instant now) {
     return Dates::addLocalDays(now, dayOffset(range)).value_or(now);
 }
 
-Instant HistoryModel::rangeEnd(Range range, Instant now) {
+Instant HistoryPlan::rangeEnd(Range range, Instant now) {
     if (range != Range::day) return now;
     return Dates::addLocalDays(now, 1).value_or(now);
 }
 
-double HistoryModel::sparklineHours(const std::vector<HistorySample>& samples) {
+double HistoryPlan::sparklineHours(const std::vector<HistorySample>& samples) {
     if (samples.empty()) return 0;
     return (samples.back().date - samples.front().date) / 3600.0;
 }
 
-std::string HistoryModel::dayTitle(Instant date) {
+std::string HistoryPlan::dayTitle(Instant date) {
     const auto formatted = Dates::fromSkeleton(date, "EEEEdMMMM", Fmt::locale());
     if (!formatted) return Dates::isoDay(date).value_or("");
     icu::UnicodeString text = icu::UnicodeString::fromUTF8(*formatted);
@@ -71,7 +71,7 @@ std::string HistoryModel::dayTitle(Instant date) {
     return out;
 }
 
-HistoryModel::Today HistoryModel::reloadToday(const HistoryStore& store, Instant now, int thermalLimit) {
+HistoryPlan::Today HistoryPlan::reloadToday(const HistoryStore& store, Instant now, int thermalLimit) {
     Today result;
     result.today = HistoryAnalysis::report(store.samples(now), now, thermalLimit);
     result.day = ChartSeries::build(result.today.samples, rangeStart(Range::day, now),
@@ -84,8 +84,8 @@ HistoryModel::Today HistoryModel::reloadToday(const HistoryStore& store, Instant
     return result;
 }
 
-HistoryModel::RangeView HistoryModel::reloadRange(const HistoryStore& store, Range range, Instant now,
-                                                  int thermalLimit) {
+HistoryPlan::RangeView HistoryPlan::reloadRange(const HistoryStore& store, Range range, Instant now,
+                                                int thermalLimit) {
     RangeView view;
     view.start = rangeStart(range, now);
     view.end = rangeEnd(range, now);

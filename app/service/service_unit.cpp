@@ -1,4 +1,4 @@
-#include "service/charge_service.h"
+#include "service/service_unit.h"
 
 #include <QPointer>
 #include <QProcess>
@@ -13,8 +13,7 @@ void finish(const std::function<void()>& done) {
 }
 }  // namespace
 
-ChargeService::ChargeService(UnitControl& units, Files files, Scheduler after, Elevate elevate,
-                             QObject* parent)
+ServiceUnit::ServiceUnit(UnitControl& units, Files files, Scheduler after, Elevate elevate, QObject* parent)
     : QObject(parent),
       units_(units),
       files_(std::move(files)),
@@ -23,26 +22,26 @@ ChargeService::ChargeService(UnitControl& units, Files files, Scheduler after, E
     refresh();
 }
 
-std::optional<std::string> ChargeService::migrationCommand() const {
+std::optional<std::string> ServiceUnit::migrationCommand() const {
     return torvel::migrationCommand(files_.uninstaller ? std::optional(files_.uninstaller->string())
                                                        : std::nullopt);
 }
 
-void ChargeService::refresh() {
+void ServiceUnit::refresh() {
     registration_ = decideRegistration(units_.status(), client::readUnitFiles(files_.root));
     emit changed();
 }
 
-void ChargeService::setLastError(std::optional<std::string> error) {
+void ServiceUnit::setLastError(std::optional<std::string> error) {
     lastError_ = std::move(error);
     emit changed();
 }
 
-void ChargeService::fail(const RegistrationError& error) {
+void ServiceUnit::fail(const RegistrationError& error) {
     lastError_ = explainRegistrationError(error.code, error.description);
 }
 
-void ChargeService::install(std::function<void()> done) {
+void ServiceUnit::install(std::function<void()> done) {
     if (needsMigration()) {
         lastError_ = std::string(legacyServicePresentText());
         refresh();
@@ -58,7 +57,7 @@ void ChargeService::install(std::function<void()> done) {
     });
 }
 
-void ChargeService::remove(std::function<void()> done) {
+void ServiceUnit::remove(std::function<void()> done) {
     units_.disableAndStop([this, done](const std::optional<RegistrationError>& error) {
         if (error) fail(*error);
         refresh();
@@ -66,7 +65,7 @@ void ChargeService::remove(std::function<void()> done) {
     });
 }
 
-void ChargeService::reRegister(std::function<void()> done) {
+void ServiceUnit::reRegister(std::function<void()> done) {
     units_.disableAndStop([this, done](const std::optional<RegistrationError>& error) {
         if (error) {
             fail(*error);
@@ -86,7 +85,7 @@ void ChargeService::reRegister(std::function<void()> done) {
     });
 }
 
-void ChargeService::refreshService(ServiceCalls& calls, std::function<void()> done) {
+void ServiceUnit::refreshService(ServiceCalls& calls, std::function<void()> done) {
     calls.restart(
         [this, done](const ServiceCalls::Result& error) {
             if (!error) {
@@ -98,18 +97,18 @@ void ChargeService::refreshService(ServiceCalls& calls, std::function<void()> do
         std::nullopt);
 }
 
-void ChargeService::repoint(std::function<void()> done) {
+void ServiceUnit::repoint(std::function<void()> done) {
     reRegister(std::move(done));
 }
 
-ChargeService::LegacyRemoval ChargeService::legacyRemovalFromExitCode(int code) {
+ServiceUnit::LegacyRemoval ServiceUnit::legacyRemovalFromExitCode(int code) {
     if (code == 0) return LegacyRemoval::removed;
     // pkexec's answer when the user dismisses the password prompt.
     if (code == 126) return LegacyRemoval::cancelled;
     return LegacyRemoval::failed;
 }
 
-void ChargeService::removeLegacy(std::function<void(LegacyRemoval)> done) {
+void ServiceUnit::removeLegacy(std::function<void(LegacyRemoval)> done) {
     if (!files_.uninstaller) {
         refresh();
         return done(LegacyRemoval::failed);
@@ -120,7 +119,7 @@ void ChargeService::removeLegacy(std::function<void(LegacyRemoval)> done) {
     });
 }
 
-ChargeService::Elevate ChargeService::pkexec() {
+ServiceUnit::Elevate ServiceUnit::pkexec() {
     return [](const std::filesystem::path& uninstaller, std::function<void(int)> done) {
         auto* process = new QProcess;
         QObject::connect(process, &QProcess::finished, process,
@@ -140,7 +139,7 @@ ChargeService::Elevate ChargeService::pkexec() {
     };
 }
 
-ChargeService::Scheduler ChargeService::qtTimers(QObject* context) {
+ServiceUnit::Scheduler ServiceUnit::qtTimers(QObject* context) {
     return
         [guard = QPointer<QObject>(context)](std::chrono::milliseconds delay, std::function<void()> action) {
             if (!guard) return;

@@ -1,4 +1,4 @@
-#include "history/model.h"
+#include "history/history_plan.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 namespace torvel {
 namespace {
 
-using Range = HistoryModel::Range;
+using Range = HistoryPlan::Range;
 using testing::march7;
 
 constexpr Instant march7At1430 = 1741354200;
@@ -25,16 +25,16 @@ TEST(HistoryModelRanges, StartsEndsAndSlotsAtNow) {
         {march7At1430, Range::year, 1709852400, march7At1430, 240},
     };
     for (const auto& [now, range, start, end, buckets] : cases) {
-        EXPECT_EQ(std::tuple(HistoryModel::rangeStart(range, now), HistoryModel::rangeEnd(range, now),
-                             HistoryModel::bucketCount(range)),
+        EXPECT_EQ(std::tuple(HistoryPlan::rangeStart(range, now), HistoryPlan::rangeEnd(range, now),
+                             HistoryPlan::bucketCount(range)),
                   std::tuple(start, end, buckets))
-            << HistoryModel::rawValue(range) << " " << now;
+            << HistoryPlan::rawValue(range) << " " << now;
     }
-    for (const Range range : HistoryModel::ranges)
-        EXPECT_EQ(HistoryModel::rangeNamed(HistoryModel::rawValue(range)), range);
-    EXPECT_FALSE(HistoryModel::rangeNamed("decade"));
+    for (const Range range : HistoryPlan::ranges)
+        EXPECT_EQ(HistoryPlan::rangeNamed(HistoryPlan::rawValue(range)), range);
+    EXPECT_FALSE(HistoryPlan::rangeNamed("decade"));
     // A calendar that cannot place `now` leaves the range at `now`.
-    EXPECT_EQ(HistoryModel::rangeStart(Range::week, 1e300), 1e300);
+    EXPECT_EQ(HistoryPlan::rangeStart(Range::week, 1e300), 1e300);
 }
 
 TEST(HistoryModelToday, JournalIsReadyAfterTwentyThreeHoursOfReadings) {
@@ -46,9 +46,9 @@ TEST(HistoryModelToday, JournalIsReadyAfterTwentyThreeHoursOfReadings) {
             (date < march7 ? yesterday : today) += JournalLine::encode(testing::reading(date, 80)) + "\n";
         dir.write("2025-03-06.jsonl", yesterday);
         dir.write("2025-03-07.jsonl", today);
-        const auto loaded = HistoryModel::reloadToday(HistoryStore(dir.path()), march7At1430, 38);
+        const auto loaded = HistoryPlan::reloadToday(HistoryStore(dir.path()), march7At1430, 38);
         EXPECT_DOUBLE_EQ(loaded.sparklineHours, hours);
-        EXPECT_EQ(HistoryModel::journalReady(loaded.sparklineHours), ready) << hours;
+        EXPECT_EQ(HistoryPlan::journalReady(loaded.sparklineHours), ready) << hours;
         EXPECT_EQ(loaded.daysRecorded, 2);
         EXPECT_EQ(loaded.today.thermalLimit, 38);
         EXPECT_EQ(std::pair(loaded.sparkline.start, loaded.sparkline.end),
@@ -62,13 +62,13 @@ TEST(HistoryModelToday, JournalIsReadyAfterTwentyThreeHoursOfReadings) {
 TEST(HistoryModelReload, EmptyHistoryGivesEmptyReportsAndCharts) {
     testing::TempDir dir;
     const HistoryStore store(dir.path() / "history");
-    const auto today = HistoryModel::reloadToday(store, march7At1430, 40);
+    const auto today = HistoryPlan::reloadToday(store, march7At1430, 40);
     EXPECT_EQ(today.daysRecorded, 0);
     EXPECT_EQ(today.sparklineHours, 0);
     EXPECT_TRUE(today.today.samples.empty());
     EXPECT_EQ(today.today.day, march7At1430);
-    for (const Range range : HistoryModel::ranges) {
-        const auto view = HistoryModel::reloadRange(store, range, march7At1430, 40);
+    for (const Range range : HistoryPlan::ranges) {
+        const auto view = HistoryPlan::reloadRange(store, range, march7At1430, 40);
         EXPECT_TRUE(view.report.samples.empty() && view.series.buckets.empty());
         EXPECT_EQ(std::tuple(view.report.day, view.series.start, view.series.end),
                   std::tuple(view.start, view.start, view.end));
@@ -77,7 +77,7 @@ TEST(HistoryModelReload, EmptyHistoryGivesEmptyReportsAndCharts) {
 
 TEST(HistoryModelReload, DayRangeChartsTheWholeDayFromTheFixture) {
     const HistoryStore store(std::filesystem::path(TORVEL_FIXTURES) / "history/journal");
-    const auto view = HistoryModel::reloadRange(store, Range::day, testing::march8 + 12 * 3600, 40);
+    const auto view = HistoryPlan::reloadRange(store, Range::day, testing::march8 + 12 * 3600, 40);
     ASSERT_EQ(view.report.samples.size(), 3u);
     ASSERT_EQ(view.series.buckets.size(), 3u);
     EXPECT_DOUBLE_EQ(view.series.buckets[0].position, 0);

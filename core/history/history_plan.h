@@ -17,7 +17,7 @@ namespace torvel {
 // The decisions behind the history pages: which span each range covers at a given `now`, how finely it is
 // charted, when the journal counts as ready, and the reloads that read and analyse the journal. The
 // observable model of the app owns the timers and threads and calls these for every decision.
-struct HistoryModel {
+struct HistoryPlan {
     // `year` is the last 365 days: the service keeps a year of journal by default.
     enum class Range { day, week, month, year };
     static constexpr std::array<Range, 4> ranges = {Range::day, Range::week, Range::month, Range::year};

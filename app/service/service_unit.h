@@ -19,7 +19,7 @@ using client::UnitControl;
 
 // The charge service's registration with the service manager, and the repairs that act on it. Every
 // failure lands in lastError in the user's words; none is raised.
-class ChargeService : public QObject {
+class ServiceUnit : public QObject {
     Q_OBJECT
 
   public:
@@ -41,8 +41,7 @@ class ChargeService : public QObject {
     // The pause between unregistering and registering again, so the manager has let go of the old unit.
     static constexpr std::chrono::milliseconds reRegisterDelay{700};
 
-    ChargeService(UnitControl& units, Files files, Scheduler after, Elevate elevate,
-                  QObject* parent = nullptr);
+    ServiceUnit(UnitControl& units, Files files, Scheduler after, Elevate elevate, QObject* parent = nullptr);
 
     ServiceRegistration registration() const { return registration_; }
     bool installed() const { return registration_.installed(); }
