@@ -32,9 +32,14 @@ Column {
             }
             // With a fix to offer, the line itself leads to the page where it is done.
             Text {
+                id: fixLine
                 text: footer.line
                 font: Ember.words(Ember.label, "semibold")
-                color: fixPointer.containsMouse ? Ember.text : Ember.toneText(footer.lineTone)
+                color: fixPointer.containsMouse || activeFocus ? Ember.text : Ember.toneText(footer.lineTone)
+                activeFocusOnTab: footer.fixTitle.length > 0
+                Keys.onSpacePressed: footer.fix()
+                Keys.onReturnPressed: footer.fix()
+                FocusRing { target: fixLine; radius: 6 }
                 Accessible.role: footer.fixTitle.length > 0 ? Accessible.Button : Accessible.StaticText
                 Accessible.name: footer.fixTitle.length > 0 ? footer.fixTitle : footer.line
                 Accessible.onPressAction: footer.fix()
@@ -57,7 +62,10 @@ Column {
             height: 28
             width: macRow.implicitWidth + 22
             radius: height / 2
-            color: macPointer.containsMouse ? Ember.raised : Ember.well
+            color: macPointer.containsMouse || activeFocus ? Ember.raised : Ember.well
+            activeFocusOnTab: true
+            Keys.onSpacePressed: footer.openSection("mac")
+            Keys.onReturnPressed: footer.openSection("mac")
             border.width: 1
             border.color: macPointer.containsMouse ? Ember.text3 : Ember.hair
             Accessible.role: Accessible.Button
@@ -94,6 +102,7 @@ Column {
                 cursorShape: Qt.PointingHandCursor
                 onClicked: footer.openSection("mac")
             }
+            FocusRing { target: thisMac; radius: thisMac.radius + 3 }
         }
     }
 

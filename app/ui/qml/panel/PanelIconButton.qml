@@ -32,6 +32,7 @@ Item {
         color: Ember.text2
         path: button.glyph
     }
+    FocusRing { target: button; radius: width / 2 + 3 }
     MouseArea {
         id: pointer
         anchors.fill: parent
