@@ -27,6 +27,26 @@ Window {
         }
     }
 
+    // Ctrl+Tab and Ctrl+Page Down go to the next section, with Shift or Page Up to the one before, as in the
+    // desktop's other tabbed windows.
+    function stepSection(by) {
+        const sections = Route.sections
+        let at = 0
+        for (let i = 0; i < sections.length; ++i)
+            if (sections[i].value === Route.section) at = i
+        Route.section = sections[(at + by + sections.length) % sections.length].value
+    }
+    Shortcut {
+        sequences: ["Ctrl+Tab", "Ctrl+PgDown"]
+        context: Qt.WindowShortcut
+        onActivated: window.stepSection(1)
+    }
+    Shortcut {
+        sequences: ["Ctrl+Shift+Tab", "Ctrl+Shift+Backtab", "Ctrl+PgUp"]
+        context: Qt.WindowShortcut
+        onActivated: window.stepSection(-1)
+    }
+
     // Keys the focused control leaves alone reach the page: the arrows, Page Up and Page Down, Home and End
     // scroll it, wherever the focus is (a tab, a card's control, or nothing yet).
     Item {
