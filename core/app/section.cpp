@@ -68,4 +68,12 @@ std::optional<AppSection> AppSection::named(std::string_view text) {
     return fromRawValue(text);
 }
 
+std::string TrayMenuWords::open() {
+    return tr("Open Torvel");
+}
+
+std::string TrayMenuWords::quit() {
+    return tr("Quit Torvel");
+}
+
 }  // namespace torvel

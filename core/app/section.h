@@ -29,4 +29,10 @@ class AppSection {
     Value value_;
 };
 
+// The tray icon's menu around the sections: opening the panel and quitting.
+struct TrayMenuWords {
+    static std::string open();
+    static std::string quit();
+};
+
 }  // namespace torvel
