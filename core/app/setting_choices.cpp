@@ -264,6 +264,7 @@ ViewWords pageWords() {
         {"notOnThisMac", tr("Not on this Mac")},
         {"chargeLimit", tr("Charge limit")},
         {"limitCharging", tr("Limit charging")},
+        {"recommended", tr("recommended")},
         {"limitOffTitle", tr("macOS charges as usual")},
         {"limitOffText", tr("If you turn it off, macOS charges as usual.")},
         {"profile", tr("Profile")},

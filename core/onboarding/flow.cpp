@@ -286,7 +286,7 @@ ViewWords onboardingScreenWords(const OnboardingScreenFacts& facts) {
     const std::string close = tr("Close");
     const std::string next = tr("Continue");
     ViewWords words = {
-        {"brand", "Torvel"},
+        {"brand", tr("Torvel")},
         {"back", tr("Back")},
         {"close", close},
         {"continue", next},

@@ -133,6 +133,7 @@ Surface {
             spacing: 22
             enabled: SettingsPage.limitOn
             AdviceSegmented {
+                recommendedWord: SettingsPage.words.recommended
                 width: (parent.width - parent.spacing) / 2
                 caption: SettingsPage.words.profile
                 options: SettingsPage.profileOptions
@@ -141,6 +142,7 @@ Surface {
                 onPicked: (value) => SettingsPage.chooseProfile(value)
             }
             AdviceSegmented {
+                recommendedWord: SettingsPage.words.recommended
                 width: (parent.width - parent.spacing) / 2
                 caption: SettingsPage.words.restingRange
                 options: SettingsPage.restingOptions
