@@ -3,6 +3,8 @@
 #include <QVariantMap>
 #include <algorithm>
 
+#include "ui/model_support.h"
+
 namespace torvel::app {
 
 namespace {
@@ -49,6 +51,7 @@ void ChartModel::setThermalLimit(int celsius) {
 void ChartModel::relay() {
     plot_ = ChartPlot::lay(series_, frame_);
     emit plotChanged();
+    assignAndNotify(this, legend_, wordsMap(ChartPlot::legend(frame_)), &ChartModel::legendChanged);
 }
 
 QVariantList ChartModel::timeTicks() const {

@@ -3,6 +3,7 @@
 #include <QObject>
 #include <QString>
 #include <QVariantList>
+#include <QVariantMap>
 #include <optional>
 
 #include "history/chart_plot.h"
@@ -19,6 +20,8 @@ class ChartModel : public QObject {
     Q_PROPERTY(QVariantList temperatureTicks READ temperatureTicks NOTIFY plotChanged)
     Q_PROPERTY(int limit READ limit WRITE setLimit NOTIFY limitChanged)
     Q_PROPERTY(int thermalLimit READ thermalLimit WRITE setThermalLimit NOTIFY thermalLimitChanged)
+    // The legend's words, which name the two limits.
+    Q_PROPERTY(QVariantMap legend READ legend NOTIFY legendChanged)
     Q_PROPERTY(bool selected READ selected NOTIFY selectionChanged)
     Q_PROPERTY(double selectedX READ selectedX NOTIFY selectionChanged)
     Q_PROPERTY(double selectedY READ selectedY NOTIFY selectionChanged)
@@ -45,6 +48,7 @@ class ChartModel : public QObject {
     void setLimit(int limit);
     int thermalLimit() const { return frame_.thermalLimit.value_or(0); }
     void setThermalLimit(int celsius);
+    QVariantMap legend() const { return legend_; }
 
     bool selected() const { return selection_.has_value(); }
     std::optional<std::size_t> selectedIndex() const { return selection_; }
@@ -65,6 +69,7 @@ class ChartModel : public QObject {
     void plotChanged();
     void limitChanged();
     void thermalLimitChanged();
+    void legendChanged();
     void selectionChanged();
 
   private:
@@ -76,6 +81,7 @@ class ChartModel : public QObject {
     ChartPlot plot_;
     std::optional<std::size_t> selection_;
     ChartPlot::Reading reading_;
+    QVariantMap legend_;
 };
 
 }  // namespace torvel::app

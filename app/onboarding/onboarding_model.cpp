@@ -57,10 +57,14 @@ class InstallerSteps : public ServiceSteps {
     ServiceInstaller& installer_;
 };
 
-QVariantMap screenWords(const OnboardingFlow& flow, const SystemLock& lock, bool helperReady, int limit,
+QVariantMap screenWords(const OnboardingFlow& flow, const OnboardingScreenFacts& facts, int limit,
                         int restingFloor) {
     const auto text = [](const std::string& words) { return QString::fromStdString(words); };
+    const bool helperReady = facts.ready;
     const OnboardingWords words = onboardingWords(flow.mode(), helperReady, limit, restingFloor);
+    QVariantMap map = wordsMap(onboardingScreenWords(facts));
+    QStringList stopNames;
+    for (const auto& stop : railStopNames(facts.usesNative)) stopNames.append(text(stop));
     QVariantList rows;
     for (const auto& row : words.handOverRows) {
         rows.append(QVariantMap{{QStringLiteral("label"), text(row.label)},
@@ -68,19 +72,21 @@ QVariantMap screenWords(const OnboardingFlow& flow, const SystemLock& lock, bool
                                 {QStringLiteral("ticked"), row.ticked}});
     }
     QVariantList rail;
-    for (const RailStop stop : railStops(flow.progress(lock.usesNative), lock.usesNative, helperReady))
+    for (const RailStop stop : railStops(facts.progress, facts.usesNative, helperReady))
         rail.append(static_cast<int>(stop));
     const auto& step = flow.step();
-    return {{QStringLiteral("handOverTitle"), text(words.handOverTitle)},
-            {QStringLiteral("handOverSubtitle"), text(words.handOverSubtitle)},
-            {QStringLiteral("handOverRows"), rows},
-            {QStringLiteral("restingTitle"), text(words.restingTitle)},
-            {QStringLiteral("restingText"), text(words.restingText)},
-            {QStringLiteral("doneSubtitle"), text(words.doneSubtitle)},
-            {QStringLiteral("failure"), step.kind == OnboardingFlow::Step::Kind::installFailed
-                                            ? text(installFailureSentence(step.message))
-                                            : QString()},
-            {QStringLiteral("rail"), rail}};
+    map.insert({{QStringLiteral("handOverTitle"), text(words.handOverTitle)},
+                {QStringLiteral("handOverSubtitle"), text(words.handOverSubtitle)},
+                {QStringLiteral("handOverRows"), rows},
+                {QStringLiteral("restingTitle"), text(words.restingTitle)},
+                {QStringLiteral("restingText"), text(words.restingText)},
+                {QStringLiteral("doneSubtitle"), text(words.doneSubtitle)},
+                {QStringLiteral("failure"), step.kind == OnboardingFlow::Step::Kind::installFailed
+                                                ? text(installFailureSentence(step.message))
+                                                : QString()},
+                {QStringLiteral("rail"), rail},
+                {QStringLiteral("stops"), stopNames}});
+    return map;
 }
 
 }  // namespace
@@ -139,6 +145,8 @@ QVariantList OnboardingModel::profiles() const {
                                 {QStringLiteral("title"), text(torvel::tr(profile.title))},
                                 {QStringLiteral("detail"), text(torvel::tr(profile.detail))},
                                 {QStringLiteral("limit"), profile.limit},
+                                {QStringLiteral("limitText"), QString::fromStdString(profileLimit(profile))},
+                                {QStringLiteral("spoken"), QString::fromStdString(profileSpoken(profile))},
                                 {QStringLiteral("band"), profile.band},
                                 {QStringLiteral("discharge"), profile.discharge}});
     }
@@ -202,9 +210,24 @@ void OnboardingModel::migrate() {
 }
 
 void OnboardingModel::setBusy(bool busy) {
-    if (busy_ == busy) return;
-    busy_ = busy;
-    emit busyChanged();
+    if (!assignAndNotify(this, busy_, busy, &OnboardingModel::busyChanged)) return;
+    refreshWords();
+}
+
+void OnboardingModel::refreshWords() {
+    const OnboardingScreenFacts facts{
+        .mode = flow_.mode(),
+        .ready = helperReady_,
+        .replacing = flow_.mode().migrationOnly || needsMigration_,
+        .busy = busy_,
+        .capability = flow_.capability(),
+        .daemonSize = daemonSizeText_ == QStringLiteral("—") ? std::nullopt
+                                                             : std::optional(daemonSizeText_.toStdString()),
+        .progress = flow_.progress(lock_.usesNative),
+        .usesNative = lock_.usesNative,
+    };
+    assignAndNotify(this, words_, screenWords(flow_, facts, limit_, restingFloor_),
+                    &OnboardingModel::wordsChanged);
 }
 
 void OnboardingModel::apply(int profile) {
@@ -273,8 +296,7 @@ void OnboardingModel::settle(bool mayFinish) {
                     QString::fromStdString(OnboardingFlow::commandToCopy(value, settings_.installation(),
                                                                          installCommand_.toStdString())),
                     &OnboardingModel::commandChanged);
-    assignAndNotify(this, words_, screenWords(flow_, lock_, helperReady_, limit_, restingFloor_),
-                    &OnboardingModel::wordsChanged);
+    refreshWords();
     syncPolling();
     if (mayFinish && step_ == Step::Done && was != Step::Done) emit finished();
 }

@@ -176,6 +176,7 @@ class OnboardingModel : public QObject {
     void syncPolling();
     void tick();
     void setBusy(bool busy);
+    void refreshWords();
 
     ChargeSettingsModel& settings_;
     ServiceSteps& service_;

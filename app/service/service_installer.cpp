@@ -6,14 +6,11 @@
 #include <QPointer>
 #include <QProcess>
 
+#include "service/control_words.h"
+
 namespace torvel::app {
 
 namespace {
-
-constexpr const char* migrationFallbackText =
-    "macOS didn’t let Torvel replace the service by itself. The line below does the same thing in the "
-    "Terminal.";
-constexpr const char* notAllowedText = "Torvel wasn’t allowed to change the charge service.";
 
 // The helpers say what went wrong on their last line of error output ("install-service: no executable at
 // …"); that line names the operation and the object.
@@ -43,21 +40,23 @@ ServiceInstaller::ServiceInstaller(ChargeSettingsModel& settings, Helpers helper
     : QObject(parent), settings_(settings), helpers_(std::move(helpers)) {}
 
 QString ServiceInstaller::progressWord(Operation operation) {
+    using Work = ServiceWorkWords::Work;
+    const auto word = [](Work work) { return QString::fromStdString(ServiceWorkWords::progress(work)); };
     switch (operation) {
         case Operation::none:
             return {};
         case Operation::install:
-            return QStringLiteral("Installing…");
+            return word(Work::install);
         case Operation::migrate:
-            return QStringLiteral("Replacing…");
+            return word(Work::migrate);
         case Operation::update:
-            return QStringLiteral("Updating…");
+            return word(Work::update);
         case Operation::reinstall:
-            return QStringLiteral("Reinstalling…");
+            return word(Work::reinstall);
         case Operation::removeEverything:
-            return QStringLiteral("Removing…");
+            return word(Work::removeEverything);
         case Operation::resetCounter:
-            return QStringLiteral("Resetting…");
+            return word(Work::resetCounter);
     }
     return {};
 }
@@ -114,7 +113,7 @@ void ServiceInstaller::runHelper(const std::filesystem::path& helper, const QStr
             outcome = Outcome::cancelled;
         } else if (exitCode == notAuthorised && !helpers_.elevator.isEmpty()) {
             outcome = Outcome::failed;
-            failure = notAllowedText;
+            failure = ServiceWorkWords::notAllowed();
         } else if (exitCode != 0) {
             outcome = Outcome::failed;
             const std::string said = lastLine(process->readAllStandardError());
@@ -166,7 +165,7 @@ void ServiceInstaller::migrate() {
         disconnect(*connection);
         if (!settings_.serviceNeedsMigration()) return endFromService();
         if (settings_.migrationFallback()) {
-            return end(Outcome::failed, std::string(migrationFallbackText));
+            return end(Outcome::failed, ServiceWorkWords::migrationFallback());
         }
         end(Outcome::cancelled, std::nullopt);
     });

@@ -19,7 +19,7 @@ const QString geometryKey = QStringLiteral("TorvelMainWindow/geometry");
 TorvelWindowController::TorvelWindowController(Models models, QObject* parent)
     : QObject(parent), models_(std::move(models)) {
     connect(&route_, &WindowRoute::sectionChanged, this, [this] {
-        if (window_) window_->setTitle(QStringLiteral("Torvel · ") + route_.title());
+        if (window_) window_->setTitle(QString::fromStdString(route_.appSection().windowTitle()));
     });
 }
 
@@ -80,7 +80,7 @@ bool TorvelWindowController::show(AppSection section) {
         models_.history.setLive(true);
     }
     route_.setSection(section);
-    window_->setTitle(QStringLiteral("Torvel · ") + route_.title());
+    window_->setTitle(QString::fromStdString(route_.appSection().windowTitle()));
     window_->show();
     window_->raise();
     window_->requestActivate();

@@ -86,14 +86,14 @@ void TorvelApp::setUpTray() {
     tray_ = std::make_unique<QSystemTrayIcon>(glyph);
     tray_->setToolTip(QStringLiteral("Torvel"));
     trayMenu_ = std::make_unique<QMenu>();
-    trayMenu_->addAction(QStringLiteral("Open Torvel"), this, [this] { togglePopup(); });
+    trayMenu_->addAction(QString::fromStdString(TrayMenuWords::open()), this, [this] { togglePopup(); });
     trayMenu_->addSeparator();
     for (const auto section : AppSection::all) {
         trayMenu_->addAction(WindowRoute::titleOf(section), this,
                              [this, section] { windows_->show(section); });
     }
     trayMenu_->addSeparator();
-    trayMenu_->addAction(QStringLiteral("Quit Torvel"), qApp, &QCoreApplication::quit);
+    trayMenu_->addAction(QString::fromStdString(TrayMenuWords::quit()), qApp, &QCoreApplication::quit);
     tray_->setContextMenu(trayMenu_.get());
     connect(tray_.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
         if (reason == QSystemTrayIcon::Trigger) togglePopup();

@@ -14,6 +14,7 @@ class WindowRoute : public QObject {
     Q_PROPERTY(Section section READ section WRITE setSection NOTIFY sectionChanged)
     Q_PROPERTY(QString title READ title NOTIFY sectionChanged)
     Q_PROPERTY(QVariantList sections READ sections CONSTANT)
+    Q_PROPERTY(QString product READ product CONSTANT)
 
   public:
     // The same cases, in the same order, as AppSection: QML needs them as a meta-enum.
@@ -37,6 +38,7 @@ class WindowRoute : public QObject {
     void setSection(AppSection section) { setSection(static_cast<Section>(AppSection::Value(section))); }
     AppSection appSection() const { return AppSection(static_cast<AppSection::Value>(section_)); }
     QString title() const { return titleOf(appSection()); }
+    static QString product() { return QString::fromStdString(AppSection::productName()); }
 
     static QString titleOf(AppSection section) {
         const std::string text = section.title();

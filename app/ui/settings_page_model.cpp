@@ -7,6 +7,7 @@
 
 #include "app/setting_choices.h"
 #include "battery/battery_monitor.h"
+#include "common/fmt.h"
 #include "extras/login_item_model.h"
 #include "service/charge_settings_model.h"
 #include "ui/model_support.h"
@@ -73,6 +74,10 @@ void SettingsPageModel::publish() {
                     &M::restLevelChanged);
     assignAndNotify(this, shown_.profileHelp, qs(C::profileFor(limit).help), &M::profileHelpChanged);
     assignAndNotify(this, shown_.profileLine, qs(C::profileLine(limit)), &M::profileLineChanged);
+    const int rest = C::restingLevel(limit, settings.hysteresis);
+    assignAndNotify(this, shown_.limitText, qs(Fmt::percent(limit)), &M::limitTextChanged);
+    assignAndNotify(this, shown_.restLine, qs(C::restLine(rest)), &M::restLineChanged);
+    assignAndNotify(this, shown_.restingSpan, qs(C::restingSpan(rest, limit)), &M::restingSpanChanged);
     assignAndNotify(this, shown_.restingOptions, options(C::restingRange(limit)), &M::restingOptionsChanged);
     assignAndNotify(this, shown_.restingHelp, qs(C::restingFor(limit, settings.hysteresis).help),
                     &M::restingHelpChanged);

@@ -34,6 +34,9 @@ class SettingsPageModel : public QObject {
     Q_PROPERTY(QVariantList profileOptions READ profileOptions CONSTANT)
     Q_PROPERTY(QString profileHelp READ profileHelp NOTIFY profileHelpChanged)
     Q_PROPERTY(QString profileLine READ profileLine NOTIFY profileLineChanged)
+    Q_PROPERTY(QString limitText READ limitText NOTIFY limitTextChanged)
+    Q_PROPERTY(QString restLine READ restLine NOTIFY restLineChanged)
+    Q_PROPERTY(QString restingSpan READ restingSpan NOTIFY restingSpanChanged)
     Q_PROPERTY(QVariantList restingOptions READ restingOptions NOTIFY restingOptionsChanged)
     Q_PROPERTY(int hysteresis READ hysteresis NOTIFY hysteresisChanged)
     Q_PROPERTY(QString restingHelp READ restingHelp NOTIFY restingHelpChanged)
@@ -98,6 +101,9 @@ class SettingsPageModel : public QObject {
     int restLevel() const { return shown_.restLevel; }
     QString profileHelp() const { return shown_.profileHelp; }
     QString profileLine() const { return shown_.profileLine; }
+    QString limitText() const { return shown_.limitText; }
+    QString restLine() const { return shown_.restLine; }
+    QString restingSpan() const { return shown_.restingSpan; }
     QVariantList restingOptions() const { return shown_.restingOptions; }
     int hysteresis() const { return shown_.hysteresis; }
     QString restingHelp() const { return shown_.restingHelp; }
@@ -164,6 +170,9 @@ class SettingsPageModel : public QObject {
     void restLevelChanged();
     void profileHelpChanged();
     void profileLineChanged();
+    void limitTextChanged();
+    void restLineChanged();
+    void restingSpanChanged();
     void restingOptionsChanged();
     void hysteresisChanged();
     void restingHelpChanged();
@@ -204,6 +213,9 @@ class SettingsPageModel : public QObject {
         int restLevel{};
         QString profileHelp{};
         QString profileLine{};
+        QString limitText{};
+        QString restLine{};
+        QString restingSpan{};
         QVariantList restingOptions{};
         int hysteresis{};
         QString restingHelp{};

@@ -68,4 +68,20 @@ std::optional<AppSection> AppSection::named(std::string_view text) {
     return fromRawValue(text);
 }
 
+std::string AppSection::windowTitle() const {
+    return tr("Torvel · %1", {title()});
+}
+
+std::string AppSection::productName() {
+    return tr("Torvel");
+}
+
+std::string TrayMenuWords::open() {
+    return tr("Open Torvel");
+}
+
+std::string TrayMenuWords::quit() {
+    return tr("Quit Torvel");
+}
+
 }  // namespace torvel

@@ -18,8 +18,12 @@ class AppSection {
     static constexpr std::array<Value, 5> all{today, settings, mac, memory, calibration};
 
     std::string_view rawValue() const;
-    // The window title and the tab's label.
+    // The tab's label.
     std::string title() const;
+    // The main window's title while it shows the section: "Torvel · Settings".
+    std::string windowTitle() const;
+    // The product's name as the window's header shows it.
+    static std::string productName();
 
     // A section named on the command line, by its raw value or by one of the older names people type.
     static std::optional<AppSection> named(std::string_view text);
@@ -27,6 +31,12 @@ class AppSection {
 
   private:
     Value value_;
+};
+
+// The tray icon's menu around the sections: opening the panel and quitting.
+struct TrayMenuWords {
+    static std::string open();
+    static std::string quit();
 };
 
 }  // namespace torvel

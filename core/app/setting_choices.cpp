@@ -263,7 +263,24 @@ ViewWords pageWords() {
         {"updates", tr("Updates")},
         {"notOnThisMac", tr("Not on this Mac")},
         {"chargeLimit", tr("Charge limit")},
+        {"limitCharging", tr("Limit charging")},
+        {"recommended", tr("recommended")},
+        {"limitOffTitle", tr("macOS charges as usual")},
+        {"limitOffText", tr("If you turn it off, macOS charges as usual.")},
+        {"profile", tr("Profile")},
+        {"restingRange", tr("Resting range · tops up")},
+        {"nativeRange", tr("macOS: 80 to 100%, in steps of 5")},
+        {"scaleLow", Fmt::percent(20)},
+        {"scaleHigh", Fmt::percent(100)},
     };
+}
+
+std::string restLine(int restLevel) {
+    return tr("Tops up below %1", {Fmt::percent(restLevel)});
+}
+
+std::string restingSpan(int restLevel, int limit) {
+    return tr("rests %1–%2", {std::to_string(restLevel), Fmt::percent(limit)});
 }
 
 std::string dischargeHelp(bool supported) {

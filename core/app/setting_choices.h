@@ -94,6 +94,9 @@ std::string heatLine(std::optional<double> celsius);
 
 // The Settings page's fixed words.
 ViewWords pageWords();
+// "Tops up below 75%", and the resting range as the limit's scale marks it: "rests 75–80%".
+std::string restLine(int restLevel);
+std::string restingSpan(int restLevel, int limit);
 // What a card says of its feature, by whether this machine has it and whether it is on.
 std::string dischargeHelp(bool supported);
 std::string dischargeState(bool on);

@@ -191,4 +191,14 @@ ChartPlot::Reading ChartPlot::reading(const ChartSeries& series, const ChartSeri
     return words;
 }
 
+ViewWords ChartPlot::legend(const Frame& frame) {
+    return {
+        {"charge", tr("Charge")},
+        {"limit", tr("Your limit, %1", {Fmt::percent(frame.limit.value_or(0))})},
+        {"temperature", tr("Temperature")},
+        {"heatLimit", tr("Heat limit, %1 °C", {std::to_string(frame.thermalLimit.value_or(0))})},
+        {"plugged", tr("Plugged in")},
+    };
+}
+
 }  // namespace torvel

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "common/view_words.h"
 #include "history/chart_series.h"
 
 namespace torvel {
@@ -75,6 +76,8 @@ struct ChartPlot {
     double chargeBase = 0;
 
     static ChartPlot lay(const ChartSeries& series, const Frame& frame);
+    // The legend's words for the frame's limits: "Your limit, 80%", "Heat limit, 35 °C" and the marks'.
+    static ViewWords legend(const Frame& frame);
 
     static int slotOf(double position, int slotCount);
     // Whether the line stops between two neighbouring buckets: at least one slot between them is empty and

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <variant>
 
+#include "common/fmt.h"
 #include "common/texts.h"
+#include "service/bus_address.h"
 
 namespace torvel {
 
@@ -270,6 +272,118 @@ OnboardingWords onboardingWords(OnboardingFlow::Mode mode, bool ready, int limit
                "install it from the main window whenever you’re ready.");
     }
     return words;
+}
+
+ViewWords onboardingScreenWords(const OnboardingScreenFacts& facts) {
+    const auto& mode = facts.mode;
+    const bool ready = facts.ready;
+    const bool replacing = facts.replacing;
+    const std::string supported = tr("Supported");
+    const std::string notHere = tr("Not on this laptop");
+    const std::string installing = tr("Installing…");
+    const std::string tryAgain = tr("Try again");
+    const std::string skip = tr("Skip for now");
+    const std::string close = tr("Close");
+    const std::string next = tr("Continue");
+    ViewWords words = {
+        {"brand", tr("Torvel")},
+        {"back", tr("Back")},
+        {"close", close},
+        {"continue", next},
+        {"tryAgain", facts.busy ? installing : tryAgain},
+        {"skip", skip},
+        {"checkingTitle", tr("Looking at this laptop")},
+        {"checkingSubtitle",
+         tr("Torvel asks its charge service what this machine lets it control. It takes a moment.")},
+        {"checkingPrimary", tr("Checking…")},
+        {"supportsTitle", tr("What this laptop supports")},
+        {"limitLabel", tr("A charge limit")},
+        {"limitValue", supported},
+        {"dischargeLabel", tr("Running from the charger down to the limit")},
+        {"dischargeValue", facts.capability.discharge ? supported : notHere},
+        {"ledLabel", tr("The charging light")},
+        {"ledValue", facts.capability.led ? supported : notHere},
+        {"serviceLabel", tr("Service")},
+        {"serviceUnit", bus::unitName},
+        {"sizeLabel", tr("Size on disk")},
+        {"sizeValue", facts.daemonSize.value_or("—")},
+        {"runsLabel", tr("Runs")},
+        {"runsValue", tr("From start-up, before anyone logs in")},
+        {"waitingTitle", tr("Waiting for the charge service")},
+        {"waitingSubtitle",
+         tr("It isn’t running yet. If the password prompt was dismissed, try again; if you install it from a "
+            "terminal, Torvel moves on by itself.")},
+        {"waitingSecondary", mode.approvalOnly ? std::string() : skip},
+        {"failedTitle", tr("The service couldn’t be installed")},
+        {"failedSubtitle", tr("Try again, or install it from a terminal with the command below.")},
+        {"tuningTitle", tr("How do you use this laptop?")},
+        {"tuningSubtitle", tr("Pick the closest. You can fine-tune it any time in Settings.")},
+        {"tuningPrimary", tr("Finish")},
+        {"profileLimit", tr("limit")},
+        {"doneTitle", tr("You’re all set")},
+        {"unsupportedTitle", tr("Torvel can’t hold a limit here")},
+        {"unsupportedSubtitle", tr("The charge service looked and found no way in.")},
+        {"checkAgain", tr("Check again")},
+        {"probeFailedTitle", tr("The check didn’t finish")},
+        {"probeFailedSubtitle", tr("Torvel couldn’t ask its charge service what this laptop allows.")},
+        {"terminalTitle", tr("Prefer the terminal?")},
+        {"copy", tr("Copy")},
+        {"copied", tr("Copied")},
+    };
+    words["windowTitle"] = mode.migrationOnly  ? tr("Torvel · Replace the service")
+                           : mode.approvalOnly ? tr("Torvel · The charge service")
+                           : mode.review       ? tr("Torvel · First run")
+                                               : tr("Welcome to Torvel");
+    words["welcomeTitle"] = replacing     ? tr("Torvel’s service needs replacing")
+                            : mode.review ? tr("Torvel, from the start")
+                                          : tr("Welcome to Torvel");
+    words["welcomeSubtitle"] =
+        replacing
+            ? tr("An older copy of the charge service is hiding the one that came with this version.")
+            : tr("Torvel keeps the battery inside the charge range you choose, so it spends less of its "
+                 "life full and warm.");
+    words["welcomePrimary"] = ready && !mode.review ? next : tr("Get started");
+    words["supportsFootnote"] =
+        ready ? tr("The charge service is installed and running.")
+        : facts.daemonSize
+            ? tr("Holding a limit takes a small system service, %1. The next screen installs it.",
+                 {*facts.daemonSize})
+            : tr("Holding a limit takes a small system service. The next screen installs it.");
+    words["serviceTitle"] = replacing ? tr("Replace the older service")
+                            : ready   ? tr("The charge service is installed")
+                                      : tr("Install the charge service");
+    words["serviceSubtitle"] =
+        replacing
+            ? tr("Torvel removes the copy an earlier install left in /etc/systemd/system and starts the one "
+                 "that came with it. Your settings and history stay.")
+        : ready ? tr("It runs on its own and holds your limit. Nothing to do here.")
+                : tr("Only a system service may write to the battery’s charge controller. Your desktop asks "
+                     "for your password once; Torvel never sees it.");
+    words["servicePrimary"] = facts.busy  ? (replacing ? tr("Replacing…") : installing)
+                              : replacing ? tr("Replace service")
+                              : ready     ? next
+                                          : tr("Install service");
+    words["serviceSecondary"] = ready || mode.migrationOnly ? std::string() : skip;
+    const auto stops = railStopNames(facts.usesNative);
+    if (facts.progress && *facts.progress >= 0 && *facts.progress < static_cast<int>(stops.size())) {
+        words["railStep"] =
+            tr("Step %1 of %2: %3", {std::to_string(*facts.progress + 1), std::to_string(stops.size()),
+                                     stops[static_cast<std::size_t>(*facts.progress)]});
+    }
+    return words;
+}
+
+std::string profileLimit(const OnboardingFlow::Profile& profile) {
+    return Fmt::percent(profile.limit);
+}
+
+std::string profileSpoken(const OnboardingFlow::Profile& profile) {
+    return tr("%1. %2 Stops at %3.", {tr(profile.title), tr(profile.detail), profileLimit(profile)});
+}
+
+std::vector<std::string> railStopNames(bool usesNative) {
+    if (usesNative) return {tr("Welcome"), tr("Service"), tr("Profile")};
+    return {tr("Welcome"), tr("Service"), tr("Hand-over"), tr("Profile")};
 }
 
 std::string installFailureSentence(std::string_view detail) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "battery/probe.h"
+#include "common/view_words.h"
 #include "service/charge_settings.h"
 
 namespace torvel {
@@ -160,6 +161,27 @@ struct OnboardingWords {
 };
 // `ready` is whether the service is installed and current now, not whether the user pressed Install.
 OnboardingWords onboardingWords(OnboardingFlow::Mode mode, bool ready, int limit, int restingFloor);
+
+// The facts every screen's words depend on, as the window shows them.
+struct OnboardingScreenFacts {
+    OnboardingFlow::Mode mode{};
+    bool ready = false;      // the service is installed and current
+    bool replacing = false;  // an older copy of the service is to be replaced
+    bool busy = false;       // an install or a replacement is running
+    OnboardingFlow::Capability capability{};
+    std::optional<std::string> daemonSize{};  // the service's size on disk, when known
+    std::optional<int> progress{};            // the rail's stop, when the rail shows
+    bool usesNative = false;
+};
+// Every word of the onboarding window's screens, the rail's stops and its buttons, keyed by the name the
+// window reads them by; the words that follow the service or the mode are chosen here, not in the view.
+ViewWords onboardingScreenWords(const OnboardingScreenFacts& facts);
+// The rail's stop names, in order; the hand-over has no stop where the system's own mechanism holds the
+// limit.
+std::vector<std::string> railStopNames(bool usesNative);
+// A profile as a screen reader reads its card, and the limit as the card shows it.
+std::string profileSpoken(const OnboardingFlow::Profile& profile);
+std::string profileLimit(const OnboardingFlow::Profile& profile);
 
 // The product's own sentence over the system's words when the install fails; the system's words go
 // beneath it unchanged, for whoever has to look into it.

@@ -14,4 +14,32 @@ std::string ControlWords::heldInstead(int asked, int held) {
               {Fmt::percent(asked), Fmt::percent(held)});
 }
 
+std::string ServiceWorkWords::progress(Work work) {
+    switch (work) {
+        case Work::install:
+            return tr("Installing…");
+        case Work::migrate:
+            return tr("Replacing…");
+        case Work::update:
+            return tr("Updating…");
+        case Work::reinstall:
+            return tr("Reinstalling…");
+        case Work::removeEverything:
+            return tr("Removing…");
+        case Work::resetCounter:
+            return tr("Resetting…");
+    }
+    return {};
+}
+
+std::string ServiceWorkWords::notAllowed() {
+    return tr("Torvel wasn’t allowed to change the charge service.");
+}
+
+std::string ServiceWorkWords::migrationFallback() {
+    return tr(
+        "macOS didn’t let Torvel replace the service by itself. The line below does the same thing in the "
+        "Terminal.");
+}
+
 }  // namespace torvel

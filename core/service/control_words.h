@@ -13,4 +13,13 @@ struct ControlWords {
     static std::string heldInstead(int asked, int held);
 };
 
+// What the app says while it installs, replaces or removes the charge service, and when the system refuses.
+struct ServiceWorkWords {
+    enum class Work { install, migrate, update, reinstall, removeEverything, resetCounter };
+    static std::string progress(Work work);
+    static std::string notAllowed();
+    // The replacement could not run by itself; the command shown beneath does it by hand.
+    static std::string migrationFallback();
+};
+
 }  // namespace torvel

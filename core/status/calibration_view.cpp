@@ -79,6 +79,7 @@ ViewWords CalibrationView::words() {
             "limit.")},
         {"pastSweeps", tr("Past sweeps")},
         {"question", tr("Start a calibration sweep?")},
+        {"cancel", tr("Cancel")},
         {"questionMessage",
          tr("Torvel charges to 100%, runs the battery down in one go with charging held off even "
             "while plugged in, then charges back to full. It takes most of a day; you can stop at "

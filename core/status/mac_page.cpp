@@ -280,6 +280,7 @@ ViewWords MacPage::words() {
          tr("Your settings, statistics and your whole battery history are deleted. Charging goes back "
             "to macOS straight away. This can’t be undone.")},
         {"eraseEverything", tr("Erase everything")},
+        {"cancel", tr("Cancel")},
     };
 }
 

@@ -173,6 +173,15 @@ TEST(OnboardingFlow, WithoutTheServiceTheLaterScreensSaySoAndTheRailLeavesItOpen
     EXPECT_EQ(onboardingWords(approvalOnly, true, 80, 60).doneSubtitle,
               "The charge service is allowed and running again.");
 
+    // The service screen's words follow the replacement first, then the service being there.
+    const auto screen = [](OnboardingScreenFacts facts) { return onboardingScreenWords(facts); };
+    EXPECT_EQ(screen({.ready = true, .replacing = true})["serviceTitle"], "Replace the older service");
+    EXPECT_EQ(screen({.ready = true, .replacing = true, .busy = true})["servicePrimary"], "Replacing…");
+    EXPECT_EQ(screen({.ready = true})["serviceSecondary"], "") << "nothing to skip once installed";
+    EXPECT_EQ(screen({.daemonSize = "1.2 MB"})["supportsFootnote"],
+              "Holding a limit takes a small system service, 1.2 MB. The next screen installs it.");
+    EXPECT_EQ(screen({.progress = 2, .usesNative = true})["railStep"], "Step 3 of 3: Profile");
+
     struct Failure {
         std::string_view detail, sentenceBegins;
     };

@@ -8,6 +8,8 @@ Column {
     property var options: []
     property var selection
     property string help
+    // The word beside the dot that marks the recommended option.
+    property string recommendedWord
     signal picked(var value)
 
     readonly property bool hasRecommended: {
@@ -26,6 +28,7 @@ Column {
             color: Ember.text2
         }
         RecommendedTag {
+            word: advice.recommendedWord
             visible: advice.hasRecommended
             anchors.right: parent.right
             anchors.verticalCenter: parent.verticalCenter

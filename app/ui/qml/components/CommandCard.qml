@@ -7,7 +7,8 @@ SettingsCard {
     property string command
     signal copy()
     property bool copied: false
-    title: "Prefer the terminal?"
+    property string copyTitle
+    property string copiedTitle
 
     Item {
         width: parent.width
@@ -41,7 +42,7 @@ SettingsCard {
             id: copyButton
             anchors.right: parent.right
             anchors.verticalCenter: parent.verticalCenter
-            title: card.copied ? "Copied" : "Copy"
+            title: card.copied ? card.copiedTitle : card.copyTitle
             onClicked: { card.copy(); card.copied = true }
         }
     }

@@ -9,6 +9,7 @@ Popup {
     property string title
     property string message
     property string confirmTitle
+    property string cancelTitle
     property bool destructive: true
     signal confirmed()
 
@@ -56,7 +57,7 @@ Popup {
                 spacing: Ember.spaceMedium
                 EmberButton {
                     objectName: "dialogCancel"
-                    title: "Cancel"
+                    title: dialog.cancelTitle
                     defaultAction: true
                     focus: true
                     onClicked: dialog.close()

@@ -7,11 +7,13 @@ Rectangle {
     id: track
     property real value: 0
     property bool known: true
+    // The fraction as a screen reader says it, "40%", from the model.
+    property string valueText
     implicitHeight: 8
     radius: height / 2
     color: Ember.track
     Accessible.role: Accessible.ProgressBar
-    Accessible.name: known ? Math.round(value * 100) + "%" : ""
+    Accessible.name: known ? valueText : ""
 
     Rectangle {
         visible: track.known

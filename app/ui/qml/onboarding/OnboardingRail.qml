@@ -7,11 +7,13 @@ Row {
     id: rail
     property var stops: []
     property int current: -1
+    // "Step 2 of 4: Service", as the model words it.
+    property string spoken
     // One state a stop, as the model decides them: 0 ahead, 1 here, 2 passed, 3 still to do.
     property var states: []
     spacing: Ember.spaceSmall
     Accessible.role: Accessible.ProgressBar
-    Accessible.name: current >= 0 ? "Step " + (current + 1) + " of " + stops.length + ": " + stops[current] : ""
+    Accessible.name: spoken
 
     Repeater {
         model: rail.stops

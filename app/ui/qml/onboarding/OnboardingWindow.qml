@@ -9,7 +9,6 @@ Window {
     required property OnboardingModel model
     readonly property var glyphOf: ({ "powerplug.fill": Glyphs.plug, "laptopcomputer": Glyphs.laptop,
                                       "bag.fill": Glyphs.bag })
-    readonly property bool replacing: model.migrationOnly || model.needsMigration
     readonly property Item shown: screens.item
 
     width: 680
@@ -17,9 +16,7 @@ Window {
     minimumWidth: 640
     minimumHeight: 600
     color: Ember.bg
-    title: model.migrationOnly ? "Torvel · Replace the service"
-         : model.approvalOnly ? "Torvel · The charge service"
-         : model.review ? "Torvel · First run" : "Welcome to Torvel"
+    title: model.words.windowTitle
 
     function primary() { if (shown && shown.primaryEnabled && shown.primaryTitle.length > 0) shown.primary() }
     Shortcut { sequences: [StandardKey.Close]; context: Qt.WindowShortcut; onActivated: window.close() }
@@ -45,7 +42,7 @@ Window {
                 FlameMark { size: 20; anchors.verticalCenter: parent.verticalCenter }
                 Text {
                     anchors.verticalCenter: parent.verticalCenter
-                    text: "Torvel"
+                    text: window.model.words.brand
                     font: Ember.words(Ember.heading, "bold")
                     color: Ember.text
                 }
@@ -57,8 +54,8 @@ Window {
                 visible: window.model.progress >= 0
                 current: window.model.progress
                 states: window.model.words.rail
-                stops: window.model.usesNative ? ["Welcome", "Service", "Profile"]
-                                               : ["Welcome", "Service", "Hand-over", "Profile"]
+                stops: window.model.words.stops
+                spoken: window.model.words.railStep || ""
             }
             Rectangle { anchors.bottom: parent.bottom; width: parent.width; height: 1; color: Ember.hair }
         }
@@ -87,7 +84,7 @@ Window {
                 anchors.verticalCenter: parent.verticalCenter
                 visible: window.model.canGoBack
                 enabled: !window.model.busy
-                title: "Back"
+                title: window.model.words.back
                 onClicked: window.model.back()
             }
             Row {
@@ -118,9 +115,9 @@ Window {
             id: checking
             OnboardingScreen {
                 flame: true
-                title: "Looking at this laptop"
-                subtitle: "Torvel asks its charge service what this machine lets it control. It takes a moment."
-                primaryTitle: "Checking…"
+                title: window.model.words.checkingTitle
+                subtitle: window.model.words.checkingSubtitle
+                primaryTitle: window.model.words.checkingPrimary
                 primaryEnabled: false
                 Row {
                     spacing: Ember.spaceBase
@@ -149,35 +146,28 @@ Window {
             id: welcome
             OnboardingScreen {
                 flame: true
-                title: window.replacing ? "Torvel’s service needs replacing"
-                     : window.model.review ? "Torvel, from the start" : "Welcome to Torvel"
-                subtitle: window.replacing
-                          ? "An older copy of the charge service is hiding the one that came with this version."
-                          : "Torvel keeps the battery inside the charge range you choose, so it spends less of its life full and warm."
-                primaryTitle: window.model.helperReady && !window.model.review ? "Continue" : "Get started"
+                title: window.model.words.welcomeTitle
+                subtitle: window.model.words.welcomeSubtitle
+                primaryTitle: window.model.words.welcomePrimary
                 onPrimary: window.model.next()
                 SettingsCard {
                     width: parent.width
-                    title: "What this laptop supports"
-                    footnote: window.model.helperReady
-                              ? "The charge service is installed and running."
-                              : "Holding a limit takes a small system service"
-                                + (window.model.daemonSizeText === "—" ? "" : ", " + window.model.daemonSizeText)
-                                + ". The next screen installs it."
+                    title: window.model.words.supportsTitle
+                    footnote: window.model.words.supportsFootnote
                     Column {
                         width: parent.width
                         InfoRow {
                             width: parent.width
-                            label: "A charge limit"
-                            value: "Supported"
+                            label: window.model.words.limitLabel
+                            value: window.model.words.limitValue
                             icon: Glyphs.check
                             iconColor: Ember.mintText
                         }
                         RowDivider { inset: 0 }
                         InfoRow {
                             width: parent.width
-                            label: "Running from the charger down to the limit"
-                            value: window.model.discharge ? "Supported" : "Not on this laptop"
+                            label: window.model.words.dischargeLabel
+                            value: window.model.words.dischargeValue
                             valueColor: window.model.discharge ? Ember.text : Ember.text3
                             icon: window.model.discharge ? Glyphs.check : ""
                             iconColor: Ember.mintText
@@ -185,8 +175,8 @@ Window {
                         RowDivider { inset: 0 }
                         InfoRow {
                             width: parent.width
-                            label: "The charging light"
-                            value: window.model.led ? "Supported" : "Not on this laptop"
+                            label: window.model.words.ledLabel
+                            value: window.model.words.ledValue
                             valueColor: window.model.led ? Ember.text : Ember.text3
                             icon: window.model.led ? Glyphs.check : ""
                             iconColor: Ember.mintText
@@ -200,36 +190,37 @@ Window {
             id: service
             OnboardingScreen {
                 glyph: Glyphs.shield
-                title: window.replacing ? "Replace the older service"
-                     : window.model.helperReady ? "The charge service is installed" : "Install the charge service"
-                subtitle: window.replacing
-                          ? "Torvel removes the copy an earlier install left in /etc/systemd/system and starts the one that came with it. Your settings and history stay."
-                          : window.model.helperReady
-                            ? "It runs on its own and holds your limit. Nothing to do here."
-                            : "Only a system service may write to the battery’s charge controller. Your desktop asks for your password once; Torvel never sees it."
-                primaryTitle: window.model.busy ? (window.replacing ? "Replacing…" : "Installing…")
-                            : window.replacing ? "Replace service"
-                            : window.model.helperReady ? "Continue" : "Install service"
+                title: window.model.words.serviceTitle
+                subtitle: window.model.words.serviceSubtitle
+                primaryTitle: window.model.words.servicePrimary
                 primaryEnabled: !window.model.busy
-                secondaryTitle: window.model.helperReady || window.model.migrationOnly ? "" : "Skip for now"
-                onPrimary: window.replacing ? window.model.migrate()
+                secondaryTitle: window.model.words.serviceSecondary
+                onPrimary: window.model.migrationOnly || window.model.needsMigration ? window.model.migrate()
                          : window.model.helperReady ? window.model.next() : window.model.install()
                 onSecondary: window.model.next()
                 SettingsCard {
                     width: parent.width
                     Column {
                         width: parent.width
-                        InfoRow { width: parent.width; label: "Service"; value: "torvel-daemon.service"; mono: true }
+                        InfoRow {
+                            width: parent.width
+                            label: window.model.words.serviceLabel
+                            value: window.model.words.serviceUnit
+                            mono: true
+                        }
                         RowDivider { inset: 0 }
-                        InfoRow { width: parent.width; label: "Size on disk"; value: window.model.daemonSizeText }
+                        InfoRow { width: parent.width; label: window.model.words.sizeLabel; value: window.model.words.sizeValue }
                         RowDivider { inset: 0 }
-                        InfoRow { width: parent.width; label: "Runs"; value: "From start-up, before anyone logs in" }
+                        InfoRow { width: parent.width; label: window.model.words.runsLabel; value: window.model.words.runsValue }
                     }
                 }
                 CommandCard {
                     visible: !window.model.helperReady
                     width: parent.width
                     command: window.model.command
+                    title: window.model.words.terminalTitle
+                    copyTitle: window.model.words.copy
+                    copiedTitle: window.model.words.copied
                     onCopy: window.model.copyCommand()
                 }
             }
@@ -240,16 +231,19 @@ Window {
             OnboardingScreen {
                 glyph: Glyphs.clock
                 tone: Looks.Todo
-                title: "Waiting for the charge service"
-                subtitle: "It isn’t running yet. If the password prompt was dismissed, try again; if you install it from a terminal, Torvel moves on by itself."
-                primaryTitle: window.model.busy ? "Installing…" : "Try again"
+                title: window.model.words.waitingTitle
+                subtitle: window.model.words.waitingSubtitle
+                primaryTitle: window.model.words.tryAgain
                 primaryEnabled: !window.model.busy
-                secondaryTitle: window.model.approvalOnly ? "" : "Skip for now"
+                secondaryTitle: window.model.words.waitingSecondary
                 onPrimary: window.model.install()
                 onSecondary: window.model.next()
                 CommandCard {
                     width: parent.width
                     command: window.model.command
+                    title: window.model.words.terminalTitle
+                    copyTitle: window.model.words.copy
+                    copiedTitle: window.model.words.copied
                     onCopy: window.model.copyCommand()
                 }
             }
@@ -260,11 +254,11 @@ Window {
             OnboardingScreen {
                 glyph: Glyphs.warning
                 tone: Looks.Broken
-                title: "The service couldn’t be installed"
-                subtitle: "Try again, or install it from a terminal with the command below."
-                primaryTitle: window.model.busy ? "Installing…" : "Try again"
+                title: window.model.words.failedTitle
+                subtitle: window.model.words.failedSubtitle
+                primaryTitle: window.model.words.tryAgain
                 primaryEnabled: !window.model.busy
-                secondaryTitle: "Skip for now"
+                secondaryTitle: window.model.words.skip
                 onPrimary: window.model.install()
                 onSecondary: window.model.next()
                 NoteCard {
@@ -277,6 +271,9 @@ Window {
                 CommandCard {
                     width: parent.width
                     command: window.model.command
+                    title: window.model.words.terminalTitle
+                    copyTitle: window.model.words.copy
+                    copiedTitle: window.model.words.copied
                     onCopy: window.model.copyCommand()
                 }
             }
@@ -289,7 +286,7 @@ Window {
                 tone: window.model.helperReady ? Looks.Good : Looks.Todo
                 title: window.model.words.handOverTitle
                 subtitle: window.model.words.handOverSubtitle
-                primaryTitle: "Continue"
+                primaryTitle: window.model.words["continue"]
                 onPrimary: window.model.next()
                 SettingsCard {
                     width: parent.width
@@ -318,6 +315,9 @@ Window {
                     visible: !window.model.helperReady
                     width: parent.width
                     command: window.model.command
+                    title: window.model.words.terminalTitle
+                    copyTitle: window.model.words.copy
+                    copiedTitle: window.model.words.copied
                     onCopy: window.model.copyCommand()
                 }
             }
@@ -327,9 +327,9 @@ Window {
             id: tuning
             OnboardingScreen {
                 glyph: Glyphs.sliders
-                title: "How do you use this laptop?"
-                subtitle: "Pick the closest. You can fine-tune it any time in Settings."
-                primaryTitle: "Finish"
+                title: window.model.words.tuningTitle
+                subtitle: window.model.words.tuningSubtitle
+                primaryTitle: window.model.words.tuningPrimary
                 onPrimary: window.model.next()
                 Row {
                     width: parent.width
@@ -342,7 +342,9 @@ Window {
                             glyph: window.glyphOf[modelData.icon] || Glyphs.laptop
                             title: modelData.title
                             detail: modelData.detail
-                            limit: modelData.limit
+                            limit: modelData.limitText
+                            limitWord: window.model.words.profileLimit
+                            spoken: modelData.spoken
                             chosen: window.model.chosenProfile === modelData.id
                             onPicked: window.model.apply(modelData.id)
                         }
@@ -363,9 +365,9 @@ Window {
             OnboardingScreen {
                 glyph: Glyphs.check
                 tone: Looks.Good
-                title: "You’re all set"
+                title: window.model.words.doneTitle
                 subtitle: window.model.words.doneSubtitle
-                primaryTitle: "Close"
+                primaryTitle: window.model.words.close
                 onPrimary: window.close()
             }
         }
@@ -375,10 +377,10 @@ Window {
             OnboardingScreen {
                 glyph: Glyphs.laptop
                 tone: Looks.Todo
-                title: "Torvel can’t hold a limit here"
-                subtitle: "The charge service looked and found no way in."
-                primaryTitle: "Close"
-                secondaryTitle: "Check again"
+                title: window.model.words.unsupportedTitle
+                subtitle: window.model.words.unsupportedSubtitle
+                primaryTitle: window.model.words.close
+                secondaryTitle: window.model.words.checkAgain
                 onPrimary: window.close()
                 onSecondary: window.model.check()
                 NoteCard {
@@ -395,10 +397,10 @@ Window {
             OnboardingScreen {
                 glyph: Glyphs.warning
                 tone: Looks.Broken
-                title: "The check didn’t finish"
-                subtitle: "Torvel couldn’t ask its charge service what this laptop allows."
-                primaryTitle: "Try again"
-                secondaryTitle: "Close"
+                title: window.model.words.probeFailedTitle
+                subtitle: window.model.words.probeFailedSubtitle
+                primaryTitle: window.model.words.tryAgain
+                secondaryTitle: window.model.words.close
                 onPrimary: window.model.check()
                 onSecondary: window.close()
                 NoteCard {

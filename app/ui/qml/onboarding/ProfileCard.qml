@@ -7,7 +7,9 @@ Rectangle {
     property string glyph
     property string title
     property string detail
-    property int limit
+    property string limit
+    property string limitWord
+    property string spoken
     property bool chosen: false
     signal picked()
 
@@ -18,7 +20,7 @@ Rectangle {
     border.color: chosen ? Ember.ember : pointer.containsMouse ? Ember.text3 : Ember.ring
     activeFocusOnTab: true
     Accessible.role: Accessible.RadioButton
-    Accessible.name: title + ". " + detail + " Stops at " + limit + "%"
+    Accessible.name: spoken
     Accessible.checked: chosen
     Accessible.onPressAction: card.picked()
     Keys.onSpacePressed: card.picked()
@@ -65,13 +67,13 @@ Rectangle {
             spacing: Ember.spaceTight
             Text {
                 id: figure
-                text: card.limit + "%"
+                text: card.limit
                 font: Ember.words(Ember.figureSmall, "bold")
                 color: card.chosen ? Ember.emberText : Ember.text
             }
             Text {
                 anchors.baseline: figure.baseline
-                text: "limit"
+                text: card.limitWord
                 font: Ember.words(Ember.body, "medium")
                 color: Ember.text3
             }

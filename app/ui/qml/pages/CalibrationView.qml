@@ -27,6 +27,7 @@ Column {
                 width: Math.min(page.width, 420)
                 known: Calibration.progressKnown
                 value: Calibration.progress
+                valueText: Calibration.progressText
             }
             Text {
                 anchors.verticalCenter: parent.verticalCenter
@@ -116,6 +117,7 @@ Column {
         destructive: false
         title: Calibration.words.question
         message: Calibration.words.questionMessage
+        cancelTitle: Calibration.words.cancel
         confirmTitle: Calibration.words.confirm
         onConfirmed: Calibration.start()
     }

@@ -7,6 +7,8 @@ Flow {
     id: legend
     property int limit: 0
     property int thermalLimit: 0
+    // The chart model's legend words.
+    property var words: ({})
     spacing: Ember.spaceSection
 
     component Key: Row {
@@ -50,9 +52,9 @@ Flow {
         }
     }
 
-    Key { label: "Charge"; colour: Ember.ember }
-    Key { visible: legend.limit > 0; label: "Your limit, " + legend.limit + "%"; colour: Ember.ember; kind: "dashed" }
-    Key { label: "Temperature"; colour: Ember.text3 }
-    Key { label: "Heat limit, " + legend.thermalLimit + " °C"; colour: Ember.stop; kind: "dotted" }
-    Key { label: "Plugged in"; colour: Ember.zone; kind: "band" }
+    Key { label: legend.words.charge || ""; colour: Ember.ember }
+    Key { visible: legend.limit > 0; label: legend.words.limit || ""; colour: Ember.ember; kind: "dashed" }
+    Key { label: legend.words.temperature || ""; colour: Ember.text3 }
+    Key { label: legend.words.heatLimit || ""; colour: Ember.stop; kind: "dotted" }
+    Key { label: legend.words.plugged || ""; colour: Ember.zone; kind: "band" }
 }

@@ -99,5 +99,6 @@ Item {
         width: plot.width
         limit: chart.model ? chart.model.limit : 0
         thermalLimit: chart.model ? chart.model.thermalLimit : 0
+        words: chart.model ? chart.model.legend : ({})
     }
 }

@@ -26,7 +26,7 @@ Surface {
                 IconTile { glyph: Glyphs.bolt; filled: true; anchors.verticalCenter: parent.verticalCenter }
                 Text {
                     anchors.verticalCenter: parent.verticalCenter
-                    text: "Charge limit"
+                    text: SettingsPage.words.chargeLimit
                     font: Ember.words(Ember.title, "semibold")
                     color: Ember.text
                 }
@@ -37,13 +37,13 @@ Surface {
                 spacing: Ember.spaceMedium
                 Text {
                     anchors.verticalCenter: parent.verticalCenter
-                    text: "Limit charging"
+                    text: SettingsPage.words.limitCharging
                     font: Ember.words(Ember.label, "medium")
                     color: Ember.text2
                 }
                 EmberSwitch {
                     anchors.verticalCenter: parent.verticalCenter
-                    accessibleName: "Limit charging"
+                    accessibleName: SettingsPage.words.limitCharging
                     checked: SettingsPage.limitOn
                     enabled: SettingsPage.canReachService
                     onToggled: (on) => SettingsPage.setLimitOn(on)
@@ -88,7 +88,7 @@ Surface {
                 }
                 Text {
                     anchors.right: parent.right
-                    text: "Tops up below " + SettingsPage.restLevel + "%"
+                    text: SettingsPage.restLine
                     font: Ember.words(Ember.body, "regular")
                     color: Ember.text2
                 }
@@ -98,12 +98,12 @@ Surface {
                 visible: !SettingsPage.limitOn
                 spacing: Ember.spaceTight
                 Text {
-                    text: "macOS charges as usual"
+                    text: SettingsPage.words.limitOffTitle
                     font: Ember.words(Ember.figureLarge, "bold")
                     color: Ember.text
                 }
                 Text {
-                    text: "If you turn it off, macOS charges as usual."
+                    text: SettingsPage.words.limitOffText
                     font: Ember.words(Ember.label, "regular")
                     color: Ember.text2
                 }
@@ -117,6 +117,12 @@ Surface {
             rest: SettingsPage.restLevel
             lowest: SettingsPage.lowestLimit
             nativeMode: SettingsPage.nativeMode
+            name: SettingsPage.words.chargeLimit
+            limitText: SettingsPage.limitText
+            span: SettingsPage.restingSpan
+            lowText: SettingsPage.words.scaleLow
+            highText: SettingsPage.words.scaleHigh
+            nativeRange: SettingsPage.words.nativeRange
             onDragged: (value) => SettingsPage.dragLimit(value)
             onReleased: SettingsPage.commitLimit()
             onStepped: (steps) => SettingsPage.stepLimit(steps)
@@ -127,16 +133,18 @@ Surface {
             spacing: 22
             enabled: SettingsPage.limitOn
             AdviceSegmented {
+                recommendedWord: SettingsPage.words.recommended
                 width: (parent.width - parent.spacing) / 2
-                caption: "Profile"
+                caption: SettingsPage.words.profile
                 options: SettingsPage.profileOptions
                 selection: SettingsPage.limit
                 help: SettingsPage.profileHelp
                 onPicked: (value) => SettingsPage.chooseProfile(value)
             }
             AdviceSegmented {
+                recommendedWord: SettingsPage.words.recommended
                 width: (parent.width - parent.spacing) / 2
-                caption: "Resting range · tops up"
+                caption: SettingsPage.words.restingRange
                 options: SettingsPage.restingOptions
                 selection: SettingsPage.hysteresis
                 help: SettingsPage.restingHelp

@@ -202,6 +202,7 @@ Column {
         objectName: "removalDialog"
         title: MacPage.words.removeQuestion
         message: MacPage.words.removeMessage
+        cancelTitle: MacPage.words.cancel
         confirmTitle: MacPage.words.eraseEverything
         onConfirmed: MacPage.removeEverything()
     }

@@ -11,7 +11,7 @@ Window {
     minimumWidth: 820
     minimumHeight: 560
     color: Ember.bg
-    title: "Torvel"
+    title: Route.product
 
     // Ctrl+1 … Ctrl+5, in the order of the tabs.
     Repeater {
@@ -75,7 +75,7 @@ Window {
                 FlameMark { size: 20; anchors.verticalCenter: parent.verticalCenter }
                 Text {
                     anchors.verticalCenter: parent.verticalCenter
-                    text: "Torvel"
+                    text: Route.product
                     font: Ember.words(Ember.heading, "bold")
                     color: Ember.text
                 }

@@ -9,6 +9,14 @@ FocusScope {
     property int rest: 75
     property int lowest: 20
     property bool nativeMode: false
+    // The words, as the page's model gives them: "Charge limit", "80%", "rests 75–80%", the scale's ends
+    // and the system mechanism's range.
+    property string name
+    property string limitText
+    property string span
+    property string lowText
+    property string highText
+    property string nativeRange
     signal dragged(int value)
     signal released()
     signal stepped(int steps)
@@ -25,8 +33,8 @@ FocusScope {
     activeFocusOnTab: enabled
     opacity: enabled ? 1 : 0.5
     Accessible.role: Accessible.Slider
-    Accessible.name: "Charge limit"
-    Accessible.description: limit + "%"
+    Accessible.name: name
+    Accessible.description: limitText
     Accessible.onIncreaseAction: bar.stepped(1)
     Accessible.onDecreaseAction: bar.stepped(-1)
     Keys.onRightPressed: bar.stepped(1)
@@ -128,27 +136,27 @@ FocusScope {
             height: low.implicitHeight
             Text {
                 id: low
-                text: bar.scaleLow + "%"
+                text: bar.lowText
                 font: Ember.words(Ember.caption, "medium")
                 color: Ember.text3
             }
             Text {
                 visible: bar.rest < bar.limit
                 x: Math.max(low.width + 8, Math.min(parent.width - width - 40, bar.position((bar.rest + bar.limit) / 2) - width / 2))
-                text: "rests " + bar.rest + "–" + bar.limit + "%"
+                text: bar.span
                 font: Ember.words(Ember.caption, "semibold")
                 color: Ember.emberText
             }
             Text {
                 anchors.right: parent.right
-                text: bar.scaleHigh + "%"
+                text: bar.highText
                 font: Ember.words(Ember.caption, "medium")
                 color: Ember.text3
             }
         }
         Text {
             visible: bar.nativeMode
-            text: "macOS: 80 to 100%, in steps of 5"
+            text: bar.nativeRange
             font: Ember.words(Ember.small, "regular")
             color: Ember.text3
         }

@@ -160,6 +160,7 @@ Column {
             switchable: false
             help: SettingsPage.words.topUpHelp
             AdviceSegmented {
+                recommendedWord: SettingsPage.words.recommended
                 width: parent.width
                 caption: SettingsPage.words.topUpEnds
                 options: SettingsPage.topUpOptions
