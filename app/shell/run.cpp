@@ -10,6 +10,7 @@
 #include <QTime>
 #include <QTimer>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
@@ -285,7 +286,11 @@ int run(int argc, char** argv) {
             std::fprintf(stderr, "torvel: %s\n", qPrintable(*error));
             return 1;
         }
-        return 0;
+        // The picture and its texts are written and closed. Tearing the views down now can post to Qt's image
+        // reader thread before that thread has an event dispatcher (a crash at exit under the sanitizers),
+        // and a one-shot render has nothing left to save: end here.
+        std::fflush(nullptr);
+        std::_Exit(0);
     }
     if (line.headless) return watchHeadless(torvel, line.seconds);
     if (instance) {

@@ -280,16 +280,20 @@ while time.time() < end:
               0);
     sd_bus_message_append(call, "s", R"({"limit":75})");
     sd_bus_error error{};
+    const auto asked = std::chrono::steady_clock::now();
     EXPECT_GE(sd_bus_call(root, call, 10'000'000, &error, &reply), 0) << (error.message ? error.message : "");
+    const auto waited =
+        std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - asked);
     int ok = 0;
     const char* answer = nullptr;
     if (reply) sd_bus_message_read(reply, "bs", &ok, &answer);
-    EXPECT_TRUE(ok);
+    EXPECT_TRUE(ok) << (answer ? answer : "no answer") << " after " << waited.count() << " ms";
     sd_bus_error_free(&error);
     sd_bus_message_unref(reply);
     sd_bus_message_unref(call);
     sd_bus_flush_close_unref(root);
-    EXPECT_TRUE(stranger.exited(15s));
+    // Its queued messages drain at the bus's pace, which a loaded machine slows: the bound is generous.
+    EXPECT_TRUE(stranger.exited(60s));
 
     // The unit's MemoryMax= is 64M.
     std::ifstream status("/proc/" + std::to_string(service_.pid()) + "/status");
@@ -309,7 +313,9 @@ while time.time() < end:
         EXPECT_GT(peakKb, 0);
         EXPECT_LT(peakKb, 64 * 1024);
     }
-    EXPECT_TRUE(runUntil([&] { return battery_.endThresholdValue() == 75; }));
+    EXPECT_TRUE(runUntil([&] { return battery_.endThresholdValue() == 75; }))
+        << "end threshold " << battery_.endThresholdValue() << "; the service's log:\n"
+        << contents(paths_.log);
 }
 
 TEST_F(ServiceProcess, AFullDiskLeavesNoTornLineInTheJournalOrTheLog) {
