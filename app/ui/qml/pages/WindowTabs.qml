@@ -8,5 +8,5 @@ EmberSegmented {
     options: Route.sections
     selection: Route.section
     onPicked: (value) => Route.section = value
-    implicitWidth: 560
+    implicitWidth: Math.max(560, fittedWidth)
 }
