@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "app/app_switches.h"
 #include "battery/battery_monitor.h"
 #include "common/fmt.h"
 #include "history/history_model.h"
@@ -61,113 +62,78 @@ QStringList withoutToolkitOptions(const QStringList& arguments) {
     return kept;
 }
 
-struct Switches {
-    QCommandLineOption section{
-        {QStringLiteral("settings"), QStringLiteral("reglages")},
-        QStringLiteral("Open the main window at a section: today, settings, mac, memory or "
-                       "calibration."),
-        QStringLiteral("section")};
-    QCommandLineOption window{
-        QStringLiteral("window"),
-        QStringLiteral("Open the main window, as the launcher in the application list does.")};
-    QCommandLineOption panel{{QStringLiteral("panel"), QStringLiteral("panneau")},
-                             QStringLiteral("Show the tray panel in an ordinary window.")};
-    QCommandLineOption onboarding{QStringLiteral("onboarding"),
-                                  QStringLiteral("Open the first-run flow for review.")};
-    QCommandLineOption arrival{
-        QStringLiteral("arrival"),
-        QStringLiteral("Play the charger's arrival animation once, shortly after start.")};
-    QCommandLineOption dark{QStringLiteral("dark"),
-                            QStringLiteral("Draw in the dark appearance whatever the desktop's.")};
-    QCommandLineOption step{
-        QStringLiteral("step"),
-        QStringLiteral("With --screenshot --onboarding, the screen to render: welcome, service, "
-                       "installFailed, awaitingApproval, handOver, tuning, done, checking, "
-                       "unsupported or probeFailed."),
-        QStringLiteral("name")};
-    QCommandLineOption screenshot{
-        QStringLiteral("screenshot"),
-        QStringLiteral("Render the panel, or with --settings that section of the main "
-                       "window, with --onboarding a first-run screen, with --arrival the "
-                       "charger's arrival, into a PNG file offscreen, then exit."),
-        QStringLiteral("file")};
-    QCommandLineOption headless{
-        QStringLiteral("headless"),
-        QStringLiteral("No window: print the charge and the panel's line every second.")};
-    QCommandLineOption seconds{QStringLiteral("seconds"),
-                               QStringLiteral("Stop a headless run after N seconds."), QStringLiteral("N")};
-    QCommandLineOption locale{QStringLiteral("locale"),
-                              QStringLiteral("The locale of numbers and dates, such as en or ja."),
-                              QStringLiteral("id")};
-    QCommandLineOption range{QStringLiteral("range"),
-                             QStringLiteral("The span Long memory shows: day, week, month or year."),
-                             QStringLiteral("range")};
-    QCommandLineOption help{{QStringLiteral("h"), QStringLiteral("help")},
-                            QStringLiteral("Show this and exit.")};
-    QCommandLineOption version{{QStringLiteral("v"), QStringLiteral("version")},
-                               QStringLiteral("Show the version and exit.")};
+QString fromCore(const std::string& text) {
+    return QString::fromStdString(text);
+}
 
-    void addTo(QCommandLineParser& parser) const {
-        parser.setApplicationDescription(
-            QStringLiteral("Keeps the battery inside the charge range you choose, from the system tray."));
-        parser.addOptions({section, window, panel, onboarding, arrival, dark, step, screenshot, headless,
-                           seconds, locale, range, help, version});
+// The switches as core words them, for Qt's parser; read back by their first names.
+void addSwitches(QCommandLineParser& parser) {
+    parser.setApplicationDescription(fromCore(AppCommandLineWords::description()));
+    for (const AppSwitch& word : AppCommandLineWords::switches()) {
+        QStringList names;
+        for (const std::string& name : word.names) names << fromCore(name);
+        parser.addOption(QCommandLineOption(names, fromCore(word.description), fromCore(word.valueName)));
     }
-};
+}
 
 }  // namespace
 
 QString CommandLine::usage() {
     QCommandLineParser parser;
-    Switches().addTo(parser);
+    addSwitches(parser);
     QString text = parser.helpText();
-    // The parser names the program after argv[0]; the usage line names the installed command.
+    // The parser names the program after argv[0] and words its headings in Qt's language: the usage line
+    // names the installed command, and both read in the catalogue's.
     const qsizetype end = text.indexOf(u'\n');
-    return QStringLiteral("Usage: torvel [options]") + text.mid(end);
+    text = fromCore(AppCommandLineWords::usageLine()) + text.mid(end);
+    text.replace(QStringLiteral("\nOptions:\n"),
+                 u'\n' + fromCore(AppCommandLineWords::optionsHeading()) + u'\n');
+    return text;
 }
 
 CommandLine CommandLine::parse(const QStringList& arguments) {
     CommandLine line;
     QCommandLineParser parser;
-    const Switches switches;
-    switches.addTo(parser);
+    addSwitches(parser);
     if (!parser.parse(withoutToolkitOptions(arguments))) {
-        line.error = parser.errorText() + QStringLiteral(" (try --help)");
+        line.error = fromCore(AppCommandLineWords::refused(parser.errorText().toStdString()));
         return line;
     }
     if (!parser.positionalArguments().isEmpty()) {
         line.error =
-            QStringLiteral("unknown switch %1 (try --help)").arg(parser.positionalArguments().first());
+            fromCore(AppCommandLineWords::unknownSwitch(parser.positionalArguments().first().toStdString()));
         return line;
     }
-    line.help = parser.isSet(switches.help);
-    line.version = parser.isSet(switches.version);
-    if (parser.isSet(switches.screenshot)) line.screenshot = parser.value(switches.screenshot);
-    if (parser.isSet(switches.step)) line.step = parser.value(switches.step);
-    line.headless = parser.isSet(switches.headless);
-    if (parser.isSet(switches.seconds)) {
+    const auto isSet = [&](const char* name) { return parser.isSet(QLatin1String(name)); };
+    const auto value = [&](const char* name) { return parser.value(QLatin1String(name)); };
+    line.help = isSet("help");
+    line.version = isSet("version");
+    if (isSet("screenshot")) line.screenshot = value("screenshot");
+    if (isSet("step")) line.step = value("step");
+    line.headless = isSet("headless");
+    if (isSet("seconds")) {
         bool ok = false;
-        const int n = parser.value(switches.seconds).toInt(&ok);
+        const int n = value("seconds").toInt(&ok);
         if (!ok || n < 0) {
-            line.error = QStringLiteral("--seconds needs a whole number of seconds");
+            line.error = fromCore(AppCommandLineWords::secondsNeeded());
             return line;
         }
         line.seconds = n;
     }
-    line.options.dark = parser.isSet(switches.dark);
-    if (parser.isSet(switches.locale)) {
-        if (parser.value(switches.locale).isEmpty()) {
-            line.error = QStringLiteral("--locale needs a locale identifier such as en or ja");
+    line.options.dark = isSet("dark");
+    if (isSet("locale")) {
+        if (value("locale").isEmpty()) {
+            line.error = fromCore(AppCommandLineWords::localeNeeded());
             return line;
         }
-        line.locale = parser.value(switches.locale).toStdString();
+        line.locale = value("locale").toStdString();
     }
-    if (parser.isSet(switches.range)) {
-        if (!torvel::HistoryPlan::rangeNamed(parser.value(switches.range).toStdString())) {
-            line.error = QStringLiteral("--range needs one of day, week, month or year");
+    if (isSet("range")) {
+        if (!torvel::HistoryPlan::rangeNamed(value("range").toStdString())) {
+            line.error = fromCore(AppCommandLineWords::rangeNeeded());
             return line;
         }
-        line.range = parser.value(switches.range);
+        line.range = value("range");
     }
 
     // The review switches are core's to read, as words; they are also what a second launch hands over.
@@ -176,14 +142,14 @@ CommandLine CommandLine::parse(const QStringList& arguments) {
         words.push_back(word.toStdString());
         line.handOver << word;
     };
-    if (parser.isSet(switches.section)) {
+    if (isSet("settings")) {
         add(QStringLiteral("--settings"));
-        add(parser.value(switches.section));
+        add(value("settings"));
     }
-    if (parser.isSet(switches.window)) add(QStringLiteral("--window"));
-    if (parser.isSet(switches.panel)) add(QStringLiteral("--panel"));
-    if (parser.isSet(switches.onboarding)) add(QStringLiteral("--onboarding"));
-    if (parser.isSet(switches.arrival)) add(QStringLiteral("--arrival"));
+    if (isSet("window")) add(QStringLiteral("--window"));
+    if (isSet("panel")) add(QStringLiteral("--panel"));
+    if (isSet("onboarding")) add(QStringLiteral("--onboarding"));
+    if (isSet("arrival")) add(QStringLiteral("--arrival"));
     line.options.switches = LaunchSwitches::parse(words);
     if (line.screenshot) line.options.watchDevices = false;
     if (line.screenshot || line.headless) line.options.useTray = false;
@@ -221,6 +187,8 @@ int run(int argc, char** argv) {
     CommandLine line = CommandLine::parse(arguments);
     // Texts, numbers, dates and spelled counts follow the environment's locale, or --locale.
     l10n::setUp(line.locale);
+    // Read again now that the catalogue is the reader's: a refusal is worded in their language.
+    line = CommandLine::parse(arguments);
     if (line.error) {
         std::fprintf(stderr, "torvel: %s\n", qPrintable(*line.error));
         return 2;

@@ -53,6 +53,10 @@ render() {
         fi
         sed "s/^/$name\t/" "$scratch/texts" >>"$out"
     done
+    # The help as one text: its wrap can fall inside a marked text. The switches' own names, and the N of a
+    # count, are typed, not read.
+    "$torvel" --locale "$locale" --help | tr '\n' ' ' |
+        sed -E 's/(^| )--?[a-z]+,?/ /g; s/<N>//; s/[<>]//g; s/^/help\t/; s/$/\n/' >>"$out"
 }
 
 # A text escapes when, its marked parts taken out, words are left that are not a number's unit or a date's
