@@ -60,7 +60,7 @@ void PackageInstaller::install(const QString& packagePath, Done done) {
     done_ = std::move(done);
     errorDetails_.clear();
     if (!bus_.isConnected()) {
-        finish(QStringLiteral("PackageKit isn’t available to install the update"));
+        finish(words(FeedFailure::packageKitMissing));
         return;
     }
     const auto call =
