@@ -4,7 +4,8 @@
 Without a tray host a start opens no window. With one, the first copy takes the app id's name and registers its
 tray item with a named symbolic icon and a menu; a click on the item opens the popup with the keyboard in it, and
 Escape, a click on another window, or the focus going elsewhere close it; a second launch hands its switches to
-the first and leaves with status 0; --version answers without a display.
+the first and leaves with status 0, and the window it opened steps through its sections from the keyboard;
+--version answers without a display.
 """
 import os
 import subprocess
@@ -151,6 +152,18 @@ try:
     second = subprocess.run([torvel, "--settings", "mac"], env=env, capture_output=True, text=True, timeout=30)
     check("a second launch hands over and leaves", second.returncode == 0, second.stderr)
     check("the first copy keeps running", first.poll() is None)
+
+    # The window the handed-over switches opened, stepped through its sections from the keyboard as in the
+    # desktop's other tabbed windows; its title names the section.
+    def shows(section):
+        return windows("--pid", str(first.pid), "--name", f" {section}$")
+    check("the handed-over section opens", wait_for(lambda: shows("This laptop")))
+    if shows("This laptop"):
+        subprocess.run(["xdotool", "windowactivate", "--sync", str(shows("This laptop")[0])], env=env)
+        for keys, section in [("ctrl+Tab", "Long memory"), ("ctrl+Next", "Calibration"), ("ctrl+Tab", "Today"),
+                              ("ctrl+shift+Tab", "Calibration"), ("ctrl+Prior", "Long memory")]:
+            subprocess.run(["xdotool", "key", keys], env=env)
+            check(f"{keys} steps to {section}", wait_for(lambda: shows(section), 5))
     refused = subprocess.run([torvel, "--settings"], env=env, capture_output=True, text=True, timeout=30)
     check("a switch without its value is refused before anything starts", refused.returncode == 2)
 finally:
