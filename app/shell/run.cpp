@@ -6,6 +6,7 @@
 #include <QDBusConnection>
 #include <QIcon>
 #include <QQuickWindow>
+#include <QRegularExpression>
 #include <QSGRendererInterface>
 #include <QTime>
 #include <QTimer>
@@ -96,7 +97,19 @@ CommandLine CommandLine::parse(const QStringList& arguments) {
     QCommandLineParser parser;
     addSwitches(parser);
     if (!parser.parse(withoutToolkitOptions(arguments))) {
-        line.error = fromCore(AppCommandLineWords::refused(parser.errorText().toStdString()));
+        // Qt words its complaints in English whatever the reader's language (the app loads no Qt catalogue):
+        // the two a user meets, a switch it does not know and one left without its value, are ours to word.
+        static const QRegularExpression missingValue(QStringLiteral("^Missing value after '(.+)'\\.$"));
+        const QStringList unknown = parser.unknownOptionNames();
+        const QRegularExpressionMatch missing = missingValue.match(parser.errorText());
+        if (!unknown.isEmpty()) {
+            line.error = fromCore(AppCommandLineWords::unknownSwitch(
+                (unknown.first().size() == 1 ? "-" : "--") + unknown.first().toStdString()));
+        } else if (missing.hasMatch()) {
+            line.error = fromCore(AppCommandLineWords::valueNeeded(missing.captured(1).toStdString()));
+        } else {
+            line.error = fromCore(AppCommandLineWords::refused(parser.errorText().toStdString()));
+        }
         return line;
     }
     if (!parser.positionalArguments().isEmpty()) {

@@ -15,6 +15,8 @@ class WindowRoute : public QObject {
     Q_PROPERTY(QString title READ title NOTIFY sectionChanged)
     Q_PROPERTY(QVariantList sections READ sections CONSTANT)
     Q_PROPERTY(QString product READ product CONSTANT)
+    Q_PROPERTY(QString sectionsName READ sectionsName CONSTANT)
+    Q_PROPERTY(QString panelReviewTitle READ panelReviewTitle CONSTANT)
 
   public:
     // The same cases, in the same order, as AppSection: QML needs them as a meta-enum.
@@ -39,6 +41,8 @@ class WindowRoute : public QObject {
     AppSection appSection() const { return AppSection(static_cast<AppSection::Value>(section_)); }
     QString title() const { return titleOf(appSection()); }
     static QString product() { return QString::fromStdString(AppSection::productName()); }
+    static QString sectionsName() { return QString::fromStdString(WindowWords::sections()); }
+    static QString panelReviewTitle() { return QString::fromStdString(WindowWords::panelReview()); }
 
     static QString titleOf(AppSection section) {
         const std::string text = section.title();

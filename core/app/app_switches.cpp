@@ -35,9 +35,13 @@ std::string AppCommandLineWords::description() {
     return tr("Keeps the battery inside the charge range you choose, from the system tray.");
 }
 
-std::string AppCommandLineWords::usageLine() { return tr("Usage: torvel [options]"); }
+std::string AppCommandLineWords::usageLine() {
+    return tr("Usage: torvel [options]");
+}
 
-std::string AppCommandLineWords::optionsHeading() { return tr("Options:"); }
+std::string AppCommandLineWords::optionsHeading() {
+    return tr("Options:");
+}
 
 std::string AppCommandLineWords::refused(const std::string& complaint) {
     return tr("%1 (try --help)", {complaint});
@@ -47,12 +51,20 @@ std::string AppCommandLineWords::unknownSwitch(const std::string& word) {
     return tr("unknown switch %1 (try --help)", {word});
 }
 
-std::string AppCommandLineWords::secondsNeeded() { return tr("--seconds needs a whole number of seconds"); }
+std::string AppCommandLineWords::valueNeeded(const std::string& name) {
+    return tr("%1 needs a value (try --help)", {name});
+}
+
+std::string AppCommandLineWords::secondsNeeded() {
+    return tr("--seconds needs a whole number of seconds");
+}
 
 std::string AppCommandLineWords::localeNeeded() {
     return tr("--locale needs a locale identifier such as en or ja");
 }
 
-std::string AppCommandLineWords::rangeNeeded() { return tr("--range needs one of day, week, month or year"); }
+std::string AppCommandLineWords::rangeNeeded() {
+    return tr("--range needs one of day, week, month or year");
+}
 
 }  // namespace torvel

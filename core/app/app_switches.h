@@ -19,9 +19,11 @@ struct AppCommandLineWords {
     static std::string description();
     static std::string usageLine();
     static std::string optionsHeading();
-    // A refused command line: the parser's own complaint, or a word it did not know, with the way to the help.
+    // A refused command line: the parser's own complaint, or a word it did not know, with the way to the
+    // help.
     static std::string refused(const std::string& complaint);
     static std::string unknownSwitch(const std::string& word);
+    static std::string valueNeeded(const std::string& name);
     static std::string secondsNeeded();
     static std::string localeNeeded();
     static std::string rangeNeeded();

@@ -84,4 +84,12 @@ std::string TrayMenuWords::quit() {
     return tr("Quit Torvel");
 }
 
+std::string WindowWords::sections() {
+    return tr("Sections");
+}
+
+std::string WindowWords::panelReview() {
+    return tr("Panel (review)");
+}
+
 }  // namespace torvel

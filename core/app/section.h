@@ -39,4 +39,12 @@ struct TrayMenuWords {
     static std::string quit();
 };
 
+// Names of the windows' parts that a screen reader or the window list reads.
+struct WindowWords {
+    // The row of section tabs.
+    static std::string sections();
+    // The panel drawn in an ordinary window, as --panel shows it.
+    static std::string panelReview();
+};
+
 }  // namespace torvel

@@ -4,7 +4,7 @@ import Torvel
 // The five sections as tabs in the window's header; Ctrl+1 to Ctrl+5 reach them from anywhere.
 EmberSegmented {
     id: tabs
-    accessibleName: "Sections"
+    accessibleName: Route.sectionsName
     options: Route.sections
     selection: Route.section
     onPicked: (value) => Route.section = value

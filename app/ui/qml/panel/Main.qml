@@ -13,7 +13,7 @@ Window {
     minimumHeight: panel.implicitHeight
     maximumHeight: panel.implicitHeight
     color: Ember.screen
-    title: popup ? "Torvel" : "Panel (review)"
+    title: popup ? Route.product : Route.panelReviewTitle
     // A window the window manager gives the keyboard to, drawn without a frame above the others: an X11
     // popup is never given input focus, so its keys and its closing on focus loss would never work.
     flags: popup ? (Qt.Tool | Qt.FramelessWindowHint | Qt.WindowStaysOnTopHint) : Qt.Window
